@@ -1,0 +1,118 @@
+#include "imagelib/core/file_reader.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
+#include "imagelib/core/byte_order.h"
+
+namespace imx {
+
+FileReader::FileReader(std::FILE* file) : file_(file) {
+  if (!file_) return;
+  const off_t start = ftello(file_);
+  if (start < 0 || fseeko(file_, 0, SEEK_END) != 0) {
+    ended_ = true;
+    return;
+  }
+  const off_t end = ftello(file_);
+  size_ = end > 0 ? static_cast<std::uint64_t>(end) : 0;
+  std::setvbuf(file_, nullptr, _IONBF, 0);  // the buffer is ours
+  Seek(static_cast<std::uint64_t>(start));
+}
+
+FileReader::FileReader(const char* path) : FileReader(std::fopen(path, "rb")) {}
+
+FileReader::~FileReader() {
+  if (file_) std::fclose(file_);
+}
+
+void FileReader::Seek(std::uint64_t offset) {
+  if (offset >= bufferStart_ && offset - bufferStart_ <= bufferSize_) {
+    bufferAt_ = static_cast<std::size_t>(offset - bufferStart_);
+    return;
+  }
+  bufferStart_ = offset;
+  bufferAt_ = bufferSize_ = 0;
+  if (offset > size_) {
+    ended_ = true;
+  } else if (file_) {
+    ended_ = fseeko(file_, static_cast<off_t>(offset), SEEK_SET) != 0 || ended_;
+  }
+}
+
+/// Refills an exhausted buffer from the position on.
+void FileReader::Fill() {
+  bufferStart_ += bufferAt_;
+  bufferAt_ = bufferSize_ = 0;
+  if (!file_ || bufferStart_ >= size_) return;
+  bufferSize_ = std::fread(buffer_, 1, sizeof buffer_, file_);
+}
+
+std::size_t FileReader::Read(void* to, std::size_t count) {
+  auto* out = static_cast<std::uint8_t*>(to);
+  std::size_t done = 0;
+  while (done < count) {
+    if (bufferAt_ == bufferSize_) {
+      const std::size_t left = count - done;
+      if (left >= sizeof buffer_ && file_ && position() < size_) {
+        // Large reads pass the buffer by.
+        const std::size_t got = std::fread(out + done, 1, left, file_);
+        bufferStart_ += bufferAt_ + got;
+        bufferAt_ = bufferSize_ = 0;
+        done += got;
+        if (got < left) break;
+        continue;
+      }
+      Fill();
+      if (bufferSize_ == 0) break;
+    }
+    const std::size_t part = std::min(count - done, bufferSize_ - bufferAt_);
+    std::memcpy(out + done, buffer_ + bufferAt_, part);
+    bufferAt_ += part;
+    done += part;
+  }
+  if (done < count) {
+    ended_ = true;
+    std::memset(out + done, 0, count - done);
+  }
+  return done;
+}
+
+FileReader::View FileReader::Peek(std::size_t wanted) {
+  wanted = std::min(wanted, sizeof buffer_);
+  if (bufferSize_ - bufferAt_ < wanted) {
+    // Move what is left to the front and read on behind it.
+    const std::size_t kept = bufferSize_ - bufferAt_;
+    std::memmove(buffer_, buffer_ + bufferAt_, kept);
+    bufferStart_ += bufferAt_;
+    bufferAt_ = 0;
+    bufferSize_ = kept;
+    if (file_ && bufferStart_ + kept < size_) {
+      bufferSize_ += std::fread(buffer_ + kept, 1, sizeof buffer_ - kept, file_);
+    }
+  }
+  return {buffer_ + bufferAt_, std::min(wanted, bufferSize_ - bufferAt_)};
+}
+
+std::uint8_t FileReader::SlowU8() {
+  std::uint8_t value = 0;
+  Read(&value, 1);
+  return value;
+}
+
+std::uint16_t FileReader::U16() {
+  std::uint8_t bytes[2];
+  return ReadAll(bytes, sizeof bytes) ? LoadU16(bytes, FileByteOrder()) : std::uint16_t{0};
+}
+
+std::uint32_t FileReader::U32() {
+  std::uint8_t bytes[4];
+  return ReadAll(bytes, sizeof bytes) ? LoadU32(bytes, FileByteOrder()) : 0;
+}
+
+float FileReader::F32() {
+  return std::bit_cast<float>(U32());
+}
+
+}  // namespace imx

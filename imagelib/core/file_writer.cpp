@@ -1,0 +1,120 @@
+#include "imagelib/core/file_writer.h"
+
+#include <algorithm>
+#include <bit>
+#include <cerrno>
+#include <cstring>
+
+#include "imagelib/core/byte_order.h"
+#include "imagelib/core/save_outcome.h"
+
+namespace imx {
+namespace {
+
+WriteGate writeGate = nullptr;
+
+}  // namespace
+
+void SetWriteGate(WriteGate gate) {
+  writeGate = gate;
+}
+
+FileWriter::FileWriter(const char* path) : file_(std::fopen(path, "wb")) {
+  if (!file_) {
+    Fail();
+    return;
+  }
+  std::setvbuf(file_, nullptr, _IONBF, 0);  // the buffer is ours
+}
+
+FileWriter::~FileWriter() {
+  if (!file_) return;
+  Drain();  // what was written so far stays on disk, as with any stopped save
+  std::fclose(file_);
+  NoteSaveFailed(nullptr);
+}
+
+void FileWriter::Fail() {
+  failed_ = true;
+  NoteSaveFailed(std::strerror(errno));
+}
+
+bool FileWriter::Emit(const void* data, std::size_t count) {
+  if (!ok()) return false;
+  errno = ENOSPC;  // kept when the gate refuses
+  if ((writeGate && !writeGate()) || std::fwrite(data, 1, count, file_) != count) {
+    Fail();
+    return false;
+  }
+  flushed_ += count;
+  return true;
+}
+
+bool FileWriter::Drain() {
+  const std::size_t count = used_;
+  used_ = 0;
+  return count == 0 ? ok() : Emit(buffer_, count);
+}
+
+bool FileWriter::Write(const void* data, std::size_t count) {
+  if (count > sizeof buffer_ - used_) {
+    if (!Drain()) return false;
+    if (count >= sizeof buffer_) return Emit(data, count);
+  }
+  std::memcpy(buffer_ + used_, data, count);
+  used_ += count;
+  return ok();
+}
+
+bool FileWriter::U16(std::uint16_t value) {
+  std::uint8_t bytes[2];
+  StoreU16(bytes, value, FileByteOrder());
+  return Write(bytes, sizeof bytes);
+}
+
+bool FileWriter::U32(std::uint32_t value) {
+  std::uint8_t bytes[4];
+  StoreU32(bytes, value, FileByteOrder());
+  return Write(bytes, sizeof bytes);
+}
+
+bool FileWriter::F32(float value) {
+  return U32(std::bit_cast<std::uint32_t>(value));
+}
+
+bool FileWriter::Zeros(std::size_t count) {
+  const std::uint8_t zeros[256] = {};
+  while (count > 0) {
+    const std::size_t part = std::min(count, sizeof zeros);
+    if (!Write(zeros, part)) return false;
+    count -= part;
+  }
+  return ok();
+}
+
+bool FileWriter::PatchU32(std::uint64_t offset, std::uint32_t value) {
+  if (!Drain()) return false;
+  const std::uint64_t end = flushed_;
+  std::uint8_t bytes[4];
+  StoreU32(bytes, value, FileByteOrder());
+  if (fseeko(file_, static_cast<off_t>(offset), SEEK_SET) != 0 || !Emit(bytes, sizeof bytes) ||
+      fseeko(file_, static_cast<off_t>(end), SEEK_SET) != 0) {
+    Fail();
+    return false;
+  }
+  flushed_ = end;
+  return true;
+}
+
+bool FileWriter::Finish() {
+  if (!file_) return false;
+  Drain();
+  std::FILE* const file = file_;
+  file_ = nullptr;
+  if (std::fclose(file) != 0) Fail();
+  if (failed_) return false;
+  NoteSaveWhole();
+  return true;
+}
+
+}  // namespace imx

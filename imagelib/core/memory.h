@@ -1,0 +1,76 @@
+/// Tracked memory: every block the library and the shell take, with guards, labels and counters.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace imx {
+
+/// Counters of the tracked allocator since the process started.
+struct MemoryCounters {
+  std::int32_t maxptrlist;  ///< highest capacity of the live list, in entries
+  std::int32_t maxptrs;     ///< highest number of live blocks seen
+  std::int32_t allocs;      ///< blocks handed out
+  std::int32_t deallocs;    ///< blocks released
+  std::uint32_t peak;       ///< highest `now` seen, in bytes
+  std::uint32_t now;        ///< bytes live, user areas only
+};
+
+/// Takes a zero-filled block of count * size bytes, to be released with FreeMem. `label` is a
+/// static text naming the allocation; a null or empty one draws a warning through LibError.
+/// Null when memory runs out, when the product does not fit 32 bits together with the guards, or
+/// when it would lift the live total above the memory ceiling.
+void* AllocMem(std::uint32_t count, std::uint32_t size, const char* label);
+
+/// Releases a block of AllocMem, reporting damaged guards through LibError. An unknown pointer is
+/// reported and left alone.
+void FreeMem(void* pointer);
+
+/// AllocMem of `size` bytes under the label "allocptr"; null without allocating when size is 0.
+void* AllocPtr(std::uint32_t size, std::uint32_t unused = 0);
+
+/// Sends the statistics line through LibMessage.
+void MemStats();
+
+/// Reports and releases every live block, then the list itself.
+void MemCleanup();
+
+/// Has LibraryShutdown release the block that *owner points at (when non-null) and null it.
+/// Registering the same owner again does nothing. At most 8 owners; false beyond that.
+bool RegisterPersistentBuffer(void** owner);
+
+/// Releases the persistent work buffers, then runs MemCleanup. Called once on every exit path.
+void LibraryShutdown();
+
+MemoryCounters GetMemoryCounters();
+
+/// Number of blocks that are live now.
+std::size_t LiveBlockCount();
+
+/// AllocMem refuses what would lift the live total above this many bytes. Unlimited at start.
+void SetMemoryCeiling(std::uint64_t bytes);
+
+/// Asked before each allocation when set (null switches it off); false makes that allocation fail
+/// as if memory had run out. For fault injection.
+using AllocationGate = bool (*)();
+void SetAllocationGate(AllocationGate gate);
+
+// Blocks that a codec frees together.
+
+/// A group id that no registered block carries.
+std::uint32_t NewGroupId();
+
+/// AllocMem into *owner, registered under `group`. 0 when done; 1 on failure, *owner null.
+std::int32_t AllocGrouped(void** owner, std::uint32_t count, std::uint32_t size, const char* label,
+                          std::uint32_t group);
+
+/// Releases every block of the group and nulls each owner.
+void FreeGroup(std::uint32_t group);
+
+/// Releases the one registered block that *owner points at and nulls *owner; else does nothing.
+void FreeGrouped(void** owner);
+
+/// Makes NewGroupId go on from `value`, as if that id had just been given out.
+void SetLastGroupId(std::uint32_t value);
+
+}  // namespace imx
