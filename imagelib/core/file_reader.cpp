@@ -11,14 +11,15 @@ namespace imx {
 FileReader::FileReader(std::FILE* file) : file_(file) {
   if (!file_) return;
   const off_t start = ftello(file_);
-  if (start < 0 || fseeko(file_, 0, SEEK_END) != 0) {
+  const off_t end = start >= 0 && fseeko(file_, 0, SEEK_END) == 0 ? ftello(file_) : -1;
+  if (end < 0 || fseeko(file_, start, SEEK_SET) != 0) {
     ended_ = true;
     return;
   }
-  const off_t end = ftello(file_);
-  size_ = end > 0 ? static_cast<std::uint64_t>(end) : 0;
+  size_ = static_cast<std::uint64_t>(end);
+  bufferStart_ = static_cast<std::uint64_t>(start);
   std::setvbuf(file_, nullptr, _IONBF, 0);  // the buffer is ours
-  Seek(static_cast<std::uint64_t>(start));
+  Fill();  // what cannot be read at all (a folder) has no size either
 }
 
 FileReader::FileReader(const char* path) : FileReader(std::fopen(path, "rb")) {}
@@ -41,12 +42,19 @@ void FileReader::Seek(std::uint64_t offset) {
   }
 }
 
+/// Reads from the system's position, which is that of `offset`. What is missing shortens the file.
+std::size_t FileReader::Fetch(void* to, std::size_t count, std::uint64_t offset) {
+  if (!file_ || offset >= size_) return 0;
+  const std::size_t got = std::fread(to, 1, count, file_);
+  if (got < count) size_ = std::min(size_, offset + got);
+  return got;
+}
+
 /// Refills an exhausted buffer from the position on.
 void FileReader::Fill() {
   bufferStart_ += bufferAt_;
-  bufferAt_ = bufferSize_ = 0;
-  if (!file_ || bufferStart_ >= size_) return;
-  bufferSize_ = std::fread(buffer_, 1, sizeof buffer_, file_);
+  bufferAt_ = 0;
+  bufferSize_ = Fetch(buffer_, sizeof buffer_, bufferStart_);
 }
 
 std::size_t FileReader::Read(void* to, std::size_t count) {
@@ -55,9 +63,9 @@ std::size_t FileReader::Read(void* to, std::size_t count) {
   while (done < count) {
     if (bufferAt_ == bufferSize_) {
       const std::size_t left = count - done;
-      if (left >= sizeof buffer_ && file_ && position() < size_) {
+      if (left >= sizeof buffer_) {
         // Large reads pass the buffer by.
-        const std::size_t got = std::fread(out + done, 1, left, file_);
+        const std::size_t got = Fetch(out + done, left, position());
         bufferStart_ += bufferAt_ + got;
         bufferAt_ = bufferSize_ = 0;
         done += got;
@@ -88,9 +96,7 @@ FileReader::View FileReader::Peek(std::size_t wanted) {
     bufferStart_ += bufferAt_;
     bufferAt_ = 0;
     bufferSize_ = kept;
-    if (file_ && bufferStart_ + kept < size_) {
-      bufferSize_ += std::fread(buffer_ + kept, 1, sizeof buffer_ - kept, file_);
-    }
+    bufferSize_ += Fetch(buffer_ + kept, sizeof buffer_ - kept, bufferStart_ + kept);
   }
   return {buffer_ + bufferAt_, std::min(wanted, bufferSize_ - bufferAt_)};
 }

@@ -20,7 +20,7 @@ class FileReader {
   FileReader& operator=(const FileReader&) = delete;
 
   bool ok() const { return file_ != nullptr; }
-  /// Size of the whole file in bytes.
+  /// Size of the whole file in bytes, as far as it can be read.
   std::uint64_t size() const { return size_; }
   std::uint64_t position() const { return bufferStart_ + bufferAt_; }
   /// Bytes between the position and the end of the file.
@@ -57,6 +57,7 @@ class FileReader {
   static constexpr std::size_t kBufferSize = 32768;
 
  private:
+  std::size_t Fetch(void* to, std::size_t count, std::uint64_t offset);
   void Fill();
   std::uint8_t SlowU8();
 

@@ -92,18 +92,22 @@ bool FileWriter::Zeros(std::size_t count) {
   return ok();
 }
 
-bool FileWriter::PatchU32(std::uint64_t offset, std::uint32_t value) {
+bool FileWriter::Patch(std::uint64_t offset, const void* data, std::size_t count) {
   if (!Drain()) return false;
   const std::uint64_t end = flushed_;
-  std::uint8_t bytes[4];
-  StoreU32(bytes, value, FileByteOrder());
-  if (fseeko(file_, static_cast<off_t>(offset), SEEK_SET) != 0 || !Emit(bytes, sizeof bytes) ||
+  if (fseeko(file_, static_cast<off_t>(offset), SEEK_SET) != 0 || !Emit(data, count) ||
       fseeko(file_, static_cast<off_t>(end), SEEK_SET) != 0) {
     Fail();
     return false;
   }
   flushed_ = end;
   return true;
+}
+
+bool FileWriter::PatchU32(std::uint64_t offset, std::uint32_t value) {
+  std::uint8_t bytes[4];
+  StoreU32(bytes, value, FileByteOrder());
+  return Patch(offset, bytes, sizeof bytes);
 }
 
 bool FileWriter::Finish() {

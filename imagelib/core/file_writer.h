@@ -37,7 +37,9 @@ class FileWriter {
   /// `count` zero bytes.
   bool Zeros(std::size_t count);
 
-  /// Overwrites the number at `offset`, which has been written before.
+  /// Overwrites bytes from `offset` on, all of which have been written before.
+  bool Patch(std::uint64_t offset, const void* data, std::size_t count);
+  /// The same for a number in the file byte order.
   bool PatchU32(std::uint64_t offset, std::uint32_t value);
 
   /// Flushes and closes. True when the whole file is written.

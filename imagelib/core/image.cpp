@@ -92,8 +92,13 @@ ImageRecord* AllocImage(std::int32_t width, std::int32_t height, const char* nam
   return image;
 }
 
+bool IsValidImage(const ImageRecord* image) {
+  // A stale pointer must not be followed: the magic behind it is anybody's memory by now.
+  return LiveBlockSize(image) == sizeof(ImageRecord) && image->magic == kImageMagic;
+}
+
 std::int32_t FreeImage(ImageRecord* image) {
-  if (!image || image->magic != kImageMagic) return 1;
+  if (!IsValidImage(image)) return 1;
   if (image->pixels) FreeMem(image->pixels);
   if (image->rowOffsets) FreeMem(image->rowOffsets);
   image->pixels = nullptr;
@@ -117,6 +122,7 @@ bool IsGrey(const ImageRecord& image) {
 
 void SetImageCeiling(std::uint64_t bytes) {
   ceiling = bytes;
+  refused = 0;
 }
 
 std::uint64_t RefusedImageBytes() {

@@ -65,6 +65,9 @@ struct ImageRecord {
 ImageRecord* AllocImage(std::int32_t width, std::int32_t height, const char* name,
                         const char* path);
 
+/// Whether `image` is a record that is alive. Any pointer may be asked about.
+bool IsValidImage(const ImageRecord* image);
+
 /// Releases the record. 0 when done; 1 when it is null or not alive.
 std::int32_t FreeImage(ImageRecord* image);
 
@@ -83,7 +86,7 @@ bool IsGrey(const ImageRecord& image);
 void SetImageCeiling(std::uint64_t bytes);
 
 /// Bytes of pixels that the last AllocImage refused for the ceiling or the 32-bit limit; 0 when it
-/// did not refuse.
+/// did not refuse, or SetImageCeiling was called since.
 std::uint64_t RefusedImageBytes();
 
 }  // namespace imx

@@ -56,10 +56,12 @@ bool Register(unsigned char* start, std::uint32_t size, const char* label) {
   return true;
 }
 
-/// Index of the block that starts at `start`; listCount when it is not live.
-std::uint32_t FindBlock(const unsigned char* start) {
-  std::uint32_t i = 0;
-  while (i < listCount && list[i].start != start) ++i;
+/// Index of the block that was handed out as `pointer`; listCount when it is not live.
+std::uint32_t FindBlock(const void* pointer) {
+  // Compared as a number: an unknown pointer must not even be moved back by the header's size.
+  const auto start = reinterpret_cast<std::uintptr_t>(pointer) - kHeaderSize;
+  std::uint32_t i = pointer ? 0 : listCount;
+  while (i < listCount && reinterpret_cast<std::uintptr_t>(list[i].start) != start) ++i;
   return i;
 }
 
@@ -115,10 +117,8 @@ void* AllocMem(std::uint32_t count, std::uint32_t size, const char* label) {
 }
 
 void FreeMem(void* pointer) {
-  // Compared as a number: an unknown pointer must not even be moved back by the header's size.
-  const auto start = reinterpret_cast<std::uintptr_t>(pointer) - kHeaderSize;
-  const std::uint32_t index = FindBlock(reinterpret_cast<const unsigned char*>(start));
-  if (!pointer || index == listCount) {
+  const std::uint32_t index = FindBlock(pointer);
+  if (index == listCount) {
     LibError("attempted free of unknown pointer!");
     return;
   }
@@ -181,6 +181,12 @@ MemoryCounters GetMemoryCounters() {
 
 std::size_t LiveBlockCount() {
   return listCount;
+}
+
+std::optional<std::uint32_t> LiveBlockSize(const void* pointer) {
+  const std::uint32_t index = FindBlock(pointer);
+  if (index == listCount) return std::nullopt;
+  return list[index].size;
 }
 
 void SetMemoryCeiling(std::uint64_t bytes) {

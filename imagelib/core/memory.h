@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 
 namespace imx {
 
@@ -46,6 +47,9 @@ MemoryCounters GetMemoryCounters();
 
 /// Number of blocks that are live now.
 std::size_t LiveBlockCount();
+
+/// Size of the live block that was handed out as `pointer`; none when it is not such a pointer.
+std::optional<std::uint32_t> LiveBlockSize(const void* pointer);
 
 /// AllocMem refuses what would lift the live total above this many bytes. Unlimited at start.
 void SetMemoryCeiling(std::uint64_t bytes);

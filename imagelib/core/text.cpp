@@ -12,7 +12,7 @@ char Lower(char c) {
 
 void CopyTerminated(TextField& to, std::string_view text) {
   // memmove: a field may be cut from itself.
-  std::memmove(to, text.data(), text.size());
+  if (!text.empty()) std::memmove(to, text.data(), text.size());
   std::memset(to + text.size(), 0, kTextSize - text.size());
 }
 

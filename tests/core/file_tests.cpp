@@ -1,0 +1,231 @@
+#include <cstring>
+#include <numeric>
+#include <string>
+
+#include "imagelib/core/byte_order.h"
+#include "imagelib/core/file_reader.h"
+#include "imagelib/core/file_writer.h"
+#include "imagelib/core/save_outcome.h"
+#include "tests/support/fault_injection.h"
+#include "tests/support/library_test.h"
+
+namespace imx::test {
+namespace {
+
+class FileTest : public LibraryTest {
+ protected:
+  void TearDown() override {
+    SetFileByteOrder(ByteOrder::little);
+    LibraryTest::TearDown();
+  }
+};
+
+/// A byte's value tells where it stood.
+Bytes Pattern(std::size_t size) {
+  Bytes bytes(size);
+  for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<std::uint8_t>(i * 7 + i / 251);
+  return bytes;
+}
+
+TEST_F(FileTest, NumbersFollowTheByteOrder) {
+  const std::string path = temp.Write("in", Bytes{1, 2, 3, 4, 0xFF, 0xFE, 0x3F, 0xC0, 0, 0});
+  FileReader in(path.c_str());
+  SetFileByteOrder(ByteOrder::little);
+  EXPECT_EQ(in.U32(), 0x04030201u);
+  EXPECT_EQ(in.U16(), 0xFEFF);
+  in.Seek(0);
+  SetFileByteOrder(ByteOrder::big);
+  EXPECT_EQ(in.U32(), 0x01020304u);
+  EXPECT_EQ(in.U16(), 0xFFFE);
+  EXPECT_EQ(in.F32(), 1.5f);
+  EXPECT_FALSE(in.ended());
+}
+
+TEST_F(FileTest, ShortReadsGiveZeros) {
+  SetFileByteOrder(ByteOrder::big);
+  const std::string path = temp.Write("in", Bytes{1, 2, 3});
+  FileReader in(path.c_str());
+  EXPECT_EQ(in.U32(), 0u) << "not the three bytes that are there";
+  EXPECT_TRUE(in.ended());
+  in.Seek(1);
+  std::uint8_t bytes[4] = {9, 9, 9, 9};
+  EXPECT_EQ(in.Read(bytes, 4), 2u);
+  EXPECT_THAT(bytes, testing::ElementsAre(2, 3, 0, 0));
+  EXPECT_EQ(in.U8(), 0);
+  EXPECT_EQ(in.U16(), 0);
+  EXPECT_EQ(in.remaining(), 0u);
+}
+
+TEST_F(FileTest, WhatCannotBeReadIsEmpty) {
+  for (const std::string& path : {temp.file("missing"), temp.path(), temp.Write("empty", "")}) {
+    FileReader in(path.c_str());
+    EXPECT_EQ(in.size(), 0u) << path;
+    EXPECT_EQ(in.remaining(), 0u);
+    EXPECT_EQ(in.U8(), 0);
+    EXPECT_TRUE(in.ended());
+    EXPECT_EQ(in.Peek(10).size, 0u);
+  }
+  FileReader none(static_cast<std::FILE*>(nullptr));
+  EXPECT_FALSE(none.ok());
+  EXPECT_EQ(none.U32(), 0u);
+}
+
+TEST_F(FileTest, TakesAFileOverWhereItStands) {
+  const std::string path = temp.Write("in", Pattern(100));
+  std::FILE* file = std::fopen(path.c_str(), "rb");
+  ASSERT_NE(file, nullptr);
+  std::fseek(file, 60, SEEK_SET);
+  FileReader in(file);
+  EXPECT_EQ(in.position(), 60u);
+  EXPECT_EQ(in.remaining(), 40u);
+  EXPECT_EQ(in.U8(), Pattern(100)[60]);
+  in.Seek(0);
+  EXPECT_EQ(in.U8(), Pattern(100)[0]);
+}
+
+// Every way of moving and reading against the same walk over the bytes in memory; sizes around the
+// buffer's, so that each way meets its edges.
+TEST_F(FileTest, AnyWalkReadsTheFilesBytes) {
+  constexpr std::size_t kBuffer = FileReader::kBufferSize;
+  const Bytes bytes = Pattern(3 * kBuffer + 17);
+  FileReader in(temp.Write("in", bytes).c_str());
+  const std::size_t lengths[] = {0, 1, 7, kBuffer - 1, kBuffer, kBuffer + 1, 2 * kBuffer + 5};
+  std::uint32_t random = 1;
+  std::size_t at = 0;
+  Bytes read(4 * kBuffer);
+  for (int step = 0; step < 4000; ++step) {
+    random = random * 1664525 + 1013904223;
+    const std::size_t length = lengths[random >> 8 & 3 ? random >> 16 & 3 : (random >> 16) % 7];
+    const std::size_t there = std::min(length, bytes.size() - std::min(at, bytes.size()));
+    switch (random >> 28 & 3) {
+      case 0:
+        ASSERT_EQ(in.Read(read.data(), length), there) << step;
+        ASSERT_EQ(std::memcmp(read.data(), bytes.data() + at, there), 0);
+        at += there;
+        break;
+      case 1: {
+        const auto view = in.Peek(length);
+        ASSERT_EQ(view.size, std::min(there, kBuffer)) << step;
+        ASSERT_EQ(std::memcmp(view.data, bytes.data() + at, view.size), 0) << step;
+        break;
+      }
+      case 2:
+        ASSERT_EQ(in.U8(), at < bytes.size() ? bytes[at] : 0) << step;
+        at = std::min(at + 1, bytes.size());
+        break;
+      default:
+        if (step % 2 == 0 && at + length <= bytes.size()) {
+          in.Skip(length);
+          at += length;
+        } else {
+          at = (random >> 3) % bytes.size();
+          in.Seek(at);
+        }
+    }
+    ASSERT_EQ(in.position(), at) << step;
+    ASSERT_EQ(in.remaining(), bytes.size() - at) << step;
+  }
+}
+
+TEST_F(FileTest, SeekingPastTheEndAndBack) {
+  const Bytes bytes = Pattern(50000);
+  FileReader in(temp.Write("in", bytes).c_str());
+  in.Seek(UINT64_C(1) << 40);
+  EXPECT_TRUE(in.ended());
+  EXPECT_EQ(in.U8(), 0);
+  EXPECT_EQ(in.remaining(), 0u);
+  in.Seek(49999);
+  EXPECT_EQ(in.U8(), bytes[49999]);
+}
+
+TEST_F(FileTest, WritesNumbersAndPatchesThem) {
+  SetFileByteOrder(ByteOrder::big);
+  const std::string path = temp.file("out");
+  {
+    FileWriter out(path.c_str());
+    out.Write("FORM", 4);
+    out.U32(0);
+    out.U16(0x0102);
+    out.F32(1.5f);
+    out.Zeros(40000);
+    out.U8(9);
+    EXPECT_TRUE(out.PatchU32(4, 0xA0B0C0D0));
+    EXPECT_EQ(out.position(), 40015u);
+    out.U8(8);
+    EXPECT_TRUE(out.Finish());
+  }
+  const Bytes bytes = ReadFile(path);
+  ASSERT_EQ(bytes.size(), 40016u);
+  EXPECT_EQ(Bytes(bytes.begin(), bytes.begin() + 14),
+            (Bytes{'F', 'O', 'R', 'M', 0xA0, 0xB0, 0xC0, 0xD0, 1, 2, 0x3F, 0xC0, 0, 0}));
+  EXPECT_EQ(std::accumulate(bytes.begin() + 14, bytes.end() - 2, 0), 0);
+  EXPECT_EQ(bytes[40014], 9);
+  EXPECT_EQ(bytes[40015], 8);
+}
+
+TEST_F(FileTest, AnySizesOfWritesGiveTheSameBytes) {
+  const Bytes bytes = Pattern(200000);
+  const std::string path = temp.file("out");
+  FileWriter out(path.c_str());
+  std::size_t at = 0;
+  for (std::size_t step = 0; at < bytes.size(); ++step) {
+    constexpr std::size_t kSizes[] = {1, 32768, 3, 32767, 40000, 10000, 0};
+    const std::size_t size = std::min(kSizes[step % std::size(kSizes)], bytes.size() - at);
+    if (size == 1) {
+      out.U8(bytes[at]);
+    } else {
+      out.Write(bytes.data() + at, size);
+    }
+    at += size;
+    ASSERT_EQ(out.position(), at);
+  }
+  EXPECT_TRUE(out.Finish());
+  EXPECT_EQ(ReadFile(path), bytes);
+}
+
+TEST_F(FileTest, OutcomeTellsWhatBecameOfTheFile) {
+  const std::string path = temp.file("out");
+  BeginSaveOutcome();
+  EXPECT_EQ(GetSaveOutcome(), SaveOutcome::none);
+  {
+    FileWriter out(path.c_str());
+    out.U8(1);
+    out.Finish();
+  }
+  EXPECT_EQ(GetSaveOutcome(), SaveOutcome::whole);
+
+  {
+    FileWriter unfinished(path.c_str());
+    unfinished.U8(1);
+  }
+  EXPECT_EQ(GetSaveOutcome(), SaveOutcome::failed);
+  EXPECT_EQ(SaveFailureReason(), "") << "left by the saver, not by the disk";
+  EXPECT_EQ(ReadFile(path).size(), 1u) << "what was written stays";
+  { FileWriter(path.c_str()).Finish(); }
+  EXPECT_EQ(GetSaveOutcome(), SaveOutcome::failed) << "one of several files is enough";
+
+  BeginSaveOutcome();
+  EXPECT_FALSE(FileWriter(temp.file("no/such/folder").c_str()).ok());
+  EXPECT_EQ(GetSaveOutcome(), SaveOutcome::failed);
+  EXPECT_NE(SaveFailureReason(), "");
+}
+
+TEST_F(FileTest, AFailedWriteIsForGood) {
+  const Bytes bytes = Pattern(100000);
+  for (int n = 0; n < 4; ++n) {
+    BeginSaveOutcome();
+    const WriteFailure failure(n);
+    FileWriter out(temp.file("out").c_str());
+    out.Write(bytes.data(), 30000);
+    out.Write(bytes.data(), 30000);
+    out.Write(bytes.data(), 40000);
+    out.PatchU32(0, 1);
+    EXPECT_FALSE(out.Finish()) << n;
+    EXPECT_TRUE(failure.reached()) << n;
+    EXPECT_EQ(GetSaveOutcome(), SaveOutcome::failed);
+    EXPECT_NE(SaveFailureReason(), "");
+  }
+}
+
+}  // namespace
+}  // namespace imx::test

@@ -1,0 +1,79 @@
+#include "imagelib/core/guards.h"
+#include "imagelib/core/host.h"
+#include "tests/support/library_test.h"
+
+namespace imx::test {
+namespace {
+
+using testing::ElementsAre;
+
+class HostTest : public LibraryTest {};
+
+TEST_F(HostTest, CallsReachTheirSlots) {
+  LibMessage("m");
+  LibError("e");
+  LibNote("n");
+  EXPECT_THAT(host.messages, ElementsAre("m"));
+  EXPECT_THAT(host.errors, ElementsAre("e"));
+  EXPECT_THAT(host.notes, ElementsAre("n"));
+
+  ProgressBegin("plain", 7, 3);
+  ProgressUpdate(5);
+  ProgressStep();
+  ProgressEnd();
+  ProgressBeginAbortable("abortable", 9, 4);
+  host.stopAt = 1;
+  EXPECT_EQ(ProgressUpdateAbort(2), 0);
+  EXPECT_NE(ProgressStepAbort(), 0);
+  EXPECT_NE(ProgressUpdateAbort(6), 0);
+  ProgressEnd();
+  ASSERT_EQ(host.progress.size(), 2u);
+  const ProgressRun& plain = host.progress[0];
+  EXPECT_EQ(plain.title, "plain");
+  EXPECT_EQ(plain.total, 7);
+  EXPECT_EQ(plain.extra, 3);
+  EXPECT_FALSE(plain.abortable);
+  EXPECT_THAT(plain.positions, ElementsAre(5, 6));
+  EXPECT_TRUE(host.progress[1].abortable);
+  EXPECT_THAT(host.progress[1].positions, ElementsAre(2, 3, 6));
+}
+
+TEST_F(HostTest, NoteWithoutAHostsOwnIsAnError) {
+  Services().note = nullptr;
+  LibNote("n");
+  EXPECT_THAT(host.errors, ElementsAre("n"));
+}
+
+TEST_F(HostTest, EmptyTableAnswersNothing) {
+  const HostCallbacks saved = Host();
+  Host() = {};
+  LibMessage("m");
+  LibError("e");
+  ProgressBeginAbortable("t", 1, 1);
+  EXPECT_EQ(ProgressUpdateAbort(1), 0);
+  EXPECT_EQ(ProgressStepAbort(), 0);
+  ProgressStep();
+  ProgressEnd();
+  Host() = saved;
+}
+
+TEST_F(HostTest, RowsAreVisitedUntilStopOrEnd) {
+  const ProgressScope progress("rows", 10, 1);
+  std::vector<int> rows;
+  const auto visit = [&rows](std::int32_t y) {
+    rows.push_back(y);
+    return y < 7;
+  };
+  EXPECT_EQ(ForEachRow(5, 2, visit), Rows::done);
+  EXPECT_THAT(host.progress.back().positions, ElementsAre(0, 2, 4));
+  rows.clear();
+  EXPECT_EQ(ForEachRow(10, 1, visit), Rows::ended);
+  EXPECT_EQ(rows.back(), 7);
+  rows.clear();
+  host.stopAt = host.abortableCalls + 1;
+  EXPECT_EQ(ForEachRow(10, 3, visit), Rows::stopped);
+  EXPECT_THAT(rows, ElementsAre(0, 1, 2));
+}
+
+}  // namespace
+}  // namespace imx::test

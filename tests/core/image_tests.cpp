@@ -1,0 +1,136 @@
+#include <cstdlib>
+#include <string>
+
+#include "tests/support/fault_injection.h"
+#include "tests/support/library_test.h"
+#include "tests/support/pictures.h"
+
+namespace imx::test {
+namespace {
+
+class ImageTest : public LibraryTest {};
+
+TEST_F(ImageTest, NewRecord) {
+  const ImageGuard image(AllocImage(3, 2, "name", "folder/file"));
+  ASSERT_TRUE(image);
+  EXPECT_EQ(image->magic, 0x5AC3D287u);
+  EXPECT_EQ(image->width, 3);
+  EXPECT_EQ(image->height, 2);
+  EXPECT_EQ(image->pixelCount, 6u);
+  EXPECT_EQ(image->fileType, -1);
+  EXPECT_EQ(image->saveType, -1);
+  EXPECT_EQ(image->saveDepth, -1);
+  EXPECT_EQ(image->flags, 0u);
+  EXPECT_EQ(image->paletteCount, 256);
+  EXPECT_STREQ(image->name, "name");
+  EXPECT_STREQ(image->path, "folder/file");
+  EXPECT_EQ(image->rowOffsets[0], 0);
+  EXPECT_EQ(image->rowOffsets[1], 3);
+  for (int i = 0; i < 24; ++i) EXPECT_EQ(image->pixels[i], 0);
+  EXPECT_EQ(PixelRow(*image, 1), image->pixels + 12);
+}
+
+TEST_F(ImageTest, ImpossibleSizesTakeNothing) {
+  const std::int32_t allocs = GetMemoryCounters().allocs;
+  EXPECT_EQ(AllocImage(0, 5, "n", nullptr), nullptr);
+  EXPECT_EQ(AllocImage(5, -1, "n", nullptr), nullptr);
+  EXPECT_EQ(AllocImage(-65536, -65536, "n", nullptr), nullptr);
+  EXPECT_EQ(RefusedImageBytes(), 0u);
+  EXPECT_EQ(AllocImage(65536, 16384, "n", nullptr), nullptr);
+  EXPECT_EQ(RefusedImageBytes(), std::uint64_t{1} << 32);
+  EXPECT_EQ(AllocImage(0x7FFFFFFF, 0x7FFFFFFF, "n", nullptr), nullptr);
+  EXPECT_EQ(GetMemoryCounters().allocs, allocs);
+}
+
+TEST_F(ImageTest, CeilingIsInclusive) {
+  SetImageCeiling(4 * 10 * 10);
+  EXPECT_TRUE(ImageGuard(AllocImage(10, 10, "n", nullptr)));
+  EXPECT_FALSE(ImageGuard(AllocImage(101, 1, "n", nullptr)));
+  EXPECT_EQ(RefusedImageBytes(), 404u);
+  EXPECT_TRUE(ImageGuard(AllocImage(1, 1, "n", nullptr)));
+  EXPECT_EQ(RefusedImageBytes(), 0u);
+}
+
+TEST_F(ImageTest, NoMemoryLeavesNothingBehind) {
+  for (int n = 0; n < 3; ++n) {
+    const AllocationFailure failure(n);
+    EXPECT_EQ(AllocImage(4, 4, "n", nullptr), nullptr);
+    EXPECT_TRUE(failure.reached());
+    EXPECT_EQ(LiveBlockCount(), 0u);
+  }
+}
+
+int GeneratedNumber(const ImageRecord& image) {
+  EXPECT_EQ(std::string(image.name).substr(0, 4), "NEW_");
+  EXPECT_EQ(image.flags, kFlagNameGenerated);
+  return std::atoi(image.name + 4);
+}
+
+TEST_F(ImageTest, NamesThatDoNotFitAreGeneratedByOneCounter) {
+  const ImageGuard first(AllocImage(1, 1, nullptr, nullptr));
+  const ImageGuard fits(AllocImage(1, 1, std::string(254, 'x').c_str(), nullptr));
+  const ImageGuard second(AllocImage(1, 1, std::string(255, 'x').c_str(), nullptr));
+  EXPECT_EQ(std::string(fits->name), std::string(254, 'x'));
+  EXPECT_EQ(fits->flags, 0u);
+  EXPECT_GE(GeneratedNumber(*first), 1);
+  EXPECT_EQ(GeneratedNumber(*second), GeneratedNumber(*first) + 1);
+}
+
+TEST_F(ImageTest, PathsThatDoNotFitAreEmpty) {
+  const ImageGuard fits(AllocImage(1, 1, "n", std::string(254, 'p').c_str()));
+  const ImageGuard tooLong(AllocImage(1, 1, "n", std::string(255, 'p').c_str()));
+  EXPECT_EQ(std::string(fits->path), std::string(254, 'p'));
+  EXPECT_STREQ(tooLong->path, "");
+}
+
+TEST_F(ImageTest, DefaultPalette) {
+  const ImageGuard image(AllocImage(1, 1, "n", nullptr));
+  const Palette& palette = image->palette;
+  constexpr int kRed[] = {0, 42, 85, 127, 170, 212, 255};
+  constexpr int kGreen[] = {0, 36, 72, 109, 145, 182, 218, 255};
+  constexpr int kBlue[] = {0, 85, 170, 255};
+  for (int i = 0; i < 224; ++i) {
+    EXPECT_EQ(palette.red[i], kRed[i / 32]) << i;
+    EXPECT_EQ(palette.green[i], kGreen[i / 4 % 8]) << i;
+    EXPECT_EQ(palette.blue[i], kBlue[i % 4]) << i;
+  }
+  for (int i = 224; i < 256; ++i) {
+    EXPECT_EQ(palette.green[i], palette.red[i]) << i;
+    EXPECT_EQ(palette.blue[i], palette.red[i]) << i;
+  }
+  EXPECT_EQ(palette.red[224], 0);
+  EXPECT_EQ(palette.red[225], 12);
+  EXPECT_EQ(palette.red[226], 24);
+  EXPECT_EQ(palette.red[244], 242);
+  EXPECT_EQ(palette.red[245], 255);
+  EXPECT_EQ(palette.red[255], 255);
+}
+
+TEST_F(ImageTest, ReleaseHappensOnce) {
+  ImageRecord* image = AllocImage(2, 2, "n", nullptr);
+  EXPECT_EQ(FreeImage(image), 0);
+  EXPECT_EQ(FreeImage(image), 1) << "stale";
+  EXPECT_EQ(FreeImage(nullptr), 1);
+  ImageRecord stranger = {};
+  stranger.magic = kImageMagic;
+  EXPECT_EQ(FreeImage(&stranger), 1);
+  EXPECT_TRUE(host.errors.empty());
+
+  const ImageGuard damaged(AllocImage(2, 2, "n", nullptr));
+  damaged->magic = 0;
+  EXPECT_EQ(FreeImage(damaged.get()), 1);
+  EXPECT_EQ(LiveBlockCount(), 3u) << "nothing released";
+  damaged->magic = kImageMagic;
+}
+
+TEST_F(ImageTest, GreyNeedsEveryPixel) {
+  const ImageGuard image = Solid(3, 3, {9, 9, 9, 1});
+  EXPECT_TRUE(IsGrey(*image));
+  for (const Rgba odd : {Rgba{8, 9, 9, 1}, Rgba{9, 8, 9, 1}, Rgba{9, 9, 8, 1}}) {
+    SetPixel(*image, 2, 2, odd);
+    EXPECT_FALSE(IsGrey(*image));
+  }
+}
+
+}  // namespace
+}  // namespace imx::test

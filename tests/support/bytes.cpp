@@ -1,0 +1,52 @@
+#include "tests/support/bytes.h"
+
+namespace imx::test {
+
+ByteBuilder& ByteBuilder::U8(std::uint32_t value) {
+  bytes_.push_back(static_cast<std::uint8_t>(value));
+  return *this;
+}
+
+ByteBuilder& ByteBuilder::U16(std::uint32_t value) {
+  std::uint8_t packed[2];
+  StoreU16(packed, static_cast<std::uint16_t>(value), order_);
+  return Raw(packed, sizeof packed);
+}
+
+ByteBuilder& ByteBuilder::U32(std::uint32_t value) {
+  std::uint8_t packed[4];
+  StoreU32(packed, value, order_);
+  return Raw(packed, sizeof packed);
+}
+
+ByteBuilder& ByteBuilder::Text(std::string_view text) {
+  bytes_.insert(bytes_.end(), text.begin(), text.end());
+  return *this;
+}
+
+ByteBuilder& ByteBuilder::List(std::initializer_list<int> values) {
+  for (const int value : values) bytes_.push_back(static_cast<std::uint8_t>(value));
+  return *this;
+}
+
+ByteBuilder& ByteBuilder::Raw(const std::uint8_t* data, std::size_t count) {
+  bytes_.insert(bytes_.end(), data, data + count);
+  return *this;
+}
+
+ByteBuilder& ByteBuilder::Repeat(std::uint32_t value, std::size_t count) {
+  bytes_.insert(bytes_.end(), count, static_cast<std::uint8_t>(value));
+  return *this;
+}
+
+ByteBuilder& ByteBuilder::PatchU16(std::size_t offset, std::uint32_t value) {
+  StoreU16(&bytes_.at(offset), static_cast<std::uint16_t>(value), order_);
+  return *this;
+}
+
+ByteBuilder& ByteBuilder::PatchU32(std::size_t offset, std::uint32_t value) {
+  StoreU32(&bytes_.at(offset), value, order_);
+  return *this;
+}
+
+}  // namespace imx::test

@@ -1,0 +1,51 @@
+/// Byte strings built field by field, for hand-made files.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+#include <string_view>
+#include <vector>
+
+#include "imagelib/core/byte_order.h"
+
+namespace imx::test {
+
+using Bytes = std::vector<std::uint8_t>;
+
+/// Appends fields in one byte order. Every call returns the builder, so that calls chain.
+class ByteBuilder {
+ public:
+  explicit ByteBuilder(ByteOrder order) : order_(order) {}
+
+  ByteBuilder& U8(std::uint32_t value);
+  ByteBuilder& U16(std::uint32_t value);
+  ByteBuilder& U32(std::uint32_t value);
+  /// The characters alone, without a terminator.
+  ByteBuilder& Text(std::string_view text);
+  /// One byte each.
+  ByteBuilder& List(std::initializer_list<int> values);
+  ByteBuilder& Raw(const std::uint8_t* data, std::size_t count);
+  ByteBuilder& Raw(const Bytes& more) { return Raw(more.data(), more.size()); }
+  ByteBuilder& Repeat(std::uint32_t value, std::size_t count);
+
+  /// Overwrites a number written before.
+  ByteBuilder& PatchU16(std::size_t offset, std::uint32_t value);
+  ByteBuilder& PatchU32(std::size_t offset, std::uint32_t value);
+
+  std::size_t size() const { return bytes_.size(); }
+  const Bytes& bytes() const { return bytes_; }
+
+ private:
+  ByteOrder order_;
+  Bytes bytes_;
+};
+
+inline ByteBuilder BigEndian() {
+  return ByteBuilder(ByteOrder::big);
+}
+inline ByteBuilder LittleEndian() {
+  return ByteBuilder(ByteOrder::little);
+}
+
+}  // namespace imx::test

@@ -1,0 +1,100 @@
+#include "tests/support/recording_host.h"
+
+namespace imx::test {
+namespace {
+
+RecordingHost* current = nullptr;
+bool stopPressed = false;
+
+int Begin(void* argument, bool abortable) {
+  const auto& request = *static_cast<const ProgressRequest*>(argument);
+  current->progress.push_back(
+      {reinterpret_cast<const char*>(request.first), request.total, request.extra, abortable, {}});
+  return 0;
+}
+
+void Move(std::int32_t position) {
+  if (!current->progress.empty()) current->progress.back().positions.push_back(position);
+}
+
+int Update(void* argument) {
+  Move(static_cast<std::int32_t>(static_cast<const ProgressRequest*>(argument)->first));
+  return 0;
+}
+
+int Step(void*) {
+  if (current->progress.empty()) return 0;
+  const auto& positions = current->progress.back().positions;
+  Move(positions.empty() ? 1 : positions.back() + 1);
+  return 0;
+}
+
+int StopAnswer() {
+  if (current->abortableCalls++ == current->stopAt) stopPressed = true;
+  return stopPressed ? 1 : 0;
+}
+
+int End(void*) {
+  current->progressEnds += 1;
+  stopPressed = false;
+  return 0;
+}
+
+int Text(std::vector<std::string>& list, void* argument) {
+  list.emplace_back(static_cast<const char*>(argument));
+  return 0;
+}
+
+}  // namespace
+
+RecordingHost::RecordingHost() : savedCallbacks_(Host()), savedServices_(Services()) {
+  current = this;
+  stopPressed = false;
+  Host() = {
+      .message = [](void* text) { return Text(current->messages, text); },
+      .error = [](void* text) { return Text(current->errors, text); },
+      .progressBegin = [](void* request) { return Begin(request, false); },
+      .progressUpdate = Update,
+      .progressEnd = End,
+      .progressStep = Step,
+      .progressBeginAbortable = [](void* request) { return Begin(request, true); },
+      .progressStepAbort = [](void* unused) { return Step(unused) | StopAnswer(); },
+      .progressUpdateAbort = [](void* request) { return Update(request) | StopAnswer(); },
+  };
+  Services() = {};
+  Services().note = [](const char* text) { current->notes.emplace_back(text); };
+}
+
+RecordingHost::~RecordingHost() {
+  Host() = savedCallbacks_;
+  Services() = savedServices_;
+  current = nullptr;
+}
+
+void RecordingHost::ForgetStop() {
+  stopPressed = false;
+}
+
+void RecordingHost::Clear() {
+  messages.clear();
+  errors.clear();
+  notes.clear();
+  progress.clear();
+  progressEnds = 0;
+  abortableCalls = 0;
+  stopAt = kNever;
+  stopPressed = false;
+}
+
+std::vector<std::string> RecordingHost::MemoryFaults() const {
+  std::vector<std::string> faults;
+  for (const std::string& error : errors) {
+    for (const char* sign : {"Memory Over-run", "Memory Under-run", "unknown pointer",
+                             "unfreed pointer", "memory allocation with"}) {
+      if (error.find(sign) != std::string::npos) faults.push_back(error);
+    }
+  }
+  return faults;
+}
+
+}  // namespace imx::test

@@ -1,0 +1,57 @@
+/// A host that writes down what the library asks of it.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "imagelib/core/host.h"
+
+namespace imx::test {
+
+/// One progress display, from its begin call on.
+struct ProgressRun {
+  std::string title;
+  std::int32_t total;
+  std::int32_t extra;
+  bool abortable;
+  std::vector<std::int32_t> positions;  ///< of update calls; step calls count on by one
+};
+
+/// Fills the host tables while it lives and puts back what was there before. One at a time.
+class RecordingHost {
+ public:
+  RecordingHost();
+  ~RecordingHost();
+  RecordingHost(const RecordingHost&) = delete;
+  RecordingHost& operator=(const RecordingHost&) = delete;
+
+  static constexpr int kNever = -1;
+
+  std::vector<std::string> messages;
+  std::vector<std::string> errors;
+  std::vector<std::string> notes;
+  std::vector<ProgressRun> progress;
+  int progressEnds = 0;
+
+  /// Calls so far that could have been answered with a stop.
+  int abortableCalls = 0;
+  /// The abortable call, counted from 0, at which the user presses Stop; all later ones until the
+  /// display ends answer the same.
+  int stopAt = kNever;
+  /// The user takes the stop request back.
+  void ForgetStop();
+
+  /// Forgets everything recorded; nobody presses Stop any more.
+  void Clear();
+
+  /// Errors that only a fault of the library itself brings: damaged guards, unknown pointers,
+  /// leaked blocks.
+  std::vector<std::string> MemoryFaults() const;
+
+ private:
+  HostCallbacks savedCallbacks_;
+  HostServices savedServices_;
+};
+
+}  // namespace imx::test
