@@ -1,0 +1,73 @@
+/// Colour rendering: an image reduced to palette indices, or packed as 24-bit rows.
+#pragma once
+
+#include <cstdint>
+
+#include "imagelib/core/guards.h"
+#include "imagelib/core/image.h"
+
+namespace imx {
+
+/// What the caller wants.
+enum class RenderCode : std::int32_t {
+  packed24 = 0,    ///< rows of blue, green, red bytes, each padded to a multiple of 4 bytes
+  colour8 = 1,     ///< up to 256 colours
+  grey8 = 2,       ///< 256 greys
+  colour4 = 3,     ///< up to 16 colours with the default settings of a 4-bit file
+  grey4 = 4,       ///< 16 greys
+  blackWhite = 5,  ///< index 0 black, 1 white
+};
+
+/// Where the palette of a colour request comes from. Any other value acts as kRenderFromImage.
+enum RenderMode : std::int32_t {
+  kRenderFixed = 0,      ///< the default palette; for 4 bits the 16 fixed colours
+  kRenderGrey = 1,       ///< a colour request becomes the grey request of the same depth
+  kRenderFromImage = 2,  ///< built from the image
+  kRenderPrevious = 3,   ///< RenderPalette(), as the previous render left it
+  kRenderGiven = 4,      ///< the caller's, for 8 bits; for 4 bits as kRenderFromImage
+};
+
+/// The library's render settings, which every saver that renders passes on.
+struct RenderSettings {
+  /// The render palette has 1 << renderBits entries, 0..8; 24 stands for no palette.
+  std::int32_t renderBits = 8;
+  std::int32_t renderMode = kRenderFromImage;
+  std::int32_t renderOrdered = 0;  ///< 0 error diffusion; else ordered dither (8-bit colour only)
+  std::int32_t renderStrength = 100;  ///< strength of the dither in percent
+};
+
+RenderSettings& Rendering();
+
+struct PaletteRecord {
+  Palette colours;
+  std::int32_t count;  ///< entries in use
+};
+
+/// The palette that the last render with `keep` left behind; its `count` is 256 unless a host
+/// changes it. Null while the renderer is not started.
+PaletteRecord* RenderPalette();
+
+/// Makes the renderer's buffers and puts all that it carries from call to call into the state of a
+/// fresh start, also when it is running already. 0 when done; 1, nothing left allocated, when
+/// memory runs out. A host that never calls it has the same done by the first render.
+std::int32_t StartRenderer();
+
+/// Releases the renderer's buffers. LibraryShutdown does so too.
+void StopRenderer();
+
+/// Renders `image` into bytes that the caller owns; empty when memory runs out.
+///
+/// Codes 1..5 give one index byte per pixel, rows top-down, `width` bytes each without padding (the
+/// block may be larger); code 0 gives PackedRowSize(width) bytes per row; any other code gives
+/// zeros. `palette` receives the entries that the indices point into; in mode 4 it is also the
+/// palette to render to. With `keep` the palette becomes the one that mode 3 uses. `mode` is a
+/// RenderMode, `strength` a percentage.
+TrackedBytes RenderImage(const ImageRecord& image, Palette& palette, RenderCode code,
+                         std::int32_t mode, bool ordered, bool keep, std::int32_t strength);
+
+/// Bytes of one row of code 0.
+constexpr std::uint64_t PackedRowSize(std::int32_t width) {
+  return (std::uint64_t{3} * static_cast<std::uint32_t>(width) + 3) / 4 * 4;
+}
+
+}  // namespace imx

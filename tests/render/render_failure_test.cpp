@@ -1,0 +1,110 @@
+// Memory that runs out, and the buffers that live between renders.
+
+#include "tests/render/render_test_fixture.h"
+
+namespace imx::test {
+namespace {
+
+int allocationsLeft;
+
+void FailFrom(int allocation) {
+  allocationsLeft = allocation;
+  SetAllocationGate([] { return allocationsLeft-- > 0; });
+}
+
+struct Request {
+  RenderCode code;
+  std::int32_t mode;
+  bool ordered;
+};
+
+constexpr Request kRequests[] = {
+    {RenderCode::packed24, kRenderFromImage, false},
+    {RenderCode::colour8, kRenderFixed, false},
+    {RenderCode::colour8, kRenderFixed, true},
+    {RenderCode::colour8, kRenderFromImage, false},
+    {RenderCode::colour8, kRenderFromImage, true},
+    {RenderCode::colour8, kRenderPrevious, true},
+    {RenderCode::colour8, kRenderGiven, false},
+    {RenderCode::colour4, kRenderFromImage, false},
+    {RenderCode::colour4, kRenderPrevious, false},
+    {RenderCode::grey8, kRenderFromImage, false},
+    {RenderCode::blackWhite, kRenderFromImage, false},
+};
+
+using RenderFailureTest = RenderTest;
+
+// The renderer is not even started: the first render makes everything it needs itself.
+TEST_F(RenderFailureTest, EveryFailedAllocationFailsTheRenderAndLeaksNothing) {
+  const ImageGuard image = PhotoLike(24, 16);
+  for (const Request& request : kRequests) {
+    StopRenderer();
+    const std::size_t before = LiveBlockCount();
+    int failures = 0;
+    bool done = false;
+    for (int n = 0; !done && n < 100; ++n) {
+      palette = {};
+      palette.green[9] = 80;
+      FailFrom(n);
+      done = static_cast<bool>(
+          RenderImage(*image, palette, request.code, request.mode, request.ordered, true, 100));
+      SetAllocationGate(nullptr);
+      failures += done ? 0 : 1;
+      StopRenderer();
+      ASSERT_EQ(LiveBlockCount(), before) << "allocation " << n;
+    }
+    EXPECT_TRUE(done);
+    EXPECT_GE(failures, 5) << "error rows, output and the remembered palette at least";
+  }
+}
+
+TEST_F(RenderFailureTest, AFailedRenderDoesNotSpoilTheNext) {
+  const ImageGuard image = PhotoLike(24, 16);
+  const std::vector<int> wanted = Render(image, RenderCode::colour8, kRenderFromImage);
+  ASSERT_FALSE(wanted.empty());
+  const Palette wantedPalette = palette;
+  for (int n = 0; n < 12; ++n) {
+    StopRenderer();
+    FailFrom(n);
+    Render(image, RenderCode::colour8, kRenderFromImage);
+    SetAllocationGate(nullptr);
+    palette = {};
+    // A tree that could not be had is not asked for again; all else is.
+    if (ExactIndex(0, 0, 0) == kExactUnavailable) continue;
+    MarkExactTreeStale();
+    EXPECT_EQ(Render(image, RenderCode::colour8, kRenderFromImage), wanted) << "allocation " << n;
+    EXPECT_TRUE(std::equal(palette.red, palette.red + 256, wantedPalette.red));
+  }
+}
+
+TEST_F(RenderFailureTest, StartReportsMissingMemoryAndLeavesNothing) {
+  StopRenderer();
+  const std::size_t before = LiveBlockCount();
+  for (int n = 0; n < 3; ++n) {
+    FailFrom(n);
+    EXPECT_EQ(StartRenderer(), 1);
+    SetAllocationGate(nullptr);
+    EXPECT_EQ(LiveBlockCount(), before);
+    EXPECT_EQ(RenderPalette(), nullptr);
+  }
+  EXPECT_EQ(StartRenderer(), 0);
+  EXPECT_EQ(RenderPalette()->count, 256);
+}
+
+TEST_F(RenderFailureTest, AfterTheLibrarysShutdownARenderStartsAfresh) {
+  Render(Drawing(40, 40), RenderCode::colour8, kRenderFromImage);
+  ASSERT_NE(ExactLookups(), nullptr);
+  LibraryShutdown();
+  EXPECT_EQ(LiveBlockCount(), 0u);
+  EXPECT_EQ(RenderPalette(), nullptr);
+  EXPECT_EQ(ExactLookups(), nullptr);
+  EXPECT_EQ(Cells().cellDistance, nullptr);
+
+  const std::vector<int> indices = Render(PhotoLike(30, 20), RenderCode::colour8, kRenderPrevious);
+  EXPECT_THAT(indices, testing::Each(0));
+  EXPECT_EQ(indices.size(), 600u);
+  EXPECT_EQ(Entry(5), GreyPixel(0));
+}
+
+}  // namespace
+}  // namespace imx::test

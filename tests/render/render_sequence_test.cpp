@@ -1,0 +1,185 @@
+// Long random sequences of renders, the fast renderer beside the plain one: what one render leaves
+// behind decides about the next.
+
+#include <cstring>
+#include <random>
+#include <sstream>
+
+#include "tests/render/plain_renderer.h"
+#include "tests/render/render_test_fixture.h"
+
+namespace imx::test {
+namespace {
+
+class Dice {
+ public:
+  explicit Dice(std::uint32_t seed) : engine_(seed) {}
+  /// 0 .. sides-1
+  int Roll(int sides) { return static_cast<int>(engine_() % static_cast<std::uint32_t>(sides)); }
+  std::uint8_t Byte() { return static_cast<std::uint8_t>(Roll(256)); }
+  template <std::size_t n>
+  int Pick(const int (&values)[n]) {
+    return values[Roll(static_cast<int>(n))];
+  }
+
+ private:
+  std::mt19937 engine_;  // the same numbers on every system
+};
+
+/// Every pixel anywhere within `spread` of one colour: with a small spread the palette grows into
+/// its exact passes before it is full.
+ImageGuard Noise(Dice& dice, int width, int height, int spread) {
+  const int low[3] = {dice.Roll(257 - spread), dice.Roll(257 - spread), dice.Roll(257 - spread)};
+  ImageGuard image = Solid(width, height, {0, 0, 0, 255});
+  for (std::uint32_t i = 0; i < image->pixelCount * 4; ++i) {
+    image->pixels[i] = static_cast<std::uint8_t>(low[i % 4 % 3] + dice.Roll(spread));
+  }
+  return image;
+}
+
+ImageGuard AnyPicture(Dice& dice) {
+  const int width = 1 + dice.Roll(60);
+  const int height = 1 + dice.Roll(40);
+  switch (dice.Roll(8)) {
+    case 0:
+      return Drawing(width, height);
+    case 1:
+      return AlphaGradient(width, height);
+    case 2:
+      return Solid(width, height, {dice.Byte(), dice.Byte(), dice.Byte(), 255});
+    case 3:
+      return Noise(dice, width, height, 256);
+    case 4:
+      return Noise(dice, width, height, 30 + dice.Roll(40));
+    case 5:
+      return Noise(dice, width, height, 2 + dice.Roll(5));
+    default:
+      return PhotoLike(width, height, static_cast<std::uint32_t>(dice.Roll(1000)));
+  }
+}
+
+struct Call {
+  int code;
+  int mode;
+  bool ordered;
+  bool keep;
+  int strength;
+};
+
+Call AnyCall(Dice& dice) {
+  return {dice.Pick({0, 1, 1, 1, 1, 1, 1, 2, 3, 3, 3, 4, 5, 6, -1}),
+          dice.Pick({0, 0, 1, 2, 2, 2, 3, 3, 3, 4, 4, 5, -1}), dice.Roll(3) == 0, dice.Roll(4) != 0,
+          dice.Pick({100, 100, 100, 0, 1, 30, 99, 150, -60, 2000000000})};
+}
+
+std::string Describe(int step, const Call& call, const ImageGuard& image, int bits) {
+  std::ostringstream words;
+  words << "step " << step << ": code " << call.code << ", mode " << call.mode << ", ordered "
+        << call.ordered << ", keep " << call.keep << ", strength " << call.strength << ", "
+        << image->width << 'x' << image->height << ", bits " << bits;
+  return words.str();
+}
+
+bool SamePalette(const Palette& a, const Palette& b) {
+  return std::memcmp(&a, &b, sizeof a) == 0;
+}
+
+class RenderSequences : public RenderTest, public testing::WithParamInterface<std::uint32_t> {
+ protected:
+  /// Changes what a host may change between renders.
+  void Shake(Dice& dice) {
+    plain.renderBits = dice.Pick({8, 8, 8, 8, 4, 4, 1, 2, 3, 5, 7, 0, 24});
+    Rendering().renderBits = plain.renderBits;
+    plain.renderPalette.count = dice.Pick({256, 256, 256, 200, 15, 9, 1});
+    RenderPalette()->count = plain.renderPalette.count;
+    const bool locks = dice.Roll(3) == 0;
+    for (auto& lock : plain.entryLocks) {
+      lock = static_cast<std::uint8_t>(locks ? dice.Pick({0, 0, 0, 0, 1, 2}) : 0);
+    }
+    std::memcpy(Mapping().entryLocks, plain.entryLocks, sizeof plain.entryLocks);
+  }
+
+  void RenderBoth(const ImageGuard& image, const Call& call) {
+    Palette wantedPalette = palette;
+    const std::vector<std::uint8_t> wanted = plain.Render(
+        *image, wantedPalette, call.code, call.mode, call.ordered, call.keep, call.strength);
+    const TrackedBytes got = RenderImage(*image, palette, static_cast<RenderCode>(call.code),
+                                         call.mode, call.ordered, call.keep, call.strength);
+    ASSERT_TRUE(got);
+    ASSERT_GE(got.size(), wanted.size());
+    ASSERT_EQ(std::memcmp(got.data(), wanted.data(), wanted.size()), 0) << "indices differ";
+    ASSERT_TRUE(SamePalette(palette, wantedPalette));
+    ASSERT_TRUE(SamePalette(RenderPalette()->colours, plain.renderPalette.colours));
+  }
+
+  PlainRenderer plain;
+};
+
+TEST_P(RenderSequences, GiveWhatThePlainRendererGives) {
+  Dice dice(GetParam());
+  for (int step = 0; step < 40; ++step) {
+    if (dice.Roll(3) == 0) Shake(dice);
+    if (dice.Roll(6) == 0) {
+      for (auto* plane : {palette.red, palette.green, palette.blue}) {
+        std::generate_n(plane, 256, [&] { return dice.Byte(); });
+      }
+    }
+    const ImageGuard image = AnyPicture(dice);
+    const Call call = AnyCall(dice);
+    RenderBoth(image, call);
+    if (HasFatalFailure()) FAIL() << Describe(step, call, image, plain.renderBits);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Seeds, RenderSequences, testing::Range(1u, 9u));
+
+// Without the exact tree its passes add nothing and lookups go by cell alone.
+TEST_F(RenderSequences, GiveTheSameWithoutAnExactTree) {
+  plain.treeAvailable = false;
+  static bool treeAsked;
+  treeAsked = false;
+  Dice dice(99);
+  for (const int mode : {2, 3, 4, 2, 2}) {
+    const ImageGuard image = Noise(dice, 40, 30, 20);
+    Palette wantedPalette = palette;
+    const auto wanted = plain.Render(*image, wantedPalette, 1, mode, false, true, 100);
+    // The fifth block of the first render is the distance table, the seventh the tree.
+    static int allocation;
+    if (!treeAsked) {
+      allocation = 0;
+      SetAllocationGate([] {
+        const bool tree = ++allocation == 7;
+        treeAsked = treeAsked || tree;
+        return !tree;
+      });
+    }
+    const TrackedBytes got =
+        RenderImage(*image, palette, RenderCode::colour8, mode, false, true, 100);
+    SetAllocationGate(nullptr);
+    ASSERT_TRUE(got);
+    ASSERT_EQ(std::memcmp(got.data(), wanted.data(), wanted.size()), 0) << "mode " << mode;
+    ASSERT_TRUE(SamePalette(palette, wantedPalette));
+  }
+  EXPECT_TRUE(treeAsked);
+}
+
+// Large enough for the palette to fill in its threshold passes and for cells without an entry near.
+TEST_F(RenderSequences, GiveTheSameForAPhotoAndFullSpreadNoise) {
+  Dice dice(5);
+  RenderBoth(PhotoLike(300, 200), {1, 2, false, true, 100});
+  ASSERT_FALSE(HasFatalFailure());
+  RenderBoth(Noise(dice, 150, 100, 256), {1, 2, false, true, 100});
+  ASSERT_FALSE(HasFatalFailure());
+  // A palette of one corner leaves most cells to the full search.
+  for (int i = 0; i < 256; ++i) {
+    palette.red[i] = static_cast<std::uint8_t>(i / 16);
+    palette.green[i] = static_cast<std::uint8_t>(i % 16);
+    palette.blue[i] = static_cast<std::uint8_t>(i % 7);
+  }
+  RenderBoth(Noise(dice, 150, 100, 256), {1, 4, false, true, 100});
+  ASSERT_FALSE(HasFatalFailure());
+  RenderBoth(Noise(dice, 150, 100, 256), {1, 3, true, true, 100});
+}
+
+}  // namespace
+}  // namespace imx::test
