@@ -1,0 +1,49 @@
+#include <cstring>
+
+#include "ops/clip_region.h"
+#include "ops/new_image.h"
+#include "ops/operations.h"
+
+namespace imx {
+namespace {
+
+constexpr float kPerAlphaStep = 0.003921569f;
+
+/// Blends by the block's alpha; the target's own alpha stays.
+void BlendRow(const std::uint8_t* from, std::uint8_t* to, std::int32_t width) {
+  for (std::int32_t x = 0; x < width; ++x, from += 4, to += 4) {
+    const float a = static_cast<float>(from[3]) * kPerAlphaStep;
+    for (int channel = 0; channel < 3; ++channel) {
+      const float blended =
+          static_cast<float>(from[channel]) * a + static_cast<float>(to[channel]) * (1 - a);
+      to[channel] = static_cast<std::uint8_t>(blended);
+    }
+  }
+}
+
+}  // namespace
+
+void MergeRegion(ImageRecord* image) {
+  const ImageRecord* source = Operations().mergeSource;
+  if (!IsValidImage(image) || !source || !ClampClipRegion(*image)) return;
+  const ClipRegion region = CurrentClipRegion();
+  // One pixel less than the region each way.
+  const ImageGuard block(
+      ResampleImage(source, region.right - region.left, region.bottom - region.top));
+  if (!block) return;
+  PlainProgressScope progress("Merge Resampled Region", block->height, 1);
+  for (std::int32_t y = 0; y < block->height; ++y) {
+    ProgressUpdate(y);
+    const std::uint8_t* from = PixelRow(*block, y);
+    std::uint8_t* to =
+        PixelRow(*image, region.top + y) + std::size_t{4} * static_cast<std::uint32_t>(region.left);
+    if (block->flags & kFlagAlpha) {
+      BlendRow(from, to, block->width);
+    } else {
+      std::memcpy(to, from, std::size_t{4} * static_cast<std::uint32_t>(block->width));
+    }
+  }
+  image->flags |= kFlagPixelsChanged;
+}
+
+}  // namespace imx
