@@ -1,0 +1,40 @@
+/// Loading a library while the program runs.
+#pragma once
+
+#include <initializer_list>
+#include <string>
+
+namespace imx {
+
+/// A loaded library, unloaded at the end of its life.
+class PluginLibrary {
+ public:
+  /// Loads `name`, a Windows file name such as "KZLDJPEG.DLL". There the system's own rules find
+  /// it. Elsewhere the name ends in ".so" instead, and the library is looked for beside the
+  /// program, then where the system keeps libraries.
+  explicit PluginLibrary(const char* name);
+  ~PluginLibrary();
+  PluginLibrary(const PluginLibrary&) = delete;
+  PluginLibrary& operator=(const PluginLibrary&) = delete;
+
+  bool ok() const { return handle_ != nullptr; }
+  /// The system's words for why it could not be loaded.
+  const std::string& error() const { return error_; }
+
+  /// The function exported under the first of `names` that there is, or null.
+  template <typename Function>
+  Function Find(std::initializer_list<const char*> names) const {
+    for (const char* name : names) {
+      if (void* address = Symbol(name)) return reinterpret_cast<Function>(address);
+    }
+    return nullptr;
+  }
+
+ private:
+  void* Symbol(const char* name) const;
+
+  void* handle_ = nullptr;
+  std::string error_;
+};
+
+}  // namespace imx

@@ -1,0 +1,28 @@
+/// Saving that never leaves half a file: the old file is there until a whole new one replaces it.
+#pragma once
+
+#include <cstdio>
+#include <string>
+
+namespace imx {
+
+struct ImageRecord;
+
+/// What a save came to.
+struct SaveResult {
+  bool saved;
+  /// Why not, in words for the user. Empty when it is not known or the library has reported it
+  /// through LibError.
+  std::string reason;
+};
+
+/// SaveImage into a new file beside `path`, which is then moved there if it is whole. A failed or
+/// stopped save leaves what was at `path` as it was, and nothing beside it. The replaced file's
+/// permissions are kept, and a symbolic link stays one. A pipe or a device at `path` is given the
+/// bytes of the whole file instead.
+SaveResult SaveImageSafely(const std::string& path, ImageRecord* image);
+
+/// SaveImage into a temporary file whose bytes are then written to `stream`, which is flushed.
+SaveResult SaveImageToStream(std::FILE* stream, ImageRecord* image);
+
+}  // namespace imx

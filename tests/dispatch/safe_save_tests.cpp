@@ -1,0 +1,141 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "formats/codec_state.h"
+#include "imagelib/core/guards.h"
+#include "imagelib/core/registry.h"
+#include "imagelib/dispatch/load.h"
+#include "imagelib/dispatch/safe_save.h"
+#include "imagelib/dispatch/temporary_file.h"
+#include "tests/support/library_test.h"
+#include "tests/support/pictures.h"
+
+namespace imx::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class SafeSaveTest : public LibraryTest {
+ protected:
+  void TearDown() override {
+    image = ImageGuard();
+    Output() = OutputOptions();
+    LibraryTest::TearDown();
+  }
+
+  void Choose(const char* extension) {
+    image->saveType = TypeRowByExtension(extension);
+    image->saveDepth = 0;
+  }
+
+  std::vector<std::string> FilesInFolder() {
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(temp.path())) {
+      names.push_back(entry.path().filename().string());
+    }
+    return names;
+  }
+
+  ImageGuard image = PhotoLike(64, 48);
+};
+
+TEST_F(SafeSaveTest, AWholeFileTakesTheOldOnesPlace) {
+  Choose("ppm");
+  const std::string path = temp.Write("a.ppm", "the old file");
+  const SaveResult result = SaveImageSafely(path, image.get());
+  EXPECT_TRUE(result.saved) << result.reason;
+  EXPECT_THAT(FilesInFolder(), ElementsAre("a.ppm"));
+  const ImageGuard loaded(LoadImage(path.c_str()));
+  ASSERT_TRUE(loaded);
+  EXPECT_EQ(Difference(*image, *loaded, Channels::rgb), "");
+}
+
+TEST_F(SafeSaveTest, EveryFailingWriteLeavesTheOldFile) {
+  static int left = 0;
+  for (const char* extension : {"ppm", "trm", "iff", "png"}) {
+    Choose(extension);
+    const std::string path = temp.Write("kept.bin", "the old file");
+    bool saved = false;
+    for (int failing = 0; !saved && failing < 200; ++failing) {
+      left = failing;
+      SetWriteGate([] { return left-- > 0; });
+      const SaveResult result = SaveImageSafely(path, image.get());
+      SetWriteGate(nullptr);
+      saved = result.saved;
+      EXPECT_THAT(FilesInFolder(), ElementsAre("kept.bin"));
+      if (!saved) {
+        EXPECT_EQ(ReadTextFile(path), "the old file") << extension << " " << failing;
+        EXPECT_EQ(result.reason, "No space left on device") << extension << " " << failing;
+      }
+    }
+    EXPECT_TRUE(saved) << extension;
+  }
+}
+
+TEST_F(SafeSaveTest, AStoppedSaveLeavesTheOldFile) {
+  Choose("ppm");
+  const std::string path = temp.Write("a.ppm", "the old file");
+  host.stopAt = 5;
+  EXPECT_FALSE(SaveImageSafely(path, image.get()).saved);
+  EXPECT_EQ(ReadTextFile(path), "the old file");
+  EXPECT_THAT(FilesInFolder(), ElementsAre("a.ppm"));
+}
+
+TEST_F(SafeSaveTest, WhatCannotBeSavedMakesNoFile) {
+  Choose("flc");
+  const SaveResult unavailable = SaveImageSafely(temp.file("a.flc"), image.get());
+  EXPECT_FALSE(unavailable.saved);
+  EXPECT_EQ(host.errors.size(), 1u) << "the library has said why";
+  Choose("ppm");
+  image->saveDepth = 5;
+  EXPECT_FALSE(SaveImageSafely(temp.file("a.ppm"), image.get()).saved);
+  EXPECT_THAT(FilesInFolder(), IsEmpty());
+}
+
+TEST_F(SafeSaveTest, PlacesThatCannotHoldAFileAreNamed) {
+  Choose("ppm");
+  EXPECT_EQ(SaveImageSafely(temp.path(), image.get()).reason, "is a directory");
+  const SaveResult missing = SaveImageSafely(temp.path() + "/none/a.ppm", image.get());
+  EXPECT_FALSE(missing.saved);
+  EXPECT_FALSE(missing.reason.empty());
+}
+
+TEST_F(SafeSaveTest, AStreamGetsTheSameBytesAsAFile) {
+  Choose("iff");
+  const std::string path = temp.file("a.iff");
+  ASSERT_TRUE(SaveImageSafely(path, image.get()).saved);
+  const std::string streamed = temp.file("streamed");
+  std::FILE* stream = std::fopen(streamed.c_str(), "wb");
+  ASSERT_TRUE(stream);
+  EXPECT_TRUE(SaveImageToStream(stream, image.get()).saved);
+  std::fclose(stream);
+  EXPECT_EQ(ReadFile(streamed), ReadFile(path));
+  EXPECT_FALSE(ReadFile(path).empty());
+}
+
+TEST_F(SafeSaveTest, TemporaryFilesEndWithTheirOwnerOrAtAnInterrupt) {
+  {
+    const TemporaryFile first(temp.path());
+    const TemporaryFile second(temp.path());
+    ASSERT_TRUE(first.ok() && second.ok());
+    EXPECT_NE(first.path(), second.path());
+    EXPECT_EQ(FilesInFolder().size(), 2u);
+  }
+  EXPECT_THAT(FilesInFolder(), IsEmpty());
+
+  const TemporaryFile live(temp.path());
+  TemporaryFile moved(temp.path());
+  ASSERT_TRUE(moved.MoveTo(temp.file("kept")));
+  RemoveTemporaryFiles();
+  EXPECT_THAT(FilesInFolder(), ElementsAre("kept"));
+}
+
+}  // namespace
+}  // namespace imx::test
