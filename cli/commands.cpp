@@ -1,0 +1,31 @@
+#include "cli/commands.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <iterator>
+
+namespace imx {
+namespace {
+
+constexpr Command kCommands[] = {
+    {kFormats, "formats", "", "list the file types", 0, 0, RunFormats},
+    {kInfo, "info", "FILE...", "tell what files hold", 1, SIZE_MAX, RunInfo},
+    {kPixels, "pixels", "FILE", "write a file's pixels to standard output as R, G, B, A bytes", 1,
+     1, RunPixels},
+    {kConvert, "convert", "INPUT OUTPUT", "load an image and save it as another type", 2, 2,
+     RunConvert},
+};
+
+}  // namespace
+
+std::span<const Command> Commands() {
+  return kCommands;
+}
+
+const Command* FindCommand(const std::string& name) {
+  const auto found = std::find_if(std::begin(kCommands), std::end(kCommands),
+                                  [&name](const Command& command) { return name == command.name; });
+  return found == std::end(kCommands) ? nullptr : found;
+}
+
+}  // namespace imx

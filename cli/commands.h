@@ -1,0 +1,13 @@
+/// What the program can do, one function to a command. Each returns an exit status.
+#pragma once
+
+#include "cli/options.h"
+
+namespace imx {
+
+int RunFormats(const Request& request);
+int RunInfo(const Request& request);
+int RunPixels(const Request& request);
+int RunConvert(const Request& request);
+
+}  // namespace imx

@@ -1,0 +1,37 @@
+#include <unistd.h>
+
+#include <csignal>
+#include <initializer_list>
+
+#include "cli/console.h"
+#include "imagelib/dispatch/temporary_file.h"
+
+namespace imx {
+namespace {
+
+extern "C" void CleanUpAndEnd(int signal) {
+  RemoveTemporaryFiles();
+  std::signal(signal, SIG_DFL);
+  std::raise(signal);  // takes effect when this handler returns
+}
+
+}  // namespace
+
+void MakeStandardStreamsBinary() {}
+
+bool StandardErrorIsTerminal() {
+  return isatty(STDERR_FILENO) != 0;
+}
+
+void HandleInterrupts() {
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) {
+    if (std::signal(signal, CleanUpAndEnd) == SIG_IGN) std::signal(signal, SIG_IGN);
+  }
+  std::signal(SIGXFSZ, SIG_IGN);
+}
+
+bool Interrupted() {
+  return false;  // the handler has ended the program
+}
+
+}  // namespace imx

@@ -1,0 +1,137 @@
+#include "cli/documents.h"
+
+#include <cstdint>
+#include <sstream>
+#include <string_view>
+
+#include "imagelib/core/registry.h"
+
+namespace imx {
+namespace {
+
+constexpr std::size_t kWidth = 80;
+constexpr std::size_t kIndent = 24;
+
+constexpr const char* kSummary = "load, show and convert raster images";
+constexpr const char* kNotes =
+    "\"-\" stands for standard input or output. The exit status is 0 when everything was done, 1 "
+    "when a file could not be loaded, changed or saved, 2 for a usage error. OUTPUT is replaced "
+    "only by a whole new file.";
+
+/// `text` broken between words; every line but the first is indented.
+std::string Wrapped(std::string_view text, std::size_t indent) {
+  std::istringstream words{std::string(text)};
+  std::string all, word;
+  std::size_t column = indent;
+  while (words >> word) {
+    const bool isFirst = all.empty();
+    if (!isFirst && column + 1 + word.size() > kWidth) {
+      all.append("\n").append(indent, ' ');
+      column = indent;
+    } else if (!isFirst) {
+      all += ' ';
+      column += 1;
+    }
+    all += word;
+    column += word.size();
+  }
+  return all;
+}
+
+/// A term and what it means, the meaning in a column of its own.
+std::string Entry(const std::string& term, std::string_view meaning) {
+  std::string line = "  " + term;
+  line += line.size() + 2 > kIndent ? "\n" + std::string(kIndent, ' ')
+                                    : std::string(kIndent - line.size(), ' ');
+  return line + Wrapped(meaning, kIndent) + "\n";
+}
+
+std::string Spelling(const Option& option) {
+  std::string text = option.shortName ? std::string("-") + option.shortName + ", " : std::string();
+  text += option.name;
+  return option.argument ? text + " " + option.argument : text;
+}
+
+std::string Usage(const Command& command) {
+  std::string text = std::string("imx ") + command.name + " [options]";
+  return *command.operands ? text + " " + command.operands : text;
+}
+
+/// Dashes and backslashes as troff wants them.
+std::string Troff(std::string_view text) {
+  std::string escaped;
+  for (const char c : text) {
+    if (c == '-' || c == '\\') escaped += '\\';
+    escaped += c;
+  }
+  return escaped;
+}
+
+std::string OptionNames(const Command& command) {
+  std::string names;
+  for (const Option& option : Options()) {
+    if (option.commands & command.bit) names.append(option.name).append(" ");
+  }
+  return names;
+}
+
+}  // namespace
+
+std::string HelpText() {
+  std::string text = std::string("imx - ") + kSummary + "\n\n";
+  for (const Command& command : Commands()) text += Entry(Usage(command), command.summary);
+  text += Entry("imx COMMAND --help", "the options of a command");
+  text += Entry("imx --version", "the program's version");
+  return text + "\n" + Wrapped(kNotes, 0) + "\n";
+}
+
+std::string HelpText(const Command& command) {
+  std::string text = "usage: " + Usage(command) + "\n" + Wrapped(command.summary, 0) + "\n\n";
+  for (const Option& option : Options()) {
+    if (option.commands & command.bit) text += Entry(Spelling(option), option.help);
+  }
+  return text + "\n" + Wrapped(kNotes, 0) + "\n";
+}
+
+std::string ManualPage() {
+  std::string page = ".TH IMX 1\n.SH NAME\nimx \\- " + Troff(kSummary) + "\n.SH SYNOPSIS\n";
+  for (const Command& command : Commands()) page += Troff(Usage(command)) + "\n.br\n";
+  page += ".SH COMMANDS\n";
+  for (const Command& command : Commands()) {
+    page += std::string(".SS ") + command.name + "\n" + Troff(command.summary) + "\n";
+    for (const Option& option : Options()) {
+      if (!(option.commands & command.bit)) continue;
+      page += ".TP\n.B " + Troff(Spelling(option)) + "\n" + Troff(option.help) + "\n";
+    }
+  }
+  return page + ".SH NOTES\n" + Troff(kNotes) + "\n";
+}
+
+std::string BashCompletion() {
+  std::string names, types, cases;
+  for (const Command& command : Commands()) {
+    names += std::string(command.name) + " ";
+    cases += std::string("    ") + command.name + ") words='" + OptionNames(command) + "' ;;\n";
+  }
+  for (std::int32_t row = 0; TypeRowOutOfRange(row) == 0; ++row) {
+    if (TypeCanSave(row)) types += std::string(TypeExtension(row)) + " ";
+  }
+  return "_imx() {\n"
+         "  local words= current=${COMP_WORDS[COMP_CWORD]}\n"
+         "  case ${COMP_WORDS[1]} in\n" +
+         cases +
+         "  esac\n"
+         "  if [ \"$COMP_CWORD\" = 1 ]; then words='" +
+         names +
+         "--help --version'\n"
+         "  elif [ \"$3\" = --type ]; then words='" +
+         types +
+         "'\n"
+         "  elif [ \"${current#-}\" = \"$current\" ]; then words=\n"
+         "  fi\n"
+         "  COMPREPLY=($(compgen -W \"$words\" -- \"$current\"))\n"
+         "}\n"
+         "complete -o default -F _imx imx\n";
+}
+
+}  // namespace imx

@@ -1,0 +1,17 @@
+/// Texts about the program, made from its tables of commands and options.
+#pragma once
+
+#include <string>
+
+#include "cli/options.h"
+
+namespace imx {
+
+std::string HelpText();
+std::string HelpText(const Command& command);
+/// Manual page in troff's man macros.
+std::string ManualPage();
+/// Completion for bash.
+std::string BashCompletion();
+
+}  // namespace imx

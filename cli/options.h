@@ -1,0 +1,78 @@
+/// The command line: what can be asked, in tables, and what was asked.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace imx {
+
+/// Everything that one command line asks for.
+struct Request {
+  std::vector<std::string> operands;
+  bool help = false;
+  bool json = false;
+  bool quiet = false;
+  std::uint64_t maxMemoryMib = 1024;
+  std::string type;  ///< extension of the registry row; empty: by the output's name
+  std::optional<std::int32_t> depth;  ///< bits per pixel
+  bool compress = true;
+  bool interlace = false;
+  std::int32_t quality = 100;
+  std::optional<std::string> author;
+  std::optional<std::string> comment;
+  std::optional<std::string> notice;
+};
+
+/// Exit statuses.
+inline constexpr int kDone = 0;
+inline constexpr int kFailed = 1;
+inline constexpr int kUsageError = 2;
+
+/// Bits that say which commands take an option.
+enum CommandBit : unsigned {
+  kFormats = 1u << 0,
+  kInfo = 1u << 1,
+  kPixels = 1u << 2,
+  kConvert = 1u << 3,
+  kAllCommands = ~0u,
+};
+
+struct Command {
+  CommandBit bit;
+  const char* name;
+  const char* operands;  ///< as the help shows them
+  const char* summary;
+  std::size_t fewestOperands;
+  std::size_t mostOperands;
+  /// Does what is asked; an exit status.
+  int (*run)(const Request& request);
+};
+
+struct Option {
+  const char* name;      ///< with its dashes
+  char shortName;        ///< 0 = none
+  const char* argument;  ///< as the help shows it; null when the option takes none
+  unsigned commands;     ///< CommandBit mask
+  const char* help;
+  /// Puts the argument (null when the option takes none) into the request. Empty, or what is wrong
+  /// with it in words that follow the option's name.
+  std::string (*apply)(Request& request, const char* value);
+};
+
+std::span<const Command> Commands();
+std::span<const Option> Options();
+
+/// The command of that name, or null.
+const Command* FindCommand(const std::string& name);
+
+/// Reads the arguments behind the command's name. Empty, or what is wrong with them.
+std::string ParseArguments(const Command& command, std::span<const std::string> arguments,
+                           Request* request);
+
+/// Ends a command whose arguments contradict each other: says so on standard error; kUsageError.
+int UsageError(const char* command, const std::string& what);
+
+}  // namespace imx

@@ -1,0 +1,123 @@
+// What the command line takes and refuses, and the texts that are made from its tables.
+
+#include <algorithm>
+
+#include "tests/cli/program_test.h"
+
+namespace imx::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::MatchesRegex;
+using testing::StartsWith;
+
+using ArgumentsTest = ProgramTest;
+
+TEST_F(ArgumentsTest, UsageErrorsAreOneLineAndChangeNothing) {
+  temp.Write("a.ppm", Pixmap(2, 2));
+  const struct {
+    std::vector<std::string> arguments;
+    const char* says;
+  } kCases[] = {
+      {{"frobnicate"}, "no command 'frobnicate'"},
+      {{"formats", "x"}, "does not take 'x'"},
+      {{"formats", "--quality", "5"}, "no option '--quality'"},
+      {{"info"}, "needs FILE"},
+      {{"info", "--json=yes", "a.ppm"}, "--json takes no value"},
+      {{"pixels", "a.ppm", "a.ppm"}, "does not take 'a.ppm'"},
+      {{"convert", "a.ppm"}, "needs INPUT OUTPUT"},
+      {{"convert", "a.ppm", "b"}, "does not tell the type"},
+      {{"convert", "a.ppm", "b.xyz"}, "'b.xyz' does not tell the type"},
+      {{"convert", "a.ppm", "folder.trm/b"}, "does not tell the type"},
+      {{"convert", "a.ppm", "-"}, "needs --type"},
+      {{"convert", "a.ppm", "b.flc"}, "flc files can only be loaded"},
+      {{"convert", "a.ppm", "b.ppm", "--type", "psd"}, "psd files can only be loaded"},
+      {{"convert", "a.ppm", "b.ppm", "--type", "xyz"}, "'xyz' is no known type"},
+      {{"convert", "a.ppm", "b.ppm", "--type"}, "--type needs EXT"},
+      {{"convert", "a.ppm", "b.ppm", "--depth", "7"}, "32, 24, 8, 4 and 1"},
+      {{"convert", "a.ppm", "b.ppm", "--depth", "24x"}, "32, 24, 8, 4 and 1"},
+      {{"convert", "a.ppm", "b.ppm", "--depth", "32"}, "ppm files have no depth 32"},
+      {{"convert", "a.ppm", "b.trm", "--depth", "8"}, "trm files have no depth 8"},
+      {{"convert", "a.ppm", "b.ppm", "--quality", "101"}, "from 0 to 100"},
+      {{"convert", "a.ppm", "b.ppm", "--quality", "-1"}, "from 0 to 100"},
+      {{"convert", "a.ppm", "b.ppm", "--quality", ""}, "from 0 to 100"},
+      {{"convert", "a.ppm", "b.ppm", "--author", std::string(255, 'x')}, "at most 254 bytes"},
+      {{"convert", "a.ppm", "b.ppm", "--no-such"}, "no option '--no-such'"},
+      {{"convert", "a.ppm", "b.ppm", "-x"}, "no option '-x'"},
+      {{"info", "--max-memory", "0", "a.ppm"}, "mebibytes from 1"},
+      {{"info", "--max-memory", "99999999999999999999", "a.ppm"}, "mebibytes from 1"},
+  };
+  for (const auto& c : kCases) {
+    const ProgramResult result = Imx(c.arguments);
+    EXPECT_EQ(result.status, 2) << c.says;
+    EXPECT_EQ(result.out, "") << c.says;
+    EXPECT_THAT(result.err, HasSubstr(c.says));
+    EXPECT_THAT(result.err, MatchesRegex("imx[^\n]*\n"));
+    EXPECT_THAT(Files(), ElementsAre("a.ppm")) << c.says;
+  }
+}
+
+TEST_F(ArgumentsTest, OptionsMayStandAnywhereInEitherSpelling) {
+  temp.Write("a.ppm", Pixmap(2, 2));
+  temp.Write("-odd.ppm", Pixmap(3, 3));
+  ImxOutput({"convert", "--type=ppm", "a.ppm", "x", "-q"});
+  EXPECT_TRUE(SameFiles("x", "a.ppm"));
+  ImxOutput({"convert", "a.ppm", "y", "--type", "png", "--type", "PPM"});
+  EXPECT_TRUE(SameFiles("y", "a.ppm")) << "the last of several counts";
+  ImxOutput({"convert", "--", "-odd.ppm", "z.ppm"});
+  EXPECT_TRUE(SameFiles("z.ppm", "-odd.ppm"));
+}
+
+TEST_F(ArgumentsTest, HelpIsForEverybodyWhoAsks) {
+  const std::string help = ImxOutput({"--help"});
+  for (const char* command : {"formats", "info", "pixels", "convert"}) {
+    EXPECT_THAT(help, HasSubstr(std::string("imx ") + command));
+  }
+  EXPECT_THAT(ImxOutput({"convert", "--help"}), HasSubstr("--interlace"));
+  EXPECT_THAT(ImxOutput({"info", "-h"}), HasSubstr("--json"));
+  EXPECT_THAT(ImxOutput({"--version"}), MatchesRegex("imx [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+  const ProgramResult nothing = Imx({});
+  EXPECT_EQ(nothing.status, 2);
+  EXPECT_EQ(nothing.out, "");
+  EXPECT_EQ(nothing.err, help);
+}
+
+TEST_F(ArgumentsTest, FormatsListsTheRegistry) {
+  const std::string list = ImxOutput({"formats"});
+  EXPECT_THAT(list, StartsWith("EXT  LABEL                 TYPE  LOAD  SAVE  DEPTHS     OPTIONS\n"
+                               "tga  Targa (*.tga)            6  yes   yes   32 24      compress\n"
+                               "bmp  BMP (*.bmp)              0  yes   yes   24 8 4 1\n"));
+  EXPECT_THAT(list, EndsWith("trm  QMK Trim (*.trm)         8  yes   yes   32 24\n"));
+  EXPECT_EQ(std::count(list.begin(), list.end(), '\n'), 26);
+
+  const std::string json = ImxOutput({"formats", "--json"});
+  EXPECT_THAT(json, HasSubstr(R"json({"extension":"png","label":"PNG (*.png)","typeId":12,)json"
+                              R"json("load":true,"save":true,"depths":[32,24,8],)json"
+                              R"json("options":["interlace"]})json"
+                              "\n"));
+  EXPECT_THAT(json, HasSubstr(R"("typeId":25,"load":true,"save":false,"depths":[],"options":[]})"));
+  EXPECT_EQ(std::count(json.begin(), json.end(), '\n'), 25);
+}
+
+TEST_F(ArgumentsTest, CompletionAndManualKnowTheOptions) {
+  const ProgramResult completed = Bash(R"(
+    source <("$imx" --print-completion)
+    complete_words() { COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1))
+      _imx imx "${!#}" "${COMP_WORDS[COMP_CWORD - 1]}"; echo "${COMPREPLY[@]}"; }
+    complete_words imx co
+    complete_words imx info --j
+    complete_words imx convert --no
+    complete_words imx convert --type p
+    complete_words imx convert fil)");
+  EXPECT_EQ(completed.out, "convert\n--json\n--no-compress --notice\npic pix pcx ppm png\n\n");
+  EXPECT_EQ(completed.err, "");
+  const std::string manual = ImxOutput({"--print-man"});
+  EXPECT_THAT(manual, StartsWith(".TH IMX 1\n"));
+  EXPECT_THAT(manual, HasSubstr(".B \\-\\-max\\-memory MIB\n"));
+}
+
+}  // namespace
+}  // namespace imx::test

@@ -1,0 +1,104 @@
+// An output is replaced only by a whole new file.
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "tests/cli/program_test.h"
+
+namespace imx::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+class SavingTest : public ProgramTest {
+ protected:
+  void SetUp() override { temp.Write("in.ppm", Pixmap(100, 80)); }
+
+  mode_t Permissions(const std::string& name) {
+    struct stat status = {};
+    EXPECT_EQ(stat(temp.file(name).c_str(), &status), 0);
+    return status.st_mode & 0777;
+  }
+};
+
+TEST_F(SavingTest, AFullDiskLeavesTheOldFile) {
+  // The largest file that the shell lets the program write stands for the disk's end.
+  for (const char* type : {"ppm", "trm", "iff", "png"}) {
+    temp.Write("out", "the old file");
+    const ProgramResult result =
+        Bash(std::string("ulimit -f 1; \"$imx\" convert in.ppm out --type ") + type);
+    EXPECT_EQ(result.status, 1) << type;
+    EXPECT_EQ(result.err, "imx: out: File too large\n") << type;
+    EXPECT_TRUE(Contents("out") == "the old file") << type;
+    EXPECT_THAT(Files(), ElementsAre("in.ppm", "out")) << type;
+  }
+}
+
+TEST_F(SavingTest, PlacesThatCannotBeWrittenAreNamed) {
+  mkdir(temp.file("folder.ppm").c_str(), 0777);
+  EXPECT_EQ(Imx({"convert", "in.ppm", "nowhere/out.ppm"}).err,
+            "imx: nowhere/out.ppm: No such file or directory\n");
+  EXPECT_EQ(Imx({"convert", "in.ppm", "folder.ppm"}).err, "imx: folder.ppm: is a directory\n");
+  EXPECT_EQ(Imx({"convert", "in.ppm", "folder.ppm"}).status, 1);
+  EXPECT_THAT(Files(), ElementsAre("folder.ppm", "in.ppm"));
+}
+
+TEST_F(SavingTest, TheInputCanBeTheOutput) {
+  const std::string before = ImxOutput({"pixels", "in.ppm"});
+  ImxOutput({"convert", "in.ppm", "in.ppm", "--no-compress"});
+  EXPECT_EQ(Contents("in.ppm").substr(0, 2), "P3");
+  EXPECT_TRUE(ImxOutput({"pixels", "in.ppm"}) == before);
+  EXPECT_THAT(Files(), ElementsAre("in.ppm"));
+}
+
+TEST_F(SavingTest, PermissionsAreTheOldFilesOrThoseOfAnyNewOne) {
+  temp.Write("old.ppm", "the old file");
+  chmod(temp.file("old.ppm").c_str(), 0604);
+  ImxOutput({"convert", "in.ppm", "old.ppm"});
+  EXPECT_EQ(Permissions("old.ppm"), 0604u);
+  Bash("umask 027; \"$imx\" convert in.ppm new.ppm");
+  EXPECT_EQ(Permissions("new.ppm"), 0640u);
+}
+
+TEST_F(SavingTest, ALinkStaysALink) {
+  mkdir(temp.file("folder").c_str(), 0777);
+  ASSERT_EQ(symlink("folder/target.ppm", temp.file("link.ppm").c_str()), 0);
+  for (int round = 0; round < 2; ++round) {  // first the target is not there
+    ImxOutput({"convert", "in.ppm", "link.ppm"});
+    EXPECT_TRUE(SameFiles("folder/target.ppm", "in.ppm"));
+    struct stat status = {};
+    ASSERT_EQ(lstat(temp.file("link.ppm").c_str(), &status), 0);
+    EXPECT_TRUE(S_ISLNK(status.st_mode));
+  }
+}
+
+TEST_F(SavingTest, AnEndedProgramLeavesTheOldFileAndNothingElse) {
+  temp.Write("out.ppm", "the old file");
+  // Many pixels as text take long enough to be met in the middle.
+  const ProgramResult result = Bash(R"(
+    { printf 'P6 4000 4000 255\n'; head -c 48000000 /dev/zero; } >large.ppm
+    "$imx" convert large.ppm out.ppm --no-compress &
+    until compgen -G 'imx-*' >/dev/null || ! kill -0 $!; do :; done
+    kill -TERM $!
+    wait $!
+    echo "status $?"
+    rm large.ppm)");
+  EXPECT_EQ(result.out, "status 143\n");
+  EXPECT_TRUE(Contents("out.ppm") == "the old file");
+  EXPECT_THAT(Files(), ElementsAre("in.ppm", "out.ppm"));
+}
+
+TEST_F(SavingTest, TheProgressBarIsForTerminalsOnly) {
+  const std::string convert = "convert in.ppm out.ppm --no-compress";
+  const auto onTerminal = [this](const std::string& command) {
+    return Bash("script -qec \"$imx " + command + "\" /dev/null").out;
+  };
+  EXPECT_THAT(onTerminal(convert), HasSubstr("Saving PPM Image"));
+  EXPECT_THAT(onTerminal(convert), HasSubstr("]  50%"));
+  EXPECT_EQ(onTerminal(convert + " --quiet"), "");
+  EXPECT_EQ(Bash("\"$imx\" " + convert + " 2>&1 | cat").out, "");
+}
+
+}  // namespace
+}  // namespace imx::test
