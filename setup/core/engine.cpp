@@ -1,0 +1,54 @@
+#include "setup/core/engine.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "imagelib/core/guards.h"
+#include "setup/core/copy_sequence.h"
+#include "setup/core/directories.h"
+#include "setup/core/halt.h"
+#include "setup/core/shortcuts.h"
+
+namespace imx {
+namespace {
+
+constexpr HaltText kNoDirectories = {
+    "The Install Wizard was unable to create all of the directories required.\n\n"
+    "Installation terminated.",
+    "You may have used a file's name, or you may not have write permission in one or more "
+    "locations."};
+
+bool prepareDirectories(const Platform& platform, InstallSettings& settings) {
+  settings.copyEnabled = 1;
+  if (createDirectories(platform, settings)) return true;
+  removeCreatedDirectories(platform, settings);
+  showHalt(platform, settings, kNoDirectories);
+  platform.sendExit(platform.context);
+  return false;
+}
+
+void copyAndLink(const Platform& platform, InstallSettings& settings) {
+  walkCopySequence(platform, settings);
+  if (settings.copyEnabled == 1 && platform.initializeCom(platform.context) == kResultOk) {
+    makeShortcuts(platform, settings);
+  }
+}
+
+}  // namespace
+
+std::int32_t runInstall(const Platform& platform, InstallSettings& settings, std::int32_t mode) {
+  settings.mode = mode;
+  std::fill(std::begin(settings.driveBytes), std::end(settings.driveBytes), 0U);
+  std::fill(std::begin(settings.categoryBytes), std::end(settings.categoryBytes), 0U);
+  if (mode != kInstallMode) {
+    copyAndLink(platform, settings);
+    return kInstallDone;
+  }
+  if (!prepareDirectories(platform, settings)) return kInstallNoDirectories;
+  const ProgressScope progress("Copying Files", static_cast<std::int32_t>(settings.expectedFiles),
+                               1);
+  copyAndLink(platform, settings);
+  return kInstallDone;
+}
+
+}  // namespace imx

@@ -1,0 +1,12 @@
+/// The links in the program group.
+#pragma once
+
+#include "setup/core/install_settings.h"
+#include "setup/core/platform.h"
+
+namespace imx {
+
+/// Makes the links of what was chosen. One that cannot be made is passed over.
+void makeShortcuts(const Platform& platform, const InstallSettings& settings);
+
+}  // namespace imx

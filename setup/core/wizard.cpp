@@ -1,0 +1,108 @@
+#include "setup/core/wizard.h"
+
+#include <cstdio>
+
+#include "setup/core/engine.h"
+#include "setup/core/page_machine.h"
+#include "setup/core/space_check.h"
+#include "setup/core/startup.h"
+#include "setup/core/wizard_pages.h"
+
+namespace imx {
+namespace {
+
+constexpr HaltText kAborted = {
+    "User aborted the install process.\n\nInstallation terminated.\n\n"
+    "Glimmerix may be unstable or dangerous to run.",
+    "Please re-run the installer at a later time."};
+constexpr const char* kEnoughSpace =
+    "Using the locations you selected, there is enough free space to install.";
+constexpr const char* kTooLittleSpace =
+    "Using the locations you selected, there is not enough space available.\n\n"
+    "Reassign compenents or make more space available.";
+
+Page dialogOf(WizardPage page) {
+  switch (page) {
+    case WizardPage::welcome:
+      return Page::welcome;
+    case WizardPage::components:
+      return Page::components;
+    case WizardPage::documentation:
+      return Page::documentation;
+    case WizardPage::locations:
+      return Page::locations;
+    case WizardPage::programGroup:
+      return Page::programGroup;
+    case WizardPage::confirmation:
+      return Page::confirmation;
+    case WizardPage::storage:
+    case WizardPage::install:
+      break;
+  }
+  return Page::storage;
+}
+
+void countAndCheckSpace(const Platform& platform, InstallSettings& settings) {
+  runInstall(platform, settings, kCountMode);
+  settings.expectedFiles = settings.runningFiles;
+  settings.expectedBytes = settings.runningBytes;
+  settings.runningFiles = 0;
+  settings.runningBytes = 0;
+  settings.spaceOk = checkSpace(platform, settings) == 0 ? 1 : 0;
+  copyPath(settings.haltMessage, settings.spaceOk != 0 ? kEnoughSpace : kTooLittleSpace);
+}
+
+// Shows pages until one is left by Exit (false) or the installation is due (true).
+bool runPages(const Platform& platform, InstallSettings& settings) {
+  WizardPage page = WizardPage::welcome;
+  while (page != WizardPage::install) {
+    if (isSkipped(page, settings)) {
+      settings.installDocs = 0;
+    } else {
+      if (page == WizardPage::storage) countAndCheckSpace(platform, settings);
+      // The storage page keeps the confirmation's answer: leaving it by Exit goes on to install.
+      if (!platform.showPage(platform.context, dialogOf(page)) || settings.pageAccepted == 0) {
+        return false;
+      }
+    }
+    page = nextPage(page, settings);
+  }
+  return true;
+}
+
+void tellOutcome(const Platform& platform, InstallSettings& settings) {
+  PathText group;
+  if (joinPath(group, {settings.programsFolder, "\\", settings.groupName})) {
+    platform.exploreFolder(platform.context, group);
+  }
+  platform.showMainWindow(platform.context);
+  if (settings.userAborted != 0) {
+    showHalt(platform, settings, kAborted);
+    return;
+  }
+  std::snprintf(settings.haltMessage, sizeof settings.haltMessage,
+                "Install Complete\n\n\t%d files copied\n\n\t%d bytes copied",
+                static_cast<int>(settings.expectedFiles), static_cast<int>(settings.expectedBytes));
+  platform.showPage(platform.context, Page::finished);
+}
+
+}  // namespace
+
+ResultCode runWizard(const Platform& platform, InstallSettings& settings) {
+  if (const HaltText* const problem = runStartUpChecks(platform, settings)) {
+    showHalt(platform, settings, *problem);
+    platform.sendExit(platform.context);
+    return kResultOk;
+  }
+  setDefaultLocations(platform, settings);
+  const ResultCode located = platform.programsFolder(platform.context, settings.programsFolder);
+  if (located < 0) return located;
+  if (runPages(platform, settings) &&
+      runInstall(platform, settings, kInstallMode) == kInstallDone) {
+    tellOutcome(platform, settings);
+  }
+  platform.sendExit(platform.context);
+  return kResultOk;
+}
+
+}  // namespace imx

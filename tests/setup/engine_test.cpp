@@ -1,0 +1,350 @@
+#include "setup/core/engine.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/setup/sample_medium.h"
+#include "tests/support/recording_host.h"
+
+namespace imx::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+// A computer with the sample medium, and a user who answers the abort question.
+struct Bench {
+  Bench() {
+    addSampleMedium(computer);
+    filesBefore = computer.filesBelow("E:");
+    computer.onPage = [this](Page page) {
+      if (page == Page::abortQuery) settings.userAborted = abortAnswer ? 1 : 0;
+      return true;
+    };
+    computer.onClearStop = [this] { host.ForgetStop(); };
+  }
+
+  std::int32_t run(std::int32_t mode) { return runInstall(computer.platform(), settings, mode); }
+
+  // The two passes as the wizard makes them.
+  std::int32_t countAndInstall() {
+    run(kCountMode);
+    settings.expectedFiles = settings.runningFiles;
+    settings.expectedBytes = settings.runningBytes;
+    settings.runningFiles = 0;
+    settings.runningBytes = 0;
+    return run(kInstallMode);
+  }
+
+  std::vector<SampleFile> chosenFiles() const {
+    std::vector<SampleFile> files;
+    for (const SampleFile& file : sampleFiles()) {
+      if (isChosen(settings, file)) files.push_back(file);
+    }
+    return files;
+  }
+
+  void expectInstalled(const std::vector<SampleFile>& files) const {
+    std::vector<std::string> destinations;
+    for (const SampleFile& file : files) {
+      EXPECT_EQ(file.installed, computer.contentOf(file.destination)) << file.destination;
+      destinations.push_back(file.destination);
+    }
+    EXPECT_EQ(destinations, computer.written);
+  }
+
+  RecordingHost host;
+  MemoryPlatform computer;
+  InstallSettings settings = sampleSettings();
+  std::vector<std::string> filesBefore;
+  bool abortAnswer = true;
+};
+
+TEST(Engine, CountingAddsUpTheMediumAndChangesNothing) {
+  Bench bench;
+  bench.settings.categoryBytes[kDataFiles] = 1000;
+  EXPECT_EQ(kInstallDone, bench.run(kCountMode));
+  std::uint32_t bytes = 0;
+  std::uint32_t perCategory[kCategoryCount] = {};
+  for (const SampleFile& file : bench.chosenFiles()) {
+    bytes += static_cast<std::uint32_t>(file.content.size());
+    perCategory[file.category] += static_cast<std::uint32_t>(file.content.size());
+  }
+  EXPECT_EQ(bench.chosenFiles().size(), bench.settings.runningFiles);
+  EXPECT_EQ(bytes, bench.settings.runningBytes);
+  EXPECT_TRUE(std::equal(std::begin(perCategory), std::end(perCategory),
+                         std::begin(bench.settings.categoryBytes)));
+  EXPECT_THAT(bench.computer.directoriesMade, IsEmpty());
+  EXPECT_THAT(bench.computer.written, IsEmpty());
+  EXPECT_THAT(bench.computer.links, IsEmpty());
+  EXPECT_THAT(bench.host.progress, IsEmpty());
+}
+
+TEST(Engine, InstallsEverythingInOrder) {
+  Bench bench;
+  EXPECT_EQ(kInstallDone, bench.countAndInstall());
+  bench.expectInstalled(bench.chosenFiles());
+  EXPECT_THAT(
+      bench.computer.directoriesMade,
+      ElementsAre("C:\\Apps\\G", "C:\\Apps\\P", "C:\\Apps\\H", "C:\\Apps\\H\\pics",
+                  "C:\\Apps\\H\\anims", "C:\\Apps\\D x", "C:\\Apps\\D x\\land_pals",
+                  "C:\\Apps\\D x\\tex_pals", "C:\\Apps\\D x\\plugins", "C:\\Apps\\D x\\scripts",
+                  "C:\\Apps\\D x\\convos", "C:\\Apps\\D x\\transitions", "C:\\Apps\\D x\\psys",
+                  "C:\\Apps\\D x\\psys\\pals", "C:\\Menu\\Programs\\Glim"));
+  EXPECT_THAT(
+      bench.computer.links,
+      ElementsAre(Link{"C:\\Apps\\G\\glint.exe", "C:\\Menu\\Programs\\Glim\\Glint_7.lnk",
+                       "Shortcut to glint.exe"},
+                  Link{"C:\\Apps\\H\\f_toc.html", "C:\\Menu\\Programs\\Glim\\R7 Manual.lnk",
+                       "Shortcut to f_toc.html"},
+                  Link{"C:\\Apps\\G\\twistel.exe", "C:\\Menu\\Programs\\Glim\\Twistel_7.lnk",
+                       "Shortcut to twistel.exe"}));
+  ASSERT_EQ(1U, bench.host.progress.size());
+  const ProgressRun& progress = bench.host.progress[0];
+  EXPECT_EQ("Copying Files", progress.title);
+  EXPECT_EQ(static_cast<std::int32_t>(bench.settings.expectedFiles), progress.total);
+  EXPECT_EQ(1, progress.extra);
+  EXPECT_TRUE(progress.abortable);
+  EXPECT_EQ(progress.total, progress.positions.back());
+  EXPECT_EQ(1, bench.host.progressEnds);
+  EXPECT_EQ(bench.settings.expectedBytes, bench.settings.runningBytes);
+}
+
+TEST(Engine, ChoicesLeaveOutTheirFilesDirectoriesAndLinks) {
+  for (unsigned choices = 0; choices < 8; ++choices) {
+    Bench bench;
+    bench.settings.installGlint = choices & 1;
+    bench.settings.installTwistel = choices >> 1 & 1;
+    bench.settings.installDocs = choices >> 2 & 1;
+    EXPECT_EQ(kInstallDone, bench.countAndInstall());
+    const bool help = bench.settings.installGlint != 0 && bench.settings.installDocs != 0;
+    std::vector<SampleFile> files = bench.chosenFiles();
+    for (SampleFile& file : files) {
+      if (!help && file.source == "winglint.ini") file.installed = "p=C:\\Apps\\P;h=";
+    }
+    bench.expectInstalled(files);
+    EXPECT_EQ(help, bench.computer.hasDirectory("C:\\Apps\\H"));
+    std::vector<std::string> linkFiles;
+    for (const Link& link : bench.computer.links) linkFiles.push_back(link.file);
+    std::vector<std::string> expected;
+    const std::string group = "C:\\Menu\\Programs\\Glim\\";
+    if (bench.settings.installGlint != 0) expected.push_back(group + "Glint_7.lnk");
+    if (help) expected.push_back(group + "R7 Manual.lnk");
+    if (bench.settings.installTwistel != 0) expected.push_back(group + "Twistel_7.lnk");
+    EXPECT_EQ(expected, linkFiles);
+  }
+}
+
+TEST(Engine, RuntimeThatIsThereIsNeitherCountedNorCopied) {
+  Bench bench;
+  bench.computer.addFile("C:\\Windows\\System32\\MSVCRT.DLL", "theirs");
+  EXPECT_EQ(kInstallDone, bench.countAndInstall());
+  EXPECT_EQ(sampleFiles().size() - 1, bench.settings.expectedFiles);
+  EXPECT_EQ("theirs", bench.computer.contentOf("C:\\Windows\\System32\\msvcrt.dll"));
+}
+
+TEST(Engine, ReplacesWhatIsThereAndMakesPlainCopiesWritable) {
+  Bench bench;
+  bench.computer.addFile("C:\\Apps\\G\\glint.exe", "an older and longer one");
+  bench.computer.addFile("C:\\Windows\\winglint.ini", "old settings of the user");
+  EXPECT_EQ(kInstallDone, bench.countAndInstall());
+  EXPECT_EQ("glint", bench.computer.contentOf("C:\\Apps\\G\\glint.exe"));
+  EXPECT_FALSE(bench.computer.find("C:\\Apps\\G\\glint.exe")->readOnly);
+  EXPECT_EQ("p=C:\\Apps\\P;h=C:\\Apps\\H", bench.computer.contentOf("C:\\Windows\\winglint.ini"));
+}
+
+TEST(Engine, ATemplateThatCannotBeWrittenIsCopiedAsItIs) {
+  Bench bench;
+  bench.computer.addFile("C:\\Windows\\winglint.ini", "old").readOnly = true;
+  EXPECT_EQ(kInstallDone, bench.countAndInstall());
+  EXPECT_EQ("p=%i..;h=%h..", bench.computer.contentOf("C:\\Windows\\winglint.ini"));
+}
+
+TEST(Engine, ATemplateIsToldByTheEndOfALongerName) {
+  Bench bench;
+  const std::string data = "E:\\nt9895\\data\\";
+  for (const char* const name : {".ini", "a.inix", "a.txt", "A.Mpr", "aini", "a.mpt", "b.psy"}) {
+    bench.computer.addFile(data + name, "%i..");
+  }
+  bench.countAndInstall();
+  const std::string to = "C:\\Apps\\D x\\";
+  for (const char* const name : {".ini", "a.inix", "a.txt", "aini"}) {
+    EXPECT_EQ("%i..", bench.computer.contentOf(to + name)) << name;
+  }
+  for (const char* const name : {"A.Mpr", "a.mpt", "b.psy"}) {
+    EXPECT_EQ("C:\\Apps\\P", bench.computer.contentOf(to + name)) << name;
+  }
+}
+
+TEST(Engine, InstallingOverTheMediumItselfKeepsTheTemplates) {
+  Bench bench;
+  copyPath(bench.settings.dataDir, "E:\\nt9895\\DATA");
+  bench.countAndInstall();
+  EXPECT_EQ("x%iABy", bench.computer.contentOf("E:\\nt9895\\data\\a.TML"));
+}
+
+TEST(Engine, MissingSourcesAndDirectoriesNamedLikeFilesArePassedOver) {
+  Bench bench;
+  MemoryPlatform bare;
+  bare.addDirectory("E:\\nt9895\\glint.exe");
+  bare.addDirectory("C:\\Apps");
+  bare.addFile("E:\\nt9895\\images\\1.trm", "one");
+  EXPECT_EQ(kInstallDone, runInstall(bare.platform(), bench.settings, kInstallMode));
+  EXPECT_EQ(1U, bench.settings.runningFiles);
+  EXPECT_EQ(3U, bench.settings.runningBytes);
+  EXPECT_THAT(bare.written, ElementsAre("C:\\Apps\\P\\1.trm"));
+}
+
+TEST(Engine, HugeSourcesCountTheirLowWordLessTheirHighWord) {
+  Bench bench;
+  MemoryPlatform bare;
+  bare.addFile("E:\\nt9895\\images\\1.trm", std::string(10, 'x')).sizeHigh = 3;
+  EXPECT_EQ(kInstallDone, runInstall(bare.platform(), bench.settings, kCountMode));
+  EXPECT_EQ(7U, bench.settings.runningBytes);
+  EXPECT_EQ(7U, bench.settings.categoryBytes[kPictureFiles]);
+}
+
+TEST(Engine, LinksNeedAFreshComLibrary) {
+  for (const ResultCode result : {1, -1}) {
+    Bench bench;
+    bench.computer.comResult = result;
+    EXPECT_EQ(kInstallDone, bench.countAndInstall());
+    EXPECT_THAT(bench.computer.links, IsEmpty());
+  }
+}
+
+// The user presses Stop at each file in turn and means it.
+TEST(Engine, StopAtEveryFileCopiesNoMore) {
+  const std::vector<SampleFile>& files = sampleFiles();
+  for (std::size_t at = 0; at < files.size(); ++at) {
+    Bench bench;
+    bench.host.stopAt = static_cast<int>(at);
+    EXPECT_EQ(kInstallDone, bench.countAndInstall());
+    EXPECT_THAT(bench.computer.pages, ElementsAre(Page::abortQuery));
+    bench.expectInstalled({files.begin(), files.begin() + static_cast<std::ptrdiff_t>(at) + 1});
+    EXPECT_THAT(bench.computer.links, IsEmpty());
+    EXPECT_EQ(0U, bench.settings.copyEnabled);
+    EXPECT_EQ(kCountMode, bench.settings.mode);
+    EXPECT_EQ(at + 1, bench.host.progress[0].positions.size());
+    EXPECT_EQ(1, bench.host.progressEnds);
+    // The rest is counted, but for the directory in which it stopped.
+    const bool inPictures = files[at].source == "images\\1.trm";
+    EXPECT_EQ(files.size() - (inPictures ? 1 : 0) - (files[at].source == "data\\a.TML" ? 1 : 0),
+              bench.settings.runningFiles);
+  }
+}
+
+TEST(Engine, StopThatIsTakenBackIsAskedOnce) {
+  Bench bench;
+  bench.abortAnswer = false;
+  bench.host.stopAt = 2;
+  EXPECT_EQ(kInstallDone, bench.countAndInstall());
+  EXPECT_THAT(bench.computer.pages, ElementsAre(Page::abortQuery));
+  bench.expectInstalled(bench.chosenFiles());
+  EXPECT_EQ(3U, bench.computer.links.size());
+}
+
+// Each directory of the plan in turn cannot be made.
+TEST(Engine, ADirectoryThatCannotBeMadeLeavesNothingBehind) {
+  Bench whole;
+  whole.countAndInstall();
+  for (const std::string& unmakable : whole.computer.directoriesMade) {
+    Bench bench;
+    bench.computer.unmakable = unmakable;
+    EXPECT_EQ(kInstallNoDirectories, bench.countAndInstall());
+    EXPECT_THAT(bench.computer.pages, ElementsAre(Page::halted));
+    EXPECT_EQ(
+        "The Install Wizard was unable to create all of the directories required.\n\n"
+        "Installation terminated.",
+        std::string(bench.settings.haltMessage));
+    EXPECT_EQ(1, bench.computer.exits);
+    EXPECT_THAT(bench.computer.written, IsEmpty());
+    EXPECT_THAT(bench.host.progress, IsEmpty());
+    // psys is tried before the pals in it.
+    const bool keepsPsys = unmakable == "C:\\Menu\\Programs\\Glim";
+    for (const std::string& made : bench.computer.directoriesMade) {
+      const bool kept = keepsPsys && (made == "C:\\Apps\\D x" || made == "C:\\Apps\\D x\\psys");
+      EXPECT_EQ(kept, bench.computer.hasDirectory(made)) << made << " without " << unmakable;
+    }
+  }
+}
+
+TEST(Engine, RemovalGoesInItsOrderAndSparesWhatWasThere) {
+  Bench bench;
+  bench.computer.addDirectory("C:\\Apps\\P");
+  bench.computer.addDirectory("C:\\Apps\\H\\anims");
+  bench.computer.unmakable = "C:\\Apps\\D x\\plugins";
+  EXPECT_EQ(kInstallNoDirectories, bench.countAndInstall());
+  EXPECT_THAT(
+      bench.computer.removalsTried,
+      ElementsAre("C:\\Apps\\H\\pics", "C:\\Apps\\D x\\land_pals", "C:\\Apps\\D x\\tex_pals",
+                  "C:\\Apps\\D x\\plugins", "C:\\Apps\\D x", "C:\\Apps\\G"));
+  EXPECT_TRUE(bench.computer.hasDirectory("C:\\Apps\\P"));
+}
+
+TEST(Engine, ADirectoryWithoutItsParentOrNamedAsAFileHalts) {
+  Bench orphan;
+  copyPath(orphan.settings.programDir, "C:\\None\\G");
+  EXPECT_EQ(kInstallNoDirectories, orphan.countAndInstall());
+  Bench taken;
+  taken.computer.addFile("C:\\Apps\\D x", "a file");
+  EXPECT_EQ(kInstallNoDirectories, taken.countAndInstall());
+  EXPECT_FALSE(taken.computer.hasDirectory("C:\\Apps\\G"));
+}
+
+// The n-th disk call fails, for every n: the run ends, no file is made up, and a copy that is
+// there is whole, as it stood on the medium, or the beginning of an expanded one.
+TEST(Engine, SurvivesAnyDiskFailure) {
+  Bench whole;
+  whole.countAndInstall();
+  const int calls = whole.computer.diskCalls;
+  ASSERT_GT(calls, 200);
+  for (int failing = 0; failing < calls; ++failing) {
+    Bench bench;
+    bench.computer.failAt = failing;
+    const std::int32_t result = bench.countAndInstall();
+    EXPECT_EQ(result == kInstallNoDirectories ? 1 : 0, bench.computer.exits);
+    EXPECT_EQ(0, bench.computer.openFiles);
+    EXPECT_EQ(bench.filesBefore, bench.computer.filesBelow("E:"));
+    std::size_t expected = 0;
+    for (const SampleFile& file : sampleFiles()) {
+      const std::string content = bench.computer.contentOf(file.destination);
+      if (content == "(none)") continue;
+      ++expected;
+      EXPECT_TRUE(content == file.content || file.installed.starts_with(content))
+          << file.destination << " after failure " << failing;
+    }
+    EXPECT_EQ(expected, bench.computer.filesBelow("C:").size());
+  }
+}
+
+// Locations of every length up to the limit: what does not fit is left out, never cut.
+TEST(Engine, LongLocationsNeverGiveCutNames) {
+  for (std::size_t length = 225; length < kPathSize; ++length) {
+    for (PathText InstallSettings::*const location :
+         {&InstallSettings::programDir, &InstallSettings::picturesDir, &InstallSettings::helpDir,
+          &InstallSettings::dataDir, &InstallSettings::groupName, &InstallSettings::packageDir}) {
+      Bench bench;
+      const bool isGroup = location == &InstallSettings::groupName;
+      const std::string path =
+          isGroup ? std::string(length, 'g') : "C:\\" + std::string(length - 3, 'd');
+      copyPath(bench.settings.*location, path);
+      const std::int32_t result = bench.countAndInstall();
+      for (const std::string& file : bench.computer.filesBelow("C:")) {
+        EXPECT_LT(file.size(), kPathSize);
+        const bool known =
+            std::any_of(sampleFiles().begin(), sampleFiles().end(), [&](const SampleFile& sample) {
+              return file.ends_with(sample.source.substr(sample.source.rfind('\\') + 1));
+            });
+        EXPECT_TRUE(known) << file;
+      }
+      for (const Link& link : bench.computer.links) EXPECT_TRUE(link.file.ends_with(".lnk"));
+      if (result == kInstallDone) {
+        EXPECT_EQ(bench.settings.expectedFiles, bench.settings.runningFiles);
+      }
+    }
+  }
+}
+
+}  // namespace
+}  // namespace imx::test
