@@ -1,0 +1,126 @@
+#include "formats/alias.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "imagelib/core/byte_order.h"
+#include "imagelib/core/file_reader.h"
+#include "imagelib/core/file_writer.h"
+#include "imagelib/core/guards.h"
+
+namespace imx {
+namespace {
+
+constexpr std::size_t kHeaderSize = 10;
+constexpr std::uint16_t kColourBits = 24, kMatteBits = 8;
+constexpr std::uint8_t kMatteGrey = 136;
+constexpr std::size_t kLongestRun = 254;
+
+struct AliasHeader {
+  std::uint16_t width = 0, height = 0, xOffset = 0, yOffset = 0, bits = kColourBits;
+
+  bool IsMatte() const { return bits == kMatteBits; }
+  bool IsKnown() const { return bits == kColourBits || bits == kMatteBits; }
+};
+
+bool ReadHeader(FileReader& in, AliasHeader* h) {
+  SetFileByteOrder(ByteOrder::big);
+  if (in.remaining() < kHeaderSize) return false;
+  for (std::uint16_t* field : {&h->width, &h->height, &h->xOffset, &h->yOffset, &h->bits}) {
+    *field = in.U16();
+  }
+  return true;
+}
+
+/// Decodes one row of packets; a run past the row is cut. False when the data end within the row.
+bool ReadRow(FileReader& in, const AliasHeader& h, std::uint8_t* pixels) {
+  const std::size_t packetSize = h.IsMatte() ? 2 : 4;
+  for (std::size_t done = 0; done < h.width;) {
+    const FileReader::View packet = in.Peek(packetSize);
+    if (packet.size < packetSize) return false;
+    const std::size_t run = std::min<std::size_t>(packet.data[0], h.width - done);
+    std::uint8_t pixel[4] = {kMatteGrey, kMatteGrey, kMatteGrey, packet.data[1]};
+    if (!h.IsMatte()) {
+      std::memcpy(pixel, packet.data + 1, 3);
+      pixel[3] = 255;
+    }
+    in.Skip(static_cast<std::uint32_t>(packetSize));
+    for (std::size_t i = 0; i < run; ++i) std::memcpy(pixels + 4 * (done + i), pixel, 4);
+    done += run;
+  }
+  return true;
+}
+
+/// Packs one row; `out` has room for 4 * width bytes. Alpha does not count. Bytes written.
+std::size_t PackRow(const std::uint8_t* pixels, std::size_t width, std::uint8_t* out) {
+  const auto same = [pixels](std::size_t a, std::size_t b) {
+    return std::memcmp(pixels + 4 * a, pixels + 4 * b, 3) == 0;
+  };
+  const std::uint8_t* const start = out;
+  for (std::size_t at = 0; at < width;) {
+    std::size_t run = 1;
+    while (run < kLongestRun && at + run < width && same(at, at + run)) ++run;
+    *out++ = static_cast<std::uint8_t>(run);
+    std::memcpy(out, pixels + 4 * at, 3);
+    out += 3;
+    at += run;
+  }
+  return static_cast<std::size_t>(out - start);
+}
+
+}  // namespace
+
+std::int32_t IsAlias(const char* path) {
+  if (!EndsWithNoCase(path, ".pix")) return 0;
+  FileReader in(path);
+  AliasHeader header;
+  return ReadHeader(in, &header) && header.IsKnown() ? 1 : 0;
+}
+
+ImageRecord* LoadAlias(const char* path) {
+  const auto fail = [](const char* text) -> ImageRecord* {
+    LibError(text);
+    return nullptr;
+  };
+  FileReader in(path);
+  if (!in.ok()) return fail("Alias loader: could not open file");
+  AliasHeader header;
+  if (!ReadHeader(in, &header)) return fail("Alias loader: could not read image header");
+  if (!header.IsKnown()) {
+    return fail("Alias loader: Unrecognized image depth, not 8 or 24 bits");
+  }
+  ImageGuard image(AllocImage(header.width, header.height, "Alias", nullptr));
+  if (!image) return fail("Alias loader: could not get image memory");
+  image->depth = header.bits;
+  if (header.IsMatte()) image->flags |= kFlagAlpha;
+  ProgressScope progress("Loading Alias Image", header.height, 5);
+  const Rows end = ForEachRow(
+      header.height, 1, [&](std::int32_t y) { return ReadRow(in, header, PixelRow(*image, y)); });
+  if (end == Rows::ended) LibError("Alias loader: could not read a scan line");
+  return image.release();
+}
+
+void SaveAlias(const char* path, const ImageRecord* image) {
+  FileWriter out(path);
+  if (!out.ok()) return LibError("Alias saver: could not open file");
+  if (image->width > UINT16_MAX || image->height > UINT16_MAX) {
+    return LibError("Alias saver: at most 65535 x 65535 pixels fit the format");
+  }
+  SetFileByteOrder(ByteOrder::big);
+  out.U16(static_cast<std::uint16_t>(image->width));
+  out.U16(static_cast<std::uint16_t>(image->height));
+  out.U16(0);
+  out.U16(0);
+  if (!out.U16(kColourBits)) return LibError("Alias saver: could not write header");
+  const auto width = static_cast<std::size_t>(image->width);
+  TrackedBytes packed(4 * width, "allocptr");
+  if (!packed) return;
+  for (std::int32_t y = 0; y < image->height; ++y) {
+    if (!out.Write(packed.data(), PackRow(PixelRow(*image, y), width, packed.data()))) {
+      return LibError("Alias saver: could not write a scan line");
+    }
+  }
+  out.Finish();
+}
+
+}  // namespace imx

@@ -1,0 +1,302 @@
+#include "formats/flic.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "formats/codec_state.h"
+#include "formats/pixel_rows.h"
+#include "imagelib/core/byte_order.h"
+#include "imagelib/core/file_reader.h"
+#include "imagelib/core/guards.h"
+
+namespace imx {
+namespace {
+
+constexpr std::uint32_t kHeaderSize = 128;
+constexpr std::uint32_t kFrameHeaderSize = 16;
+constexpr std::uint32_t kChunkHeaderSize = 6;
+constexpr std::uint16_t kFliMagic = 0xAF11, kFlcMagic = 0xAF12, kFrameType = 0xF1FA;
+
+enum ChunkType : std::uint16_t {
+  kColour256 = 4,
+  kWordDelta = 7,
+  kColour64 = 11,
+  kByteDelta = 12,
+  kBlack = 13,
+  kByteRun = 15,
+  kLiteralCopy = 16,
+};
+
+struct FlicHeader {
+  std::uint16_t magic = 0, frames = 0, width = 0, height = 0, depth = 0;
+};
+
+/// The colours last seen, kept from one load to the next: a file without a colour chunk shows in
+/// the colours of the one before.
+PixelTable colours = {};
+
+bool ReadHeader(FileReader& in, FlicHeader* h) {
+  if (in.remaining() < kHeaderSize) return false;
+  in.Seek(4);
+  for (std::uint16_t* field : {&h->magic, &h->frames, &h->width, &h->height, &h->depth}) {
+    *field = in.U16();
+  }
+  in.Seek(kHeaderSize);
+  return h->magic == kFliMagic || h->magic == kFlcMagic;
+}
+
+/// The data of one sub-chunk, read bytewise; past its end zeros, and ended() tells.
+class ChunkData {
+ public:
+  explicit ChunkData(std::span<const std::uint8_t> data) : data_(data) {}
+
+  std::uint8_t U8() {
+    if (at_ < data_.size()) return data_[at_++];
+    ended_ = true;
+    return 0;
+  }
+  std::int8_t I8() { return static_cast<std::int8_t>(U8()); }
+  std::uint16_t U16() {
+    const unsigned low = U8();
+    return static_cast<std::uint16_t>(low | static_cast<unsigned>(U8()) << 8);
+  }
+  bool ended() const { return ended_; }
+  std::size_t size() const { return data_.size(); }
+
+ private:
+  std::span<const std::uint8_t> data_;
+  std::size_t at_ = 0;
+  bool ended_ = false;
+};
+
+/// The index buffer that the frames are played into.
+struct Area {
+  TrackedBytes bytes;
+  std::size_t width = 0, height = 0;
+
+  std::uint8_t* Row(std::size_t y) { return bytes.data() + y * width; }
+};
+
+/// The start index grows by the skips alone, not by the counts of earlier packets.
+bool DecodeColours(ChunkData data, unsigned shift) {
+  const unsigned packets = data.U16();
+  std::size_t start = 0;
+  for (unsigned packet = 0; packet < packets && !data.ended(); ++packet) {
+    start += data.U8();
+    const unsigned stated = data.U8();
+    const unsigned count = stated == 0 ? 256 : stated;
+    for (unsigned i = 0; i < count && !data.ended(); ++i) {
+      const auto value = [&] { return static_cast<std::uint8_t>(data.U8() << shift); };
+      const std::uint8_t red = value(), green = value(), blue = value();
+      if (start + i < 256 && !data.ended()) colours.Set(start + i, red, green, blue);
+    }
+  }
+  return !data.ended();
+}
+
+/// Whole frame, row by row. Stops quietly where the data end.
+bool DecodeByteRun(ChunkData data, Area& area) {
+  for (std::size_t y = 0; y < area.height && !data.ended(); ++y) {
+    std::uint8_t* row = area.Row(y);
+    data.U8();  // packet count
+    for (std::size_t x = 0; x < area.width && !data.ended();) {
+      const int code = data.I8();
+      const std::size_t count = static_cast<std::size_t>(code < 0 ? -code : code);
+      const std::uint8_t repeated = code < 0 ? std::uint8_t{0} : data.U8();
+      for (std::size_t i = 0; i < count; ++i) {
+        const std::uint8_t value = code < 0 ? data.U8() : repeated;
+        if (x + i < area.width && !data.ended()) row[x + i] = value;
+      }
+      x += count;
+    }
+  }
+  return true;
+}
+
+/// One line of a byte delta. False when a packet runs past the row.
+bool DecodeByteDeltaLine(ChunkData& data, Area& area, std::uint8_t* row, unsigned packets) {
+  std::size_t x = 0;
+  for (unsigned packet = 0; packet < packets && !data.ended(); ++packet) {
+    x += data.U8();
+    if (x >= area.width) return false;
+    const int code = data.I8();
+    const std::size_t count = static_cast<std::size_t>(code < 0 ? -code : code);
+    const std::uint8_t repeated = code < 0 ? data.U8() : std::uint8_t{0};
+    for (std::size_t i = 0; i < count; ++i, ++x) {
+      if (x >= area.width) return false;
+      const std::uint8_t value = code < 0 ? repeated : data.U8();
+      if (!data.ended()) row[x] = value;
+    }
+  }
+  return true;
+}
+
+bool DecodeByteDelta(ChunkData data, Area& area) {
+  const std::size_t first = data.U16();
+  const std::size_t count = data.U16();
+  if (first + count > area.height) return false;
+  std::size_t packetSum = 0;
+  for (std::size_t y = first; y < first + count && !data.ended(); ++y) {
+    const unsigned packets = data.U8();
+    packetSum += packets;
+    if (!DecodeByteDeltaLine(data, area, area.Row(y), packets)) return false;
+    if (packetSum >= data.size()) break;
+  }
+  return true;
+}
+
+/// One line of a word delta. Pairs at or past the row's end are not written, and a literal pair
+/// that is not written is not consumed either; a packet that ends past the row ends the line.
+void DecodeWordDeltaLine(ChunkData& data, Area& area, std::size_t y, unsigned packets) {
+  std::uint8_t* row = area.Row(y);
+  std::size_t x = 0;
+  for (unsigned packet = 0; packet < packets && !data.ended(); ++packet) {
+    x += data.U8();
+    const int code = data.I8();
+    const std::size_t count = static_cast<std::size_t>(code < 0 ? -code : code);
+    std::uint8_t pair[2] = {};
+    if (code < 0) {
+      pair[0] = data.U8();
+      pair[1] = data.U8();
+    }
+    for (std::size_t i = 0; i < count; ++i, x += 2) {
+      if (x >= area.width || y * area.width + x + 1 >= area.bytes.size()) continue;
+      if (code >= 0) {
+        pair[0] = data.U8();
+        pair[1] = data.U8();
+      }
+      if (!data.ended()) std::memcpy(row + x, pair, 2);
+    }
+    if (x > area.width) return;
+  }
+}
+
+bool DecodeWordDelta(ChunkData data, Area& area) {
+  std::uint32_t lines = data.U16();
+  std::size_t y = 0;
+  while (y < area.height && lines > 0 && !data.ended()) {
+    const std::uint16_t word = data.U16();
+    switch (word >> 14) {
+      case 0:
+        DecodeWordDeltaLine(data, area, y, word);
+        y += 1;
+        lines -= 1;
+        break;
+      case 1:
+        return false;
+      case 2:
+        area.Row(y)[area.width - 1] = static_cast<std::uint8_t>(word);
+        break;
+      default:
+        y += 0x10000u - word;  // the word's magnitude as a negative number
+        lines += 1;            // for every skip, though it takes no line
+        break;
+    }
+  }
+  return true;
+}
+
+bool DecodeChunk(std::uint16_t type, std::span<const std::uint8_t> bytes, Area& area) {
+  const ChunkData data(bytes);
+  switch (type) {
+    case kColour256:
+      return DecodeColours(data, 0);
+    case kColour64:
+      return DecodeColours(data, 2);
+    case kWordDelta:
+      return DecodeWordDelta(data, area);
+    case kByteDelta:
+      return DecodeByteDelta(data, area);
+    case kBlack:
+      std::memset(area.bytes.data(), 0, area.bytes.size());
+      return true;
+    case kByteRun:
+      return DecodeByteRun(data, area);
+    case kLiteralCopy:
+      std::memcpy(area.bytes.data(), bytes.data(), std::min(bytes.size(), area.bytes.size()));
+      return true;
+    default:
+      return true;
+  }
+}
+
+/// Reads the sub-chunk at the position, and goes behind it. False when it cannot be decoded.
+bool ReadChunk(FileReader& in, Area& area) {
+  const std::uint64_t start = in.position();
+  const std::uint32_t size = in.U32();
+  const std::uint16_t type = in.U16();
+  if (in.ended()) return false;
+  const std::uint64_t stated = size > kChunkHeaderSize ? size - kChunkHeaderSize : 0;
+  // A size that lies reaches at most to the end of the file.
+  TrackedBytes data(std::min(stated, in.remaining()), "dptr");
+  if (!data) return false;
+  in.Read(data.data(), data.size());
+  const bool decoded = DecodeChunk(type, data.span(), area);
+  in.Seek(std::min(start + std::max<std::uint64_t>(size, kChunkHeaderSize), in.size()));
+  return decoded;
+}
+
+/// Plays the next frame into the area. False when it cannot be decoded.
+bool PlayFrame(FileReader& in, Area& area) {
+  std::uint64_t start = in.position();
+  std::uint32_t size = in.U32();
+  std::uint16_t type = in.U16();
+  std::uint16_t chunks = in.U16();
+  // Chunks of other kinds come before some first frames.
+  while (type != kFrameType && chunks != 0 && !in.ended()) {
+    start += std::max(size, kFrameHeaderSize);
+    in.Seek(start);
+    size = in.U32();
+    type = in.U16();
+    chunks = in.U16();
+  }
+  in.Seek(start + kFrameHeaderSize);
+  if (in.ended()) return false;
+  for (std::uint16_t chunk = 0; type == kFrameType && chunk < chunks; ++chunk) {
+    if (!ReadChunk(in, area)) return false;
+  }
+  in.Seek(std::min(start + std::max(size, kFrameHeaderSize), in.size()));
+  return true;
+}
+
+/// Plays frames 0 .. last. False on a stop.
+bool PlayFrames(FileReader& in, std::int32_t last, Area& area) {
+  ProgressScope progress("Loading AutoDesk FLIC", last + 1, 1);
+  return ForEachRow(last + 1, 1, [&](std::int32_t) { return PlayFrame(in, area); }) !=
+         Rows::stopped;
+}
+
+}  // namespace
+
+ImageRecord* LoadFlic(const char* path) {
+  FileReader in(path);
+  SetFileByteOrder(ByteOrder::little);
+  FlicHeader header;
+  if (!in.ok() || !ReadHeader(in, &header)) return nullptr;
+  SequenceState& sequence = Sequence();
+  sequence.frameCount = header.frames;
+  if (sequence.chosenFrame < 0) {
+    sequence.frameWanted = true;
+    return nullptr;
+  }
+  ImageGuard image(AllocImage(header.width, header.height, "iflc", nullptr));
+  if (!image) return nullptr;
+  image->frame = sequence.chosenFrame + 1;  // as asked for, also past the end
+  CopyText(image->formatLabel, "FLI/FLC");
+  image->depth = header.depth ? header.depth : 8;
+  Area area;
+  area.width = header.width;
+  area.height = header.height;
+  area.bytes = TrackedBytes(image->pixelCount, "area");
+  if (!area.bytes) return nullptr;
+  const std::int32_t last = std::min<std::int32_t>(sequence.chosenFrame, header.frames - 1);
+  if (!PlayFrames(in, last, area)) return image.release();
+  ProgressScope progress("Converting FLIC", header.height, 4);
+  ForEachRow(header.height, 4, [&](std::int32_t y) {
+    RowFromIndices(area.Row(static_cast<std::size_t>(y)), colours, PixelRow(*image, y), area.width);
+    return true;
+  });
+  return image.release();
+}
+
+}  // namespace imx

@@ -1,0 +1,14 @@
+#include "formats/indexed.h"
+
+namespace imx {
+
+bool RenderIndexed(const ImageRecord& image, RenderCode code, IndexedImage* indexed) {
+  const RenderSettings& settings = Rendering();
+  indexed->palette = {};
+  indexed->width = static_cast<std::size_t>(image.width);
+  indexed->indices = RenderImage(image, indexed->palette, code, settings.renderMode,
+                                 settings.renderOrdered != 0, true, settings.renderStrength);
+  return static_cast<bool>(indexed->indices);
+}
+
+}  // namespace imx

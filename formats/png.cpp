@@ -1,0 +1,334 @@
+#include "formats/png.h"
+
+#include <png.h>
+
+#include <csetjmp>
+#include <cstdio>
+#include <cstring>
+
+#include "formats/codec_state.h"
+#include "formats/indexed.h"
+#include "imagelib/core/byte_order.h"
+#include "imagelib/core/file_reader.h"
+#include "imagelib/core/file_writer.h"
+#include "imagelib/core/guards.h"
+#include "imagelib/core/host.h"
+#include "imagelib/core/image.h"
+#include "imagelib/core/registry.h"
+#include "imagelib/core/text.h"
+
+// libpng reports an error by a jump to the last setjmp. The functions here keep to one rule: a
+// frame that a libpng call can jump over, or back into, holds no object with a destructor.
+// Everything owned lives in a Reading or Writing in the exported function's frame.
+
+namespace imx {
+namespace {
+
+constexpr const char* kReaderFault = "PNG Reader Unrecoverable Error";
+constexpr const char* kWriterFault = "PNG Writer Unrecoverable Error";
+constexpr const char* kSizeFault = "x or y insane";
+constexpr const char* kTypeFault = "PNG image type insame";
+
+constexpr char kAuthorKey[] = "Author";
+constexpr char kDescriptionKey[] = "Description";
+constexpr char kSoftwareKey[] = "Software";
+constexpr const char* kBanner = "QMK IMX 1.0";
+constexpr int kRevision = 1;
+constexpr int kVersion = 1;
+
+constexpr png_uint_32 kLongestSide = 0x7FFFFFFF;
+constexpr std::size_t kChunkHeaderSize = 8;  // length, type
+/// A compressed text that inflates beyond this is passed over; 255 characters of it are kept.
+constexpr png_alloc_size_t kLongestText = 128 * 1024;
+/// Deflate makes at most this many bytes of one.
+constexpr std::uint64_t kMostInflation = 1032;
+
+void JumpBack(png_structp png, png_const_charp) {
+  png_longjmp(png, 1);
+}
+void Ignore(png_structp, png_const_charp) {}
+
+// Reading
+
+struct Reading {
+  explicit Reading(const char* path) : in(path) {}
+  ~Reading() { png_destroy_read_struct(&png, &info, nullptr); }
+  Reading(const Reading&) = delete;
+  Reading& operator=(const Reading&) = delete;
+
+  FileReader in;
+  png_structp png = nullptr;
+  png_infop info = nullptr;
+  ImageGuard image;
+  TrackedArray<png_bytep> rows;
+  const char* fault = nullptr;
+};
+
+/// libpng takes a chunk's memory before it reads the chunk, so a length beyond the end of the file
+/// is met here.
+void ReadBytes(png_structp png, png_bytep to, std::size_t count) {
+  auto& in = *static_cast<FileReader*>(png_get_io_ptr(png));
+  if (!in.ReadAll(to, count)) png_error(png, "the file ended");
+  const bool chunkHeader = (png_get_io_state(png) & PNG_IO_MASK_LOC) == PNG_IO_CHUNK_HDR;
+  if (chunkHeader && count == kChunkHeaderSize && LoadU32(to, ByteOrder::big) > in.remaining()) {
+    png_error(png, "a chunk is longer than the file");
+  }
+}
+
+bool BeginReading(Reading& job) {
+  job.png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, JumpBack, Ignore);
+  if (job.png) job.info = png_create_info_struct(job.png);
+  return job.info != nullptr;
+}
+
+void ReadHeader(Reading& job) {
+  // Colour profiles and suggested palettes are of no use here and can be large.
+  static constexpr png_byte kPassedOver[] = "iCCP\0sPLT";
+  png_set_keep_unknown_chunks(job.png, PNG_HANDLE_CHUNK_NEVER, kPassedOver, 2);
+  png_set_user_limits(job.png, kLongestSide, kLongestSide);
+  png_set_chunk_malloc_max(job.png, kLongestText);
+  png_set_read_fn(job.png, &job.in, ReadBytes);
+  png_read_info(job.png, job.info);
+}
+
+struct PixelPlan {
+  std::uint32_t depth;  ///< of the record
+  bool grey;
+  bool alpha;  ///< the colour type has an alpha channel
+};
+
+/// False for an unknown colour type.
+bool PlanPixels(Reading& job, PixelPlan* plan) {
+  const std::uint32_t bits = png_get_bit_depth(job.png, job.info);
+  switch (png_get_color_type(job.png, job.info)) {
+    case PNG_COLOR_TYPE_GRAY:
+      *plan = {bits, true, false};
+      break;
+    case PNG_COLOR_TYPE_RGB:
+      *plan = {3 * bits, false, false};
+      break;
+    case PNG_COLOR_TYPE_PALETTE:
+      *plan = {bits, false, false};
+      break;
+    case PNG_COLOR_TYPE_GRAY_ALPHA:
+      *plan = {bits + 8, true, true};
+      break;
+    case PNG_COLOR_TYPE_RGB_ALPHA:
+      *plan = {3 * bits + 8, false, true};
+      break;
+    default:
+      job.fault = kTypeFault;
+      return false;
+  }
+  return true;
+}
+
+void RequestRgba(Reading& job, const PixelPlan& plan) {
+  if (png_get_bit_depth(job.png, job.info) == 16) png_set_strip_16(job.png);
+  png_set_packing(job.png);
+  png_set_expand(job.png);
+  if (plan.grey) png_set_gray_to_rgb(job.png);
+  // libpng leaves the filler out where a tRNS chunk has brought alpha.
+  if (!plan.alpha) png_set_filler(job.png, 0xFF, PNG_FILLER_AFTER);
+  png_set_interlace_handling(job.png);
+}
+
+bool AllocRecord(Reading& job, std::int32_t width, std::int32_t height, std::uint32_t depth) {
+  job.rows = TrackedArray<png_bytep>(static_cast<std::uint32_t>(height), "png1");
+  if (!job.rows) return false;
+  job.image = ImageGuard(AllocImage(width, height, "PNG", nullptr));
+  if (!job.image) return false;
+  ImageRecord& image = *job.image;
+  image.depth = depth;
+  image.fileType = kTypePng;
+  CopyText(image.extension, ".png");
+  CopyText(image.formatLabel, "PNG");
+  for (std::int32_t y = 0; y < height; ++y) {
+    job.rows[static_cast<std::size_t>(y)] = PixelRow(image, y);
+  }
+  return true;
+}
+
+void ReadTexts(Reading& job) {
+  ImageRecord& image = *job.image;
+  png_textp texts = nullptr;
+  const int count = png_get_text(job.png, job.info, &texts, nullptr);
+  for (int i = 0; i < count; ++i) {
+    const char* text = texts[i].text ? texts[i].text : "";
+    if (std::strcmp(texts[i].key, kAuthorKey) == 0) {
+      CopyTextCut(image.author, text);
+      image.flags |= kFlagHasAuthor;
+    } else if (std::strcmp(texts[i].key, kDescriptionKey) == 0) {
+      CopyTextCut(image.comment, text);
+      image.flags |= kFlagHasComment;
+    }
+  }
+}
+
+/// Fills job.image. False with job.fault set when there is something to tell.
+bool ReadPicture(Reading& job) {
+  if (setjmp(png_jmpbuf(job.png))) {
+    job.fault = kReaderFault;
+    return false;
+  }
+  ReadHeader(job);
+  const auto width = static_cast<std::int32_t>(png_get_image_width(job.png, job.info));
+  const auto height = static_cast<std::int32_t>(png_get_image_height(job.png, job.info));
+  if (width < 1 || height < 1) {
+    job.fault = kSizeFault;
+    return false;
+  }
+  PixelPlan plan;
+  if (!PlanPixels(job, &plan)) return false;
+
+  // A file too short for its size would fail in the end; it fails before the memory is taken.
+  const std::uint64_t bytes =
+      std::uint64_t{png_get_rowbytes(job.png, job.info)} * static_cast<std::uint32_t>(height);
+  if (bytes / kMostInflation > job.in.remaining()) png_error(job.png, "the file is too short");
+
+  if (!AllocRecord(job, width, height, plan.depth)) return false;
+  if (plan.alpha || png_get_valid(job.png, job.info, PNG_INFO_tRNS)) job.image->flags |= kFlagAlpha;
+  RequestRgba(job, plan);
+  png_read_update_info(job.png, job.info);
+  if (png_get_rowbytes(job.png, job.info) != std::size_t{4} * static_cast<std::uint32_t>(width)) {
+    png_error(job.png, "rows are not four bytes a pixel");
+  }
+  png_read_image(job.png, job.rows.data());
+  png_read_end(job.png, job.info);
+  ReadTexts(job);
+  return true;
+}
+
+// Writing
+
+struct Writing {
+  explicit Writing(const ImageRecord& record) : image(record) {}
+  ~Writing() { png_destroy_write_struct(&png, &info); }
+  Writing(const Writing&) = delete;
+  Writing& operator=(const Writing&) = delete;
+
+  const ImageRecord& image;
+  int colourType = PNG_COLOR_TYPE_RGB;
+  IndexedImage indexed;  // of the palette form
+  int interlace = PNG_INTERLACE_NONE;
+  char software[32] = {};
+  png_text texts[3] = {};
+  int textCount = 0;
+  TrackedArray<png_bytep> rows;
+  FileWriter* out = nullptr;
+  png_structp png = nullptr;
+  png_infop info = nullptr;
+};
+
+void WriteBytes(png_structp png, png_bytep from, std::size_t count) {
+  if (!static_cast<FileWriter*>(png_get_io_ptr(png))->Write(from, count)) {
+    png_error(png, "the file cannot be written");
+  }
+}
+void FlushNothing(png_structp) {}
+
+bool BeginWriting(Writing& job) {
+  job.png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, JumpBack, Ignore);
+  if (job.png) job.info = png_create_info_struct(job.png);
+  return job.info != nullptr;
+}
+
+// libpng takes texts and rows that are not const; it only reads those that it writes.
+void AddText(Writing& job, const char* key, const char* text) {
+  if (text[0] == 0) return;
+  png_text& entry = job.texts[job.textCount++];
+  entry.compression = PNG_TEXT_COMPRESSION_NONE;
+  entry.key = const_cast<char*>(key);
+  entry.text = const_cast<char*>(text);
+}
+
+void BuildTexts(Writing& job) {
+  std::snprintf(job.software, sizeof job.software, "%s r%dv%d", kBanner, kRevision, kVersion);
+  AddText(job, kSoftwareKey, job.software);
+  AddText(job, kAuthorKey, job.image.author);
+  AddText(job, kDescriptionKey, job.image.comment);
+}
+
+bool ChooseColours(Writing& job) {
+  switch (Output().depthBits) {
+    case 24:
+      job.colourType = PNG_COLOR_TYPE_RGB;
+      return true;
+    case 32:
+      job.colourType = PNG_COLOR_TYPE_RGB_ALPHA;
+      return true;
+    default:
+      job.colourType = PNG_COLOR_TYPE_PALETTE;
+      return RenderIndexed(job.image, RenderCode::colour8, &job.indexed);
+  }
+}
+
+bool BuildRows(Writing& job) {
+  const std::int32_t height = job.image.height;
+  job.rows = TrackedArray<png_bytep>(static_cast<std::uint32_t>(height), "png2");
+  if (!job.rows) return false;
+  const bool indexed = job.colourType == PNG_COLOR_TYPE_PALETTE;
+  for (std::int32_t y = 0; y < height; ++y) {
+    job.rows[static_cast<std::size_t>(y)] =
+        indexed ? const_cast<png_bytep>(job.indexed.Row(y)) : PixelRow(job.image, y);
+  }
+  return true;
+}
+
+void WritePalette(Writing& job) {
+  png_color colours[kPaletteSize];
+  const Palette& palette = job.indexed.palette;
+  for (int i = 0; i < kPaletteSize; ++i) {
+    colours[i] = {palette.red[i], palette.green[i], palette.blue[i]};
+  }
+  png_set_PLTE(job.png, job.info, colours, kPaletteSize);
+}
+
+/// False when libpng or the file failed.
+bool WritePicture(Writing& job) {
+  if (setjmp(png_jmpbuf(job.png))) return false;
+  png_set_user_limits(job.png, kLongestSide, kLongestSide);
+  png_set_write_fn(job.png, job.out, WriteBytes, FlushNothing);
+  png_set_IHDR(job.png, job.info, static_cast<png_uint_32>(job.image.width),
+               static_cast<png_uint_32>(job.image.height), 8, job.colourType, job.interlace,
+               PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+  if (job.colourType == PNG_COLOR_TYPE_PALETTE) WritePalette(job);
+  png_set_pHYs(job.png, job.info, 1, 1, PNG_RESOLUTION_METER);
+  png_set_text(job.png, job.info, job.texts, job.textCount);
+  png_write_info(job.png, job.info);
+  // The record's fourth byte is dropped on the way.
+  if (job.colourType == PNG_COLOR_TYPE_RGB) png_set_filler(job.png, 0xFF, PNG_FILLER_AFTER);
+  png_write_image(job.png, job.rows.data());
+  png_write_end(job.png, nullptr);
+  return true;
+}
+
+}  // namespace
+
+bool IsPng(const std::uint8_t* header, std::uint32_t size) {
+  constexpr std::uint32_t kSignatureSize = 8;
+  return size >= kSignatureSize && png_sig_cmp(header, 0, kSignatureSize) == 0;
+}
+
+ImageRecord* LoadPng(const char* path) {
+  Reading job(path);
+  if (!job.in.ok() || !BeginReading(job)) return nullptr;
+  if (ReadPicture(job)) return job.image.release();
+  if (job.fault) LibNote(job.fault);
+  return nullptr;
+}
+
+std::int32_t SavePng(const ImageRecord* image, const char* path, std::int32_t interlace) {
+  Writing job(*image);
+  if (interlace != 0) job.interlace = PNG_INTERLACE_ADAM7;
+  BuildTexts(job);
+  if (!ChooseColours(job) || !BuildRows(job)) return 1;
+  FileWriter out(path);
+  if (!out.ok() || !BeginWriting(job)) return 1;
+  job.out = &out;
+  if (WritePicture(job) && out.Finish()) return 0;
+  LibNote(kWriterFault);
+  return 1;
+}
+
+}  // namespace imx

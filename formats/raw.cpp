@@ -1,0 +1,170 @@
+#include "formats/raw.h"
+
+#include <string>
+
+#include "formats/codec_state.h"
+#include "formats/pixel_rows.h"
+#include "imagelib/core/file_reader.h"
+#include "imagelib/core/file_writer.h"
+#include "imagelib/core/guards.h"
+#include "imagelib/core/text.h"
+
+namespace imx {
+namespace {
+
+/// Extensions of the three files that hold one channel each.
+struct ChannelExtensions {
+  const char* extension[3];
+};
+
+constexpr ChannelExtensions kLongSet = {{".red", ".grn", ".blu"}};
+constexpr ChannelExtensions kLetterSet = {{".r", ".g", ".b"}};
+constexpr ChannelExtensions kShortSet = {{".rd", ".gr", ".bl"}};
+
+struct KnownExtension {
+  const char* extension;
+  RawKind kind;
+  const ChannelExtensions* channels;  // null: the set stays as it is
+};
+
+constexpr KnownExtension kKnown[] = {
+    {".rd", kRawRed, &kShortSet},  {".gr", kRawGreen, &kShortSet}, {".bl", kRawBlue, &kShortSet},
+    {".r", kRawRed, &kLetterSet},  {".g", kRawGreen, &kLetterSet}, {".b", kRawBlue, &kLetterSet},
+    {".red", kRawRed, &kLongSet},  {".grn", kRawGreen, &kLongSet}, {".blu", kRawBlue, &kLongSet},
+    {".gry", kRawGrey, &kLongSet}, {".rgb", kRawRgb, nullptr},     {".raw", kRawRgb, nullptr},
+    {".rbg", kRawRbg, nullptr},    {".gbr", kRawGbr, nullptr},     {".grb", kRawGrb, nullptr},
+    {".bgr", kRawBgr, nullptr},    {".brg", kRawBrg, nullptr},
+};
+
+const ChannelExtensions* channelExtensions = nullptr;
+
+/// Channel (0 red, 1 green, 2 blue) of each of a triple's three bytes.
+constexpr std::uint8_t kTripleOrder[][3] = {{0, 1, 2}, {0, 2, 1}, {1, 2, 0},
+                                            {1, 0, 2}, {2, 1, 0}, {2, 0, 1}};
+
+void TriplesToPixels(const std::uint8_t* packed, std::uint8_t* pixels, std::size_t count,
+                     const std::uint8_t (&order)[3]) {
+  for (std::size_t i = 0; i < count; ++i, packed += 3, pixels += 4) {
+    for (std::size_t k = 0; k < 3; ++k) pixels[order[k]] = packed[k];
+  }
+}
+
+/// Stores `count` whole pixels of a row that was read.
+void ConvertRow(std::int32_t kind, const std::uint8_t* packed, std::uint8_t* pixels,
+                std::size_t count) {
+  switch (kind) {
+    case kRawGrey:
+      return RowFromGrey(packed, pixels, count);
+    case kRawRed:
+    case kRawGreen:
+    case kRawBlue:
+      for (std::size_t i = 0; i < count; ++i)
+        pixels[4 * i + static_cast<std::size_t>(kind) - 1] = packed[i];
+      return;
+    case kRawRgb:
+      return RowFromRgb(packed, pixels, count);
+    case kRawBgr:
+      return RowFromBgr(packed, pixels, count);
+    default:
+      return TriplesToPixels(packed, pixels, count, kTripleOrder[kind - kRawRgb]);
+  }
+}
+
+/// Reads rows until the first short one.
+void ReadRows(FileReader& in, std::int32_t kind, ImageRecord* image, TrackedBytes& row) {
+  const std::size_t pixelBytes = kind >= kRawRgb ? 3 : 1;
+  ForEachRow(image->height, 1, [&](std::int32_t y) {
+    const std::size_t got = in.Read(row.data(), row.size());
+    ConvertRow(kind, row.data(), PixelRow(*image, y), got / pixelBytes);
+    return got == row.size();
+  });
+}
+
+/// The three channel files side by side; the shortest one decides where reading stops.
+void ReadChannelRows(FileReader* (&files)[3], ImageRecord* image, TrackedBytes& row) {
+  ForEachRow(image->height, 1, [&](std::int32_t y) {
+    bool whole = true;
+    for (std::size_t channel = 0; channel < 3; ++channel) {
+      const std::size_t got = files[channel]->Read(row.data(), row.size());
+      std::uint8_t* pixels = PixelRow(*image, y) + channel;
+      for (std::size_t i = 0; i < got; ++i) pixels[4 * i] = row[i];
+      whole = whole && got == row.size();
+    }
+    return whole;
+  });
+}
+
+std::string ChannelPath(const char* path, std::size_t channel) {
+  const std::string whole = path;
+  return whole.substr(0, whole.size() - PathExtension(whole).size()) +
+         channelExtensions->extension[channel];
+}
+
+ImageRecord* LoadThreeFiles(const char* path, ImageGuard image) {
+  FileReader red(ChannelPath(path, 0).c_str());
+  FileReader green(ChannelPath(path, 1).c_str());
+  FileReader blue(ChannelPath(path, 2).c_str());
+  if (!red.ok() || !green.ok() || !blue.ok()) return nullptr;
+  TrackedBytes row(static_cast<std::uint32_t>(image->width), "allocptr");
+  if (!row) return nullptr;
+  ProgressScope progress("Reading RAW Image", image->height, 1);
+  FileReader* files[3] = {&red, &green, &blue};
+  ReadChannelRows(files, image.get(), row);
+  return image.release();
+}
+
+/// Packs a row for writing. Grey is written as red * 3 / 3, which is red.
+void PackRow(std::int32_t kind, const std::uint8_t* pixels, std::uint8_t* packed,
+             std::size_t count) {
+  if (kind == kRawRgb) return RowToRgb(pixels, packed, count);
+  const std::size_t channel = kind == kRawGrey ? 0 : static_cast<std::size_t>(kind - kRawRed);
+  for (std::size_t i = 0; i < count; ++i) packed[i] = pixels[4 * i + channel];
+}
+
+}  // namespace
+
+std::int32_t GuessRawLayout(const char* fileName) {
+  if (Raw().kind >= 0) return 1;
+  const std::string_view extension = PathExtension(fileName);
+  for (const KnownExtension& known : kKnown) {
+    if (!EqualNoCase(extension, known.extension)) continue;
+    Raw().kind = known.kind;
+    if (known.channels) channelExtensions = known.channels;
+    return 1;
+  }
+  return 0;
+}
+
+ImageRecord* LoadRaw(const char* path, std::int32_t kind, std::int32_t width, std::int32_t height) {
+  if (kind < kRawGrey || kind > kRawThreeFiles) return nullptr;
+  if (!channelExtensions) channelExtensions = &kLongSet;
+  ImageGuard image(AllocImage(width, height, "raw", nullptr));
+  if (!image) return nullptr;
+  if (kind == kRawThreeFiles) return LoadThreeFiles(path, std::move(image));
+  FileReader in(path);
+  if (!in.ok()) return nullptr;
+  TrackedBytes row(std::uint64_t{kind >= kRawRgb ? 3u : 1u} * static_cast<std::uint32_t>(width),
+                   "allocptr");
+  if (!row) return nullptr;
+  ProgressScope progress("Reading RAW Image", height, 1);
+  ReadRows(in, kind, image.get(), row);
+  return image.release();
+}
+
+std::int32_t SaveRaw(const ImageRecord* image, const char* path, std::int32_t kind) {
+  if (kind < kRawGrey || kind > kRawRgb) return 1;
+  FileWriter out(path);
+  if (!out.ok()) return 1;
+  const auto width = static_cast<std::size_t>(image->width);
+  TrackedBytes row(std::uint64_t{kind == kRawRgb ? 3u : 1u} * width, "allocptr");
+  if (!row) return 1;
+  ProgressScope progress("Save RAW Image", image->height, 1);
+  const Rows end = ForEachRow(image->height, 1, [&](std::int32_t y) {
+    PackRow(kind, PixelRow(*image, y), row.data(), width);
+    return out.Write(row.data(), row.size());
+  });
+  if (end != Rows::done) return 1;
+  return out.Finish() ? 0 : 1;
+}
+
+}  // namespace imx

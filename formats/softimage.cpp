@@ -1,0 +1,275 @@
+#include "formats/softimage.h"
+
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <utility>
+
+#include "formats/pixel_rows.h"
+#include "imagelib/core/byte_order.h"
+#include "imagelib/core/file_reader.h"
+#include "imagelib/core/file_writer.h"
+#include "imagelib/core/guards.h"
+
+namespace imx {
+namespace {
+
+constexpr std::uint8_t kMagic[4] = {0x53, 0x80, 0xF6, 0x34};
+constexpr char kId[4] = {'P', 'I', 'C', 'T'};
+constexpr std::uint64_t kIdOffset = 88;
+constexpr std::size_t kHeaderSize = 104;
+constexpr std::size_t kCommentSize = 80;
+constexpr char kWrittenComment[kCommentSize] = "Written by Quillmark IMX";
+constexpr std::uint16_t kMostFields = 3;
+constexpr std::uint8_t kColourMask = 0xE0, kAlphaMask = 0x10;
+constexpr std::uint8_t kChannelBits = 8;
+constexpr std::uint8_t kUncompressed = 0;
+constexpr unsigned kLongCount = 128;
+
+/// How one packet stores its channels.
+struct Packet {
+  std::uint8_t chained = 0, size = kChannelBits, type = kUncompressed, channels = 0;
+};
+
+/// Says what went wrong, and answers false.
+bool Fail(const std::string& what) {
+  LibError(("Softimage loader: " + what).c_str());
+  return false;
+}
+
+bool ReadStart(FileReader& in) {
+  std::uint8_t magic[sizeof kMagic];
+  if (!in.ReadAll(magic, sizeof magic)) return Fail("could not read magic number");
+  if (std::memcmp(magic, kMagic, sizeof magic) != 0) {
+    return Fail("magic number does not validate");
+  }
+  in.F32();  // version
+  char comment[kCommentSize];
+  if (!in.ReadAll(comment, sizeof comment)) return Fail("could not read file comment");
+  char id[sizeof kId];
+  if (!in.ReadAll(id, sizeof id)) return Fail("could not read ID");
+  return std::memcmp(id, kId, sizeof id) == 0 || Fail("ID string failed to validate");
+}
+
+bool ReadSize(FileReader& in, std::int32_t* width, std::int32_t* height) {
+  *width = in.U16();
+  *height = in.U16();
+  if (*width == 0 || *height == 0) return Fail("width and/or height illegal or unreadable");
+  in.F32();  // aspect ratio
+  const std::uint16_t fields = in.U16();
+  in.U16();  // pad
+  if (in.ended()) return Fail("could not read header pad");
+  if (fields > kMostFields) {
+    return Fail("unknown field type: \"" + std::to_string(fields) + "\"");
+  }
+  return true;
+}
+
+bool ReadPacket(FileReader& in, const std::string& which, Packet* packet) {
+  const std::pair<std::uint8_t*, const char*> fields[] = {{&packet->chained, "chained info"},
+                                                          {&packet->size, "size info"},
+                                                          {&packet->type, "type info"},
+                                                          {&packet->channels, "specification"}};
+  for (const auto& [field, name] : fields) {
+    if (!in.ReadAll(field, 1)) return Fail("could not read " + which + " channel " + name);
+  }
+  return true;
+}
+
+/// Reads the packets and puts colour before alpha, whichever comes first in the list.
+bool ReadPackets(FileReader& in, Packet* colour, Packet* alpha, bool* hasAlpha) {
+  if (!ReadPacket(in, "first", colour)) return false;
+  *hasAlpha = colour->chained != 0;
+  if (*hasAlpha) {
+    if (!ReadPacket(in, "second", alpha)) return false;
+    if (alpha->chained) return Fail("unknown Softimage file format - more than two channels");
+    if (colour->channels == kAlphaMask) {
+      if (alpha->channels != kColourMask) return Fail("incomprehensible channel format (1)");
+      std::swap(*colour, *alpha);
+    }
+    if (colour->channels != kColourMask) return Fail("incomprehensible channel format (2)");
+    if (alpha->channels != kAlphaMask) return Fail("incomprehensible channel format (3)");
+    if (alpha->size != kChannelBits) return Fail("Alpha channel not 8 bit");
+  }
+  // A single packet is read as colour, whatever its mask.
+  return colour->size == kChannelBits || Fail("RGB channel not 8 bit");
+}
+
+/// What one packet's decoder says when a byte of a pixel is missing. The alpha packet borrows two
+/// texts of the colour packet.
+struct PixelTexts {
+  const char* copy[3];
+  const char* repeat[3];
+  const char* uncompressed[3];
+};
+
+constexpr PixelTexts kColourTexts = {
+    {"could not read copy object r", "could not read copy object g",
+     "could not read copy object b"},
+    {"could not read repeat object r", "could not read repeat object g",
+     "could not read repeat object b"},
+    {"failed to read uncompressed red component byte",
+     "failed to read uncompressed green component byte",
+     "failed to read uncompressed blue component byte"}};
+constexpr PixelTexts kAlphaTexts = {{"could not read copy object b"},
+                                    {"could not read repeat object r"},
+                                    {"failed to read uncompressed alpha component byte"}};
+
+/// Reads pixels of `samples` bytes each; names the first missing byte.
+bool ReadSamples(FileReader& in, std::uint8_t* out, std::size_t pixels, std::size_t samples,
+                 const char* const (&texts)[3]) {
+  const std::size_t got = in.Read(out, pixels * samples);
+  return got == pixels * samples || Fail(texts[got % samples]);
+}
+
+/// Decodes one packet's data of a row into `row`, `samples` bytes for each of `width` pixels.
+bool DecodeRow(FileReader& in, const Packet& packet, std::size_t samples, std::size_t width,
+               std::uint8_t* row) {
+  const PixelTexts& texts = samples == 1 ? kAlphaTexts : kColourTexts;
+  if (packet.type == kUncompressed) {
+    return ReadSamples(in, row, width, samples, texts.uncompressed);
+  }
+  std::size_t done = 0;
+  while (done < width) {
+    std::uint8_t code;
+    if (!in.ReadAll(&code, 1)) return Fail("failed to read pixel count data");
+    const bool literal = code < kLongCount;
+    const std::size_t count = literal              ? code + 1u
+                              : code == kLongCount ? in.U16()
+                                                   : code - (kLongCount - 1);
+    if (in.ended()) return Fail("failed to read pixel count data");
+    if (count > width - done) {
+      return Fail(literal ? "copy length overrun" : "repeat length overrun");
+    }
+    std::uint8_t* out = row + done * samples;
+    if (literal) {
+      if (!ReadSamples(in, out, count, samples, texts.copy)) return false;
+    } else {
+      std::uint8_t pixel[3];
+      if (!ReadSamples(in, pixel, 1, samples, texts.repeat)) return false;
+      for (std::size_t i = 0; i < count; ++i) std::memcpy(out + i * samples, pixel, samples);
+    }
+    done += count;
+  }
+  return true;
+}
+
+/// Reads row y into the image: colour, which makes it opaque, then alpha.
+bool ReadRow(FileReader& in, const Packet& colour, const Packet* alpha, TrackedBytes& row,
+             std::uint8_t* pixels, std::size_t width) {
+  if (!DecodeRow(in, colour, 3, width, row.data())) return false;
+  RowFromRgb(row.data(), pixels, width);
+  for (std::size_t x = 0; x < width; ++x) pixels[4 * x + 3] = 255;
+  if (!alpha) return true;
+  if (!DecodeRow(in, *alpha, 1, width, row.data())) return false;
+  for (std::size_t x = 0; x < width; ++x) pixels[4 * x + 3] = row[x];
+  return true;
+}
+
+// Saving.
+
+void FailSave(const std::string& what) {
+  LibError(("Softimage saver: " + what).c_str());
+}
+
+bool WriteHeader(FileWriter& out, const ImageRecord& image) {
+  const auto check = [](bool written, const char* portion) {
+    if (!written) FailSave(std::string("Failed to write ") + portion);
+    return written;
+  };
+  const auto width = static_cast<std::uint16_t>(image.width);
+  const auto height = static_cast<std::uint16_t>(image.height);
+  return check(out.Write(kMagic, sizeof kMagic), "portion of image header magic") &&
+         check(out.F32(0.0f), "portion of image header version") &&
+         check(out.Write(kWrittenComment, kCommentSize), "portion of image header comment") &&
+         check(out.Write(kId, sizeof kId), "portion of image header id") &&
+         check(out.U16(width), "portion of image header width") &&
+         check(out.U16(height), "portion of image header height") &&
+         check(out.F32(1.0f), "portion of image header aspect ratio") &&
+         check(out.U16(kMostFields), "portion of image header fields") &&
+         check(out.U16(0), "pad portion of image header");
+}
+
+bool WritePacket(FileWriter& out, const Packet& packet, const std::string& which) {
+  const std::pair<std::uint8_t, const char*> fields[] = {{packet.chained, "chained"},
+                                                         {packet.size, "size"},
+                                                         {packet.type, "type"},
+                                                         {packet.channels, "channel"}};
+  for (const auto& [field, name] : fields) {
+    if (out.U8(field)) continue;
+    FailSave(std::string("Failed to write ") + name + " portion of " + which +
+             " channel subheader");
+    return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+std::int32_t IsSoftimage(const char* path) {
+  FileReader in(path);
+  std::uint8_t header[kHeaderSize];
+  if (!in.ReadAll(header, sizeof header)) return 0;
+  return std::memcmp(header, kMagic, sizeof kMagic) == 0 &&
+                 std::memcmp(header + kIdOffset, kId, sizeof kId) == 0
+             ? 1
+             : 0;
+}
+
+ImageRecord* LoadSoftimage(const char* path) {
+  FileReader in(path);
+  SetFileByteOrder(ByteOrder::big);
+  std::int32_t width = 0, height = 0;
+  Packet colour, alpha;
+  bool hasAlpha = false;
+  if (!ReadStart(in) || !ReadSize(in, &width, &height)) return nullptr;
+  if (!ReadPackets(in, &colour, &alpha, &hasAlpha)) return nullptr;
+  ImageGuard image(AllocImage(width, height, "Softimage", nullptr));
+  TrackedBytes row(image ? std::uint64_t{3} * static_cast<std::uint32_t>(width) : 0, "allocptr");
+  if (!image || !row) {
+    Fail("could not get image memory");
+    return nullptr;
+  }
+  image->depth = hasAlpha ? 32 : 24;
+  if (hasAlpha) image->flags |= kFlagAlpha;
+  ProgressScope progress("Loading Softimage Picture", height, 5);
+  for (std::int32_t y = 0; y < height; ++y) {
+    const bool stop = ProgressUpdateAbort(y) != 0;  // ends the reading after this row
+    if (!ReadRow(in, colour, hasAlpha ? &alpha : nullptr, row, PixelRow(*image, y),
+                 static_cast<std::size_t>(width)) ||
+        stop) {
+      break;
+    }
+  }
+  return image.release();
+}
+
+void SaveSoftimage(const char* path, const ImageRecord* image) {
+  FileWriter out(path);
+  if (!out.ok()) return FailSave("could not open file");
+  if (image->width > UINT16_MAX || image->height > UINT16_MAX) {
+    return FailSave("at most 65535 x 65535 pixels fit the format");
+  }
+  SetFileByteOrder(ByteOrder::big);
+  const bool alpha = (image->flags & kFlagAlpha) != 0;
+  Packet colourPacket, alphaPacket;
+  colourPacket.chained = alpha ? 1 : 0;
+  colourPacket.channels = kColourMask;
+  alphaPacket.channels = kAlphaMask;
+  if (!WriteHeader(out, *image) || !WritePacket(out, colourPacket, "RGB")) return;
+  if (alpha && !WritePacket(out, alphaPacket, "alpha")) return;
+  const auto width = static_cast<std::size_t>(image->width);
+  TrackedBytes row(3 * width, "allocptr");
+  if (!row) return;
+  for (std::int32_t y = 0; y < image->height; ++y) {
+    const std::uint8_t* pixels = PixelRow(*image, y);
+    RowToRgb(pixels, row.data(), width);
+    if (!out.Write(row.data(), 3 * width)) return FailSave("failed on writing red data byte");
+    if (!alpha) continue;
+    for (std::size_t x = 0; x < width; ++x) row[x] = pixels[4 * x + 3];
+    if (!out.Write(row.data(), width)) return FailSave("failed on writing alpha data byte");
+  }
+  out.Finish();
+}
+
+}  // namespace imx

@@ -1,0 +1,426 @@
+#include "formats/targa.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+
+#include "formats/pixel_rows.h"
+#include "imagelib/core/byte_order.h"
+#include "imagelib/core/file_reader.h"
+#include "imagelib/core/file_time.h"
+#include "imagelib/core/file_writer.h"
+#include "imagelib/core/guards.h"
+
+namespace imx {
+namespace {
+
+constexpr std::size_t kHeaderSize = 18;
+constexpr std::size_t kFooterSize = 26;
+constexpr char kSignature[18] = "TRUEVISION-XFILE.";  // its zero byte belongs to the file
+constexpr std::size_t kMapSlots = 256;
+constexpr std::uint32_t kRowSlack = 1024;
+
+constexpr std::uint8_t kTopDownBit = 0x20;
+constexpr std::uint8_t kMapped = 1, kTrueColour = 2, kMappedRle = 9, kTrueColourRle = 10;
+
+// Readers and writers in the field expect these values as they are.
+constexpr std::uint16_t kWrittenMapStart = 59;         // though no map is written
+constexpr std::uint16_t kWrittenExtensionSize = 2558;  // the area itself takes 495 bytes
+constexpr std::uint16_t kWrittenAspect[2] = {72, 1};
+constexpr std::uint16_t kWrittenGamma[2] = {1, 1};
+constexpr std::uint16_t kSoftwareVersion = 101;
+constexpr char kSoftwareLetter = '1';
+constexpr std::string_view kSoftwareId = "IMX by Quillmark";
+
+constexpr std::size_t kAuthorSize = 41;
+constexpr std::size_t kCommentSize = 324;
+constexpr std::size_t kNameSize = 41;
+constexpr std::size_t kMostAuthor = 40;
+constexpr std::size_t kMostComment = 255;
+
+// A packet closes once it has gathered this many bytes. The 32-bit packer shares the repeat limit
+// of the 24-bit one, so its repeat packets stop at 97 pixels.
+constexpr std::size_t kRepeatLimit = 381;
+constexpr std::size_t kLiteralLimit24 = 381;
+constexpr std::size_t kLiteralLimit32 = 508;
+
+struct TargaHeader {
+  std::uint8_t idLength, mapType, imageType;
+  std::uint16_t mapStart, mapLength;
+  std::uint8_t mapEntryBits;
+  std::uint16_t xOrigin, yOrigin, width, height;
+  std::uint8_t depth, descriptor;
+
+  std::uint64_t MapOffset() const { return kHeaderSize + std::uint64_t{idLength}; }
+  /// The map's room is passed over whatever the map type.
+  std::uint64_t PixelOffset() const {
+    return MapOffset() + std::uint64_t{mapEntryBits / 8u} * mapLength;
+  }
+  bool IsMapped() const { return imageType == kMapped || imageType == kMappedRle; }
+  /// Type 11 (run-length grey) is read as raw rows.
+  bool IsRunLength() const { return imageType == kMappedRle || imageType == kTrueColourRle; }
+  std::size_t BytesPerPixel() const {
+    switch (depth) {
+      case 15:
+      case 16:
+        return 2;
+      case 24:
+        return 3;
+      case 32:
+        return 4;
+      default:
+        return 1;
+    }
+  }
+};
+
+/// Visits the header's fields in file order, with a callable for bytes and one for words.
+template <typename Header, typename Byte, typename Word>
+void HeaderFields(Header& h, Byte byte, Word word) {
+  byte(h.idLength), byte(h.mapType), byte(h.imageType);
+  word(h.mapStart), word(h.mapLength), byte(h.mapEntryBits);
+  word(h.xOrigin), word(h.yOrigin), word(h.width), word(h.height);
+  byte(h.depth), byte(h.descriptor);
+}
+
+bool ReadHeader(FileReader& in, TargaHeader* header) {
+  if (in.remaining() < kHeaderSize) return false;
+  HeaderFields(
+      *header, [&in](std::uint8_t& field) { field = in.U8(); },
+      [&in](std::uint16_t& field) { field = in.U16(); });
+  return true;
+}
+
+bool WriteHeader(FileWriter& out, const TargaHeader& header) {
+  HeaderFields(
+      header, [&out](const std::uint8_t& field) { out.U8(field); },
+      [&out](const std::uint16_t& field) { out.U16(field); });
+  return out.ok();
+}
+
+/// 5-bit red, green and blue of a little-endian word, each through `expand`.
+template <typename Expand>
+void SetFromWord(std::uint8_t* pixel, unsigned word, Expand expand) {
+  pixel[0] = static_cast<std::uint8_t>(expand(word >> 10 & 31));
+  pixel[1] = static_cast<std::uint8_t>(expand(word >> 5 & 31));
+  pixel[2] = static_cast<std::uint8_t>(expand(word & 31));
+}
+
+// Three ways to widen 5 bits, one for each place: they differ on purpose.
+unsigned ExpandMap(unsigned c) {
+  return c * 8;
+}
+unsigned Expand16(unsigned c) {
+  return c * 8 + c / 4;
+}
+unsigned Expand15(unsigned c) {
+  return c * 8 + c % 8;
+}
+
+/// Entries go to slots 0, 1, 2 ... whatever the map's first index; those past the table are
+/// dropped.
+void ReadMap(FileReader& in, const TargaHeader& header, PixelTable* map) {
+  in.Seek(header.MapOffset());
+  const std::size_t entryBytes = header.mapEntryBits / 8u;
+  const std::size_t count = std::min<std::size_t>(header.mapLength, kMapSlots);
+  for (std::size_t i = 0; i < count; ++i) {
+    std::uint8_t entry[4] = {};
+    std::uint8_t colour[4] = {};
+    if (header.mapEntryBits == 24 || header.mapEntryBits == 32) {
+      in.Read(entry, entryBytes);
+      map->Set(i, entry[2], entry[1], entry[0]);
+    } else if (header.mapEntryBits == 16) {
+      SetFromWord(colour, in.U16(), ExpandMap);
+      map->Set(i, colour[0], colour[1], colour[2]);
+    }
+  }
+}
+
+template <typename Expand>
+void ConvertWords(const std::uint8_t* in, std::uint8_t* pixels, std::int32_t width, Expand expand) {
+  for (std::int32_t x = 0; x < width; ++x, in += 2, pixels += 4) {
+    SetFromWord(pixels, LoadU16(in, ByteOrder::little), expand);
+  }
+}
+
+void ConvertRow(const TargaHeader& header, const PixelTable& map, const std::uint8_t* in,
+                std::uint8_t* pixels) {
+  const std::size_t width = header.width;
+  switch (header.depth) {
+    case 8:
+      return header.IsMapped() ? RowFromIndices(in, map, pixels, width)
+                               : RowFromGrey(in, pixels, width);
+    case 15:
+      return ConvertWords(in, pixels, header.width, Expand15);
+    case 16:
+      return ConvertWords(in, pixels, header.width, Expand16);
+    case 24:
+      return RowFromBgr(in, pixels, width);
+    case 32:
+      return RowFromBgra(in, pixels, width);
+    default:
+      return;  // no such pixels: the row stays as it is
+  }
+}
+
+/// Gathers pixels into packets. `same` compares two pixels of the row.
+template <std::size_t bytesPerPixel, std::size_t literalLimit, typename Same, typename Emit>
+std::size_t PackRow(std::uint8_t* out, std::size_t width, Same same, Emit emit) {
+  const std::uint8_t* const start = out;
+  std::size_t at = 0;
+  while (at < width) {
+    const std::size_t first = at;
+    std::size_t gathered = 0;
+    if (at + 1 < width && same(at, at + 1)) {
+      while (at + 1 < width && same(at, at + 1) && gathered < kRepeatLimit) {
+        ++at;
+        gathered += bytesPerPixel;
+      }
+      ++at;
+      *out++ = static_cast<std::uint8_t>(0x80 | (at - first - 1));
+      out = emit(out, first, 1);
+      continue;
+    }
+    while (at + 1 < width && gathered < literalLimit &&
+           !(at + 2 < width && same(at, at + 1) && same(at, at + 2))) {
+      ++at;
+      gathered += bytesPerPixel;
+    }
+    if (at + 1 == width) ++at;  // the last pixel closes the open packet
+    *out++ = static_cast<std::uint8_t>(at - first - 1);
+    out = emit(out, first, at - first);
+  }
+  return static_cast<std::size_t>(out - start);
+}
+
+std::uint32_t PixelWord(const std::uint8_t* row, std::size_t x) {
+  std::uint32_t word;
+  std::memcpy(&word, row + 4 * x, sizeof word);
+  return word;
+}
+
+template <std::size_t bytesPerPixel>
+void Fill(std::uint8_t* out, const std::uint8_t* pixel, std::size_t count) {
+  for (std::size_t i = 0; i < count; i += bytesPerPixel) {
+    std::memcpy(out + i, pixel, bytesPerPixel);
+  }
+}
+
+/// `count` bytes of one pixel over and over.
+void FillPixels(std::uint8_t* out, const std::uint8_t* pixel, std::size_t count,
+                std::size_t bytesPerPixel) {
+  switch (bytesPerPixel) {
+    case 2:
+      return Fill<2>(out, pixel, count);
+    case 3:
+      return Fill<3>(out, pixel, count);
+    case 4:
+      return Fill<4>(out, pixel, count);
+    default:
+      return Fill<1>(out, pixel, count);
+  }
+}
+
+/// Builds and writes the rows, last record row first.
+Rows WriteRows(FileWriter& out, const ImageRecord& image, bool alpha, bool compress,
+               TrackedBytes& buffer) {
+  const auto width = static_cast<std::size_t>(image.width);
+  return ForEachRow(image.height, 4, [&](std::int32_t y) {
+    const std::uint8_t* row = PixelRow(image, image.height - 1 - y);
+    if (compress) {
+      return out.Write(buffer.data(), alpha ? PackTargaRow32(buffer.data(), row, image.width)
+                                            : PackTargaRow24(buffer.data(), row, image.width));
+    }
+    if (alpha) {
+      RowToBgra(row, buffer.data(), width);
+    } else {
+      RowToBgr(row, buffer.data(), width);
+    }
+    return out.Write(buffer.data(), width * (alpha ? 4 : 3));
+  });
+}
+
+/// A fixed-size text field: `text` and zeros up to `size`.
+void WriteField(FileWriter& out, std::string_view text, std::size_t size) {
+  text = text.substr(0, size - 1);
+  out.Write(text.data(), text.size());
+  out.Zeros(size - text.size());
+}
+
+void WriteStamp(FileWriter& out, const ImageRecord& image) {
+  const bool alpha = (image.flags & kFlagAlpha) != 0;
+  out.U8(kThumbnailWidth);
+  out.U8(kThumbnailHeight);
+  std::uint8_t row[4 * kThumbnailWidth];
+  std::uint8_t packed[4 * kThumbnailWidth];
+  for (std::int64_t sy = 0; sy < kThumbnailHeight; ++sy) {
+    const std::uint8_t* source =
+        PixelRow(image, static_cast<std::int32_t>(sy * image.height / kThumbnailHeight));
+    for (std::int64_t sx = 0; sx < kThumbnailWidth; ++sx) {
+      std::memcpy(row + 4 * sx, source + 4 * (sx * image.width / kThumbnailWidth), 4);
+    }
+    (alpha ? RowToBgra : RowToBgr)(row, packed, kThumbnailWidth);
+    out.Write(packed, std::size_t{alpha ? 4u : 3u} * kThumbnailWidth);
+  }
+}
+
+void WriteWords(FileWriter& out, std::initializer_list<int> words) {
+  for (const int word : words) out.U16(static_cast<std::uint16_t>(word));
+}
+
+void WriteExtensionArea(FileWriter& out, const ImageRecord& image, std::uint32_t stampOffset) {
+  const std::tm now = FileTime();
+  out.U16(kWrittenExtensionSize);
+  WriteField(out, std::string_view(image.author).substr(0, kMostAuthor), kAuthorSize);
+  WriteField(out, std::string_view(image.comment).substr(0, kMostComment), kCommentSize);
+  WriteWords(
+      out, {now.tm_mon + 1, now.tm_mday, now.tm_year + 1900, now.tm_hour, now.tm_min, now.tm_sec});
+  WriteField(out, "", kNameSize);  // job name
+  WriteWords(out, {0, 0, 0});      // job time
+  WriteField(out, kSoftwareId, kNameSize);
+  out.U16(kSoftwareVersion);
+  out.U8(kSoftwareLetter);
+  out.U32(0);  // key colour
+  WriteWords(out, {kWrittenAspect[0], kWrittenAspect[1], kWrittenGamma[0], kWrittenGamma[1]});
+  out.U32(0);  // colour correction table
+  out.U32(stampOffset);
+  out.U32(0);  // scan-line table
+  out.U8(0);   // attributes type
+}
+
+}  // namespace
+
+void ReadTargaRle(std::uint8_t* buffer, std::size_t count, FileReader& file,
+                  std::size_t bytesPerPixel, TargaRle* state) {
+  while (count > 0) {
+    if (state->due == 0) {
+      const std::uint8_t packet = file.U8();
+      state->repeat = (packet & 0x80) != 0;
+      state->due = ((packet & 0x7Fu) + 1) * bytesPerPixel;
+      if (state->repeat) file.Read(state->pixel, bytesPerPixel);
+    }
+    const std::size_t part = std::min(count, state->due);
+    if (state->repeat) {
+      FillPixels(buffer, state->pixel, part, bytesPerPixel);
+    } else {
+      file.Read(buffer, part);
+    }
+    buffer += part;
+    count -= part;
+    state->due -= part;
+  }
+}
+
+std::size_t PackTargaRow24(std::uint8_t* out, const std::uint8_t* row, std::int32_t width) {
+  return PackRow<3, kLiteralLimit24>(
+      out, static_cast<std::size_t>(width),
+      [row](std::size_t a, std::size_t b) {
+        return ((PixelWord(row, a) ^ PixelWord(row, b)) & 0x00FFFFFF) == 0;
+      },
+      [row](std::uint8_t* to, std::size_t first, std::size_t count) {
+        RowToBgr(row + 4 * first, to, count);
+        return to + 3 * count;
+      });
+}
+
+std::size_t PackTargaRow32(std::uint8_t* out, const std::uint8_t* row, std::int32_t width) {
+  return PackRow<4, kLiteralLimit32>(
+      out, static_cast<std::size_t>(width),
+      [row](std::size_t a, std::size_t b) { return PixelWord(row, a) == PixelWord(row, b); },
+      [row](std::uint8_t* to, std::size_t first, std::size_t count) {
+        RowToBgra(row + 4 * first, to, count);
+        return to + 4 * count;
+      });
+}
+
+void ReadTargaExtension(FileReader& file, ImageRecord* image) {
+  SetFileByteOrder(ByteOrder::little);
+  if (file.size() < kFooterSize) return;
+  file.Seek(file.size() - kFooterSize);
+  const std::uint32_t extensionOffset = file.U32();
+  file.U32();  // developer directory
+  char signature[sizeof kSignature];
+  file.Read(signature, sizeof signature);
+  if (std::memcmp(signature, kSignature, sizeof kSignature) != 0 || extensionOffset == 0) return;
+  file.Seek(extensionOffset);
+  file.U16();  // the size it claims
+  char author[kAuthorSize];
+  char comment[kCommentSize];
+  file.Read(author, sizeof author);
+  file.Read(comment, sizeof comment);
+  CopyTextCut(image->author, {author, sizeof author}, kMostAuthor);
+  CopyTextCut(image->comment, {comment, sizeof comment}, kMostComment);
+}
+
+bool WriteTargaExtension(FileWriter& file, const ImageRecord* image) {
+  SetFileByteOrder(ByteOrder::little);
+  const auto stampOffset = static_cast<std::uint32_t>(file.position());
+  WriteStamp(file, *image);
+  const auto extensionOffset = static_cast<std::uint32_t>(file.position());
+  WriteExtensionArea(file, *image, stampOffset);
+  file.U32(extensionOffset);
+  file.U32(0);  // no developer directory
+  return file.Write(kSignature, sizeof kSignature);
+}
+
+ImageRecord* LoadTarga(std::FILE* file) {
+  FileReader in(file);
+  SetFileByteOrder(ByteOrder::little);
+  TargaHeader header{};
+  if (!ReadHeader(in, &header)) return nullptr;
+  ImageGuard image(AllocImage(header.width, header.height, "itga", nullptr));
+  if (!image) return nullptr;
+  CopyText(image->formatLabel, "TARGA");
+  image->depth = header.depth;
+  if (header.depth == 32) image->flags |= kFlagAlpha;
+
+  ProgressScope progress("Reading TGA", header.height, 5);
+  PixelTable map{};
+  if (header.IsMapped()) ReadMap(in, header, &map);
+  in.Seek(header.PixelOffset());
+  const std::size_t bytesPerPixel = header.BytesPerPixel();
+  const std::size_t rowBytes = bytesPerPixel * header.width;
+  TrackedBytes row(std::uint64_t{rowBytes} + kRowSlack, "targa1.1");
+  if (!row) return nullptr;
+  TargaRle rle;
+  const bool bottomUp = (header.descriptor & kTopDownBit) == 0;
+  const Rows end = ForEachRow(header.height, 1, [&](std::int32_t y) {
+    if (header.IsRunLength()) {
+      ReadTargaRle(row.data(), rowBytes, in, bytesPerPixel, &rle);
+    } else {
+      in.Read(row.data(), rowBytes);
+    }
+    ConvertRow(header, map, row.data(), PixelRow(*image, bottomUp ? header.height - 1 - y : y));
+    return !in.ended();
+  });
+  if (end != Rows::stopped) ReadTargaExtension(in, image.get());
+  return image.release();
+}
+
+std::int32_t SaveTarga(const ImageRecord* image, const char* path, std::int32_t depth,
+                       std::int32_t compress) {
+  FileWriter out(path);
+  if (!out.ok()) return 1;
+  if (image->width > UINT16_MAX || image->height > UINT16_MAX) {
+    LibError("A Targa file holds at most 65535 x 65535 pixels");
+    return 1;
+  }
+  SetFileByteOrder(ByteOrder::little);
+  const bool alpha = depth == 32 && (image->flags & kFlagAlpha) != 0;
+  TargaHeader header{};
+  header.imageType = compress ? kTrueColourRle : kTrueColour;
+  header.mapStart = kWrittenMapStart;
+  header.width = static_cast<std::uint16_t>(image->width);
+  header.height = static_cast<std::uint16_t>(image->height);
+  header.depth = alpha ? 32 : 24;
+  if (!WriteHeader(out, header)) return 0;
+  TrackedBytes buffer(std::uint64_t{4} * header.width + kRowSlack, "allocptr");
+  if (!buffer) return 0;  // the success code, with only the header written
+
+  ProgressScope progress(alpha ? "Saving 32-bit Targa" : "Saving 24-bit Targa", image->height, 4);
+  if (WriteRows(out, *image, alpha, compress != 0, buffer) != Rows::done) return 1;
+  if (!WriteTargaExtension(out, image)) return 1;
+  return out.Finish() ? 0 : 1;
+}
+
+}  // namespace imx

@@ -1,0 +1,189 @@
+#include "formats/wavefront.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+
+#include "imagelib/core/byte_order.h"
+#include "imagelib/core/file_reader.h"
+#include "imagelib/core/file_writer.h"
+#include "imagelib/core/guards.h"
+
+namespace imx {
+namespace {
+
+constexpr std::uint32_t kHeaderSize = 740;
+constexpr std::uint64_t kActiveWindowOffset = 8;
+constexpr std::uint64_t kMatteOffset = 22;
+constexpr std::int32_t kMostColumns = 32767;  // window coordinates are signed 16-bit
+constexpr std::size_t kLiteralPacket = 125;
+constexpr std::int32_t kColours = 3;
+constexpr std::int32_t kMatte = 3;  // channel that holds the complement of alpha
+
+struct RlaHeader {
+  std::int32_t width = 0, height = 0;
+  bool matte = false;
+
+  std::int32_t Channels() const { return kColours + (matte ? 1 : 0); }
+};
+
+/// Only the active window and the matte count matter.
+bool ReadHeader(FileReader& in, RlaHeader* h) {
+  if (in.remaining() < kHeaderSize) return false;
+  const auto number = [&in] { return static_cast<std::int16_t>(in.U16()); };
+  in.Seek(kActiveWindowOffset);
+  const std::int32_t left = number(), right = number(), bottom = number(), top = number();
+  h->width = right - left + 1;
+  h->height = top - bottom + 1;
+  in.Seek(kMatteOffset);
+  h->matte = number() != 0;
+  in.Seek(kHeaderSize);
+  return true;
+}
+
+/// Decodes one channel of a scanline into every fourth byte. A repeat or literal past the row's end
+/// is cut. False when the data end first.
+bool ReadChannel(FileReader& in, std::int32_t width, std::uint8_t complement, std::uint8_t* out) {
+  in.U16();  // the length that the file states does not bound the decoding
+  for (std::int32_t done = 0; done < width;) {
+    const auto code = static_cast<std::int8_t>(in.U8());
+    const bool literal = code < 0;
+    const std::int32_t count = literal ? -code : code + 1;
+    const std::size_t held = literal ? static_cast<std::size_t>(count) : 1;
+    const FileReader::View view = in.Peek(held);
+    if (view.size < held) return false;
+    const std::int32_t run = std::min(count, width - done);
+    for (std::int32_t i = 0; i < run; ++i, out += 4) {
+      *out = view.data[literal ? i : 0] ^ complement;
+    }
+    in.Skip(static_cast<std::uint32_t>(held));
+    done += run;
+  }
+  return true;
+}
+
+bool ReadScanline(FileReader& in, const RlaHeader& h, std::uint8_t* pixels) {
+  for (std::int32_t channel = 0; channel < h.Channels(); ++channel) {
+    const std::uint8_t complement = channel == kMatte ? 0xFF : 0;
+    if (!ReadChannel(in, h.width, complement, pixels + channel)) return false;
+  }
+  return true;
+}
+
+// Saving.
+
+void WriteText(FileWriter& out, std::string_view text, std::size_t size) {
+  text = text.substr(0, size - 1);
+  out.Write(text.data(), text.size());
+  out.Zeros(size - text.size());
+}
+
+void WriteWords(FileWriter& out, std::initializer_list<int> words) {
+  for (const int word : words) out.U16(static_cast<std::uint16_t>(word));
+}
+
+/// The texts that could tell about the user or the machine are fixed.
+bool WriteHeader(FileWriter& out, const ImageRecord& image, bool matte) {
+  const int right = image.width - 1;
+  const int top = image.height - 1;
+  WriteWords(out, {0, right, 0, top});  // window
+  WriteWords(out, {0, right, 0, top});  // active window
+  // Frame, storage type, colour, matte and auxiliary channels, revision.
+  WriteWords(out, {1, 0, kColours, matte ? 1 : 0, 0, -2});
+  WriteText(out, "0.0", 16);          // gamma
+  WriteText(out, "0.670 0.330", 24);  // red, green and blue primaries, white point
+  WriteText(out, "0.210 0.710", 24);
+  WriteText(out, "0.140 0.080", 24);
+  WriteText(out, "0.310 0.316", 24);
+  out.U32(0);  // job number
+  WriteText(out, image.name, 128);
+  WriteText(out, "IMX Image", 128);
+  WriteText(out, "Quillmark IMX WaveFront Saver Module", 64);
+  WriteText(out, "No Machine Name - Privacy Issue", 32);
+  WriteText(out, "No User Name - Privacy Issue", 32);
+  WriteText(out, "Unknown", 20);  // date
+  WriteText(out, "1k_square", 24);
+  WriteText(out, "1.0", 8);          // aspect ratio
+  WriteText(out, "rgb", 32);         // channel format
+  WriteWords(out, {0});              // field
+  WriteText(out, "Unknown", 12);     // time
+  WriteText(out, "Unknown", 32);     // filter
+  WriteWords(out, {8, 0, 8, 0, 8});  // channel bits; type and bits of matte and auxiliary
+  WriteText(out, "depth", 32);
+  out.Zeros(36);  // reserved
+  return out.U32(0);
+}
+
+/// One channel as literal packets behind their length word. Bytes written to `out`, which has room
+/// for 2 * width + 4.
+std::size_t PackChannel(const std::uint8_t* in, std::int32_t width, std::uint8_t complement,
+                        std::uint8_t* out) {
+  std::uint8_t* to = out + 2;
+  for (std::size_t left = static_cast<std::size_t>(width); left > 0;) {
+    const std::size_t count = std::min(left, kLiteralPacket);
+    *to++ = static_cast<std::uint8_t>(0x100 - count);
+    for (std::size_t i = 0; i < count; ++i, in += 4) *to++ = *in ^ complement;
+    left -= count;
+  }
+  const auto size = static_cast<std::size_t>(to - out);
+  StoreU16(out, static_cast<std::uint16_t>(size - 2), ByteOrder::big);
+  return size;
+}
+
+bool WriteScanline(FileWriter& out, const std::uint8_t* pixels, std::int32_t width, bool matte,
+                   TrackedBytes& packed) {
+  for (std::int32_t channel = 0; channel < kColours + (matte ? 1 : 0); ++channel) {
+    const std::uint8_t complement = channel == kMatte ? 0xFF : 0;
+    out.Write(packed.data(), PackChannel(pixels + channel, width, complement, packed.data()));
+  }
+  return out.ok();
+}
+
+}  // namespace
+
+ImageRecord* LoadWavefront(const char* path) {
+  FileReader in(path);
+  SetFileByteOrder(ByteOrder::big);
+  RlaHeader header;
+  if (!in.ok() || !ReadHeader(in, &header)) return nullptr;
+  // The offsets are passed over: scanlines are read in sequence.
+  const std::uint64_t tableSize =
+      std::uint64_t{4} * static_cast<std::uint32_t>(std::max(header.height, 0));
+  if (tableSize > in.remaining()) return nullptr;
+  in.Seek(kHeaderSize + tableSize);
+  ImageGuard image(AllocImage(header.width, header.height, "Wavefront", nullptr));
+  if (!image) {
+    LibError("Wavefront loader: could not get image memory");
+    return nullptr;
+  }
+  image->depth = header.matte ? 32 : 24;
+  if (header.matte) image->flags |= kFlagAlpha;
+  ProgressScope progress("Loading Wavefront Picture", header.height, 5);
+  ForEachRow(header.height, 1, [&](std::int32_t k) {
+    return ReadScanline(in, header, PixelRow(*image, header.height - 1 - k));
+  });
+  return image.release();
+}
+
+void SaveWavefront(const char* path, const ImageRecord* image) {
+  if (image->width > kMostColumns || image->height > kMostColumns) {
+    return LibError("Wavefront saver: at most 32767 x 32767 pixels fit the format");
+  }
+  const bool matte = (image->flags & kFlagAlpha) != 0;
+  const auto height = static_cast<std::size_t>(image->height);
+  TrackedBytes offsets(4 * height, "allocptr");
+  TrackedBytes packed(2 * static_cast<std::size_t>(image->width) + 4, "allocptr");
+  FileWriter out(path);
+  SetFileByteOrder(ByteOrder::big);
+  if (!offsets || !packed || !WriteHeader(out, *image, matte)) return;
+  out.Zeros(offsets.size());
+  for (std::size_t k = 0; k < height; ++k) {
+    StoreU32(&offsets[4 * k], static_cast<std::uint32_t>(out.position()), ByteOrder::big);
+    const std::uint8_t* pixels = PixelRow(*image, static_cast<std::int32_t>(height - 1 - k));
+    if (!WriteScanline(out, pixels, image->width, matte, packed)) return;
+  }
+  if (!out.Patch(kHeaderSize, offsets.data(), offsets.size())) return;
+  out.Finish();
+}
+
+}  // namespace imx
