@@ -12,7 +12,8 @@ constexpr Command kCommands[] = {
     {kInfo, "info", "FILE...", "tell what files hold", 1, SIZE_MAX, RunInfo},
     {kPixels, "pixels", "FILE", "write a file's pixels to standard output as R, G, B, A bytes", 1,
      1, RunPixels},
-    {kConvert, "convert", "INPUT OUTPUT", "load an image and save it as another type", 2, 2,
+    {kCount, "count", "FILE", "count an image's colours", 1, 1, RunCount},
+    {kConvert, "convert", "INPUT... OUTPUT", "load an image, change it, and save it", 1, SIZE_MAX,
      RunConvert},
 };
 

@@ -8,6 +8,7 @@ namespace imx {
 int RunFormats(const Request& request);
 int RunInfo(const Request& request);
 int RunPixels(const Request& request);
+int RunCount(const Request& request);
 int RunConvert(const Request& request);
 
 }  // namespace imx

@@ -1,14 +1,19 @@
+#include <algorithm>
 #include <cstdint>
 #include <string>
 
+#include "cli/batch.h"
 #include "cli/commands.h"
 #include "cli/host.h"
 #include "cli/input.h"
+#include "cli/steps.h"
 #include "formats/codec_state.h"
 #include "imagelib/core/image.h"
 #include "imagelib/core/registry.h"
 #include "imagelib/core/text.h"
 #include "imagelib/dispatch/safe_save.h"
+#include "imagelib/dispatch/system_files.h"
+#include "render/render.h"
 
 namespace imx {
 namespace {
@@ -74,28 +79,68 @@ bool SaveOutput(const std::string& output, ImageRecord& image) {
   return false;
 }
 
+/// What one conversion comes to: from, to, and as what.
+struct Conversion {
+  std::string input, output;
+  std::int32_t row;
+};
+
+void SetOutputOptions(const Request& request, const Conversion& conversion, ImageRecord& image) {
+  image.saveType = conversion.row;
+  image.saveDepth = request.depth ? DepthChoice(conversion.row, *request.depth)
+                                  : DefaultDepthChoice(conversion.row, image);
+  Output().compression = request.compress ? 1 : 0;
+  Output().interlace = request.interlace ? 1 : 0;
+  Output().quality = request.quality;
+  const std::int32_t bits = DepthBits(DepthChoiceBit(conversion.row, image.saveDepth));
+  RenderSettings& rendering = Rendering();
+  rendering.renderMode = request.renderMode;
+  rendering.renderOrdered = request.ordered ? 1 : 0;
+  rendering.renderStrength = request.strength;
+  // A file of fewer bits must not get more colours than it can name.
+  rendering.renderBits = request.renderBits.value_or(bits < 8 ? bits : 8);
+}
+
+int Convert(const Request& request, const Conversion& conversion) {
+  ImageGuard image = LoadInput(conversion.input, request);
+  if (!image || !ApplySteps(request, conversion.input, &image)) return kFailed;
+  SetTexts(request, *image);
+  SetOutputOptions(request, conversion, *image);
+  return SaveOutput(conversion.output, *image) ? kDone : kFailed;
+}
+
+/// What contradicts itself in the command line; empty when nothing does.
+std::string CheckOperands(const Request& request) {
+  const std::vector<std::string>& operands = request.operands;
+  if (request.outputFolder.empty()) {
+    if (operands.size() == 2) return {};
+    return operands.size() < 2 ? "needs INPUT OUTPUT" : "several inputs need -o DIR";
+  }
+  if (request.type.empty()) return "-o needs --type EXT";
+  const bool standardInput = std::find(operands.begin(), operands.end(), "-") != operands.end();
+  return standardInput ? "standard input has no name that -o could use" : "";
+}
+
 }  // namespace
 
 int RunConvert(const Request& request) {
-  const std::string& output = request.operands[1];
-  std::string fault;
+  std::string fault = CheckOperands(request);
+  if (!fault.empty()) return UsageError("convert", fault);
+  const bool toFolder = !request.outputFolder.empty();
+  const std::string& input = request.operands[0];
+  const std::string output = toFolder ? BatchOutput(request, input) : request.operands[1];
   const std::int32_t row = OutputRow(request, output, &fault);
   if (row < 0) return UsageError("convert", fault);
   if (request.depth && DepthChoice(row, *request.depth) == kNoChoice) {
     return UsageError("convert", std::string(TypeExtension(row)) + " files have no depth " +
                                      std::to_string(*request.depth));
   }
-
-  const ImageGuard image = LoadInput(request.operands[0], request);
-  if (!image) return kFailed;
-  SetTexts(request, *image);
-  image->saveType = row;
-  image->saveDepth =
-      request.depth ? DepthChoice(row, *request.depth) : DefaultDepthChoice(row, *image);
-  Output().compression = request.compress ? 1 : 0;
-  Output().interlace = request.interlace ? 1 : 0;
-  Output().quality = request.quality;
-  return SaveOutput(output, *image) ? kDone : kFailed;
+  if (toFolder && KindOfPath(request.outputFolder) != PathKind::directory) {
+    ReportFailure(request.outputFolder, "is not a directory");
+    return kFailed;
+  }
+  if (toFolder && request.operands.size() > 1) return ConvertBatch(request);
+  return Convert(request, {input, output, row});
 }
 
 }  // namespace imx

@@ -7,6 +7,8 @@
 #include <memory>
 
 #include "cli/host.h"
+#include "formats/codec_state.h"
+#include "formats/raw.h"
 #include "imagelib/core/image.h"
 #include "imagelib/dispatch/load.h"
 #include "imagelib/dispatch/plugins.h"
@@ -46,8 +48,11 @@ std::string Diagnose(const std::string& path, const std::string& errors, std::ui
                                  : "more than an image can have");
   }
   if (!errors.empty()) return errors;
+  const bool sizeMissing = Raw().width < 1;
   const FileKind kind = IdentifyFile(path.c_str());
+  if (!kind.label && !sizeMissing) return "not an image of a known type: --raw-as KIND may help";
   if (!kind.label) return "not an image of a known type";
+  if (Raw().guideWanted) return "has no header: --raw WxH must tell its size";
   if (kind.library) return PluginFailure();
   return std::string("not a readable ") + kind.label + " image";
 }
@@ -64,6 +69,13 @@ ImageGuard LoadFile(const std::string& path, const Request& request, std::string
     return ImageGuard();
   }
   SetImageCeiling(request.maxMemoryMib * kMib);
+  Sequence() = {};
+  Sequence().chosenFrame = request.frame;
+  Raw() = {};
+  Raw().kind = request.rawKind;
+  Raw().width = request.rawWidth;
+  Raw().height = request.rawHeight;
+  if (request.rawWidth > 0) GuessRawLayout(path.c_str());
   ImageGuard image(LoadImage(path.c_str()));
   const std::string errors = TakeErrors();
   *fault = image ? errors : Diagnose(path, errors, request.maxMemoryMib);

@@ -53,6 +53,99 @@ std::string SetQuality(Request& request, const char* value) {
   return {};
 }
 
+template <std::int32_t Request::*field, std::int32_t least, std::int32_t most>
+std::string SetNumber(Request& request, const char* value) {
+  const auto number = Number(value, least, most);
+  if (!number)
+    return "needs a number from " + std::to_string(least) + " to " + std::to_string(most);
+  request.*field = static_cast<std::int32_t>(*number);
+  return {};
+}
+
+std::string SetRenderBits(Request& request, const char* value) {
+  const auto number = Number(value, 1, 8);
+  if (!number) return "needs a number from 1 to 8";
+  request.renderBits = static_cast<std::int32_t>(*number);
+  return {};
+}
+
+std::string SetRawSize(Request& request, const char* value) {
+  constexpr std::int64_t kMost = INT32_MAX;
+  const std::string_view text = value;
+  const std::size_t cross = text.find_first_of("xX");
+  if (cross == std::string_view::npos) return "needs WIDTHxHEIGHT";
+  const auto width = Number(text.substr(0, cross), 1, kMost);
+  const auto height = Number(text.substr(cross + 1), 1, kMost);
+  if (!width || !height) return "needs WIDTHxHEIGHT";
+  request.rawWidth = static_cast<std::int32_t>(*width);
+  request.rawHeight = static_cast<std::int32_t>(*height);
+  return {};
+}
+
+/// In the order of the layout codes.
+constexpr const char* kRawKinds[] = {"grey", "red", "green", "blue", "rgb",      "rbg",
+                                     "gbr",  "grb", "bgr",   "brg",  "rgb-files"};
+
+std::string SetRawKind(Request& request, const char* value) {
+  const auto* found =
+      std::find(std::begin(kRawKinds), std::end(kRawKinds), std::string_view(value));
+  if (found == std::end(kRawKinds)) {
+    return "needs one of grey red green blue rgb rbg gbr grb bgr brg rgb-files";
+  }
+  request.rawKind = static_cast<std::int32_t>(found - kRawKinds);
+  return {};
+}
+
+std::string AddRegion(Request& request, const char* value) {
+  ImageStep step{ImageStep::Kind::region};
+  std::string_view rest = value;
+  for (std::size_t i = 0; i < step.region.size(); ++i) {
+    const std::size_t comma = rest.find(',');
+    const bool last = i + 1 == step.region.size();
+    if (last != (comma == std::string_view::npos)) return "needs LEFT,TOP,RIGHT,BOTTOM";
+    const auto number = Number(rest.substr(0, comma), INT32_MIN / 2, INT32_MAX / 2);
+    if (!number) return "needs LEFT,TOP,RIGHT,BOTTOM";
+    step.region[i] = static_cast<std::int32_t>(*number);
+    if (!last) rest.remove_prefix(comma + 1);
+  }
+  request.steps.push_back(step);
+  return {};
+}
+
+std::string AddClip(Request& request, const char* /*value*/) {
+  request.steps.push_back({ImageStep::Kind::clip});
+  return {};
+}
+
+template <ImageStep::Kind kind>
+std::string AddFactor(Request& request, const char* value) {
+  ImageStep step{kind};
+  const char* end = value + std::strlen(value);
+  const auto [stop, error] = std::from_chars(value, end, step.factor);
+  if (error != std::errc() || stop != end) return "needs a number";
+  request.steps.push_back(step);
+  return {};
+}
+
+std::string AddMerge(Request& request, const char* value) {
+  ImageStep step{ImageStep::Kind::merge};
+  step.file = value;
+  request.steps.push_back(step);
+  return {};
+}
+
+std::string SetOutputFolder(Request& request, const char* value) {
+  request.outputFolder = *value ? value : ".";
+  return {};
+}
+
+std::string SetJobs(Request& request, const char* value) {
+  const auto number = Number(value, 1, 1024);
+  if (!number) return "needs a number of processes from 1";
+  request.jobs = static_cast<std::int32_t>(*number);
+  return {};
+}
+
 template <std::optional<std::string> Request::*field>
 std::string SetText(Request& request, const char* value) {
   if (std::strlen(value) >= kTextSize - 1) return "takes at most 254 bytes";
@@ -66,7 +159,7 @@ std::string SetFlag(Request& request, const char* /*value*/) {
   return {};
 }
 
-constexpr unsigned kLoading = kInfo | kPixels | kConvert;
+constexpr unsigned kLoading = kInfo | kPixels | kConvert | kCount;
 
 constexpr Option kOptions[] = {
     {"--json", 0, nullptr, kFormats | kInfo, "one JSON object for each, a line each",
@@ -87,6 +180,39 @@ constexpr Option kOptions[] = {
     {"--author", 0, "TEXT", kConvert, "set the author", SetText<&Request::author>},
     {"--comment", 0, "TEXT", kConvert, "set the comment", SetText<&Request::comment>},
     {"--notice", 0, "TEXT", kConvert, "set the rights notice", SetText<&Request::notice>},
+    {"--region", 0, "L,T,R,B", kConvert,
+     "the region of the operations that follow, in pixels, all edges included (default: the whole "
+     "image, also after an operation that made a new one)",
+     AddRegion},
+    {"--clip", 0, nullptr, kConvert, "go on with the region alone", AddClip},
+    {"--gamma", 0, "G", kConvert, "raise the colours to the power G",
+     AddFactor<ImageStep::Kind::gamma>},
+    {"--rescale", 0, "F", kConvert, "go on with the region scaled by F, nearest neighbour",
+     AddFactor<ImageStep::Kind::rescale>},
+    {"--resample", 0, "F", kConvert, "go on with the region scaled by F, bilinear",
+     AddFactor<ImageStep::Kind::resample>},
+    {"--merge", 0, "FILE", kConvert, "put FILE, resampled, into the region", AddMerge},
+    {"--render-mode", 0, "N", kConvert,
+     "palette of reduced depths: 0 fixed, 1 grey, 2 built from the image (default), 3 the one "
+     "rendered before, 4 as 2 or given",
+     SetNumber<&Request::renderMode, 0, 4>},
+    {"--ordered", 0, nullptr, kConvert, "ordered dither instead of error diffusion",
+     SetFlag<&Request::ordered, true>},
+    {"--strength", 0, "PCT", kConvert, "strength of the dither in percent (default 100)",
+     SetNumber<&Request::strength, 0, 100>},
+    {"--render-bits", 0, "N", kConvert,
+     "bits of the palette, 1 to 8 (default: the depth that is saved)", SetRenderBits},
+    {"--output-dir", 'o', "DIR", kConvert,
+     "save every INPUT in DIR, under its own name with the extension of --type", SetOutputFolder},
+    {"--jobs", 'j', "N", kConvert,
+     "with -o: files converted at the same time (default: the number of processors)", SetJobs},
+    {"--frame", 0, "N", kLoading, "frame of an animation, counted from 0 (default 0)",
+     SetNumber<&Request::frame, 0, INT32_MAX - 1>},
+    {"--raw", 0, "WxH", kLoading, "size of a headerless file", SetRawSize},
+    {"--raw-as", 0, "KIND", kLoading,
+     "layout of a headerless file: grey, red, green, blue, rgb, rbg, gbr, grb, bgr, brg or "
+     "rgb-files (default: by its name)",
+     SetRawKind},
     {"--max-memory", 0, "MIB", kLoading,
      "the largest image that is accepted, in mebibytes (default 1024)", SetMaxMemory},
     {"--quiet", 'q', nullptr, kLoading, "no progress bar and no messages but errors",
@@ -148,8 +274,10 @@ std::string ParseArguments(const Command& command, std::span<const std::string> 
     Spelled spelled = Find(command, argument);
     const Option* option = spelled.option;
     if (!option) return "has no option '" + argument + "'";
+    request->options.push_back(argument);
     if (option->argument && !spelled.value && i + 1 < arguments.size()) {
       spelled.value = arguments[++i];
+      request->options.push_back(arguments[i]);
     }
     if (option->argument && !spelled.value) {
       return std::string(option->name) + " needs " + option->argument;

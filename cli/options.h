@@ -1,6 +1,7 @@
 /// The command line: what can be asked, in tables, and what was asked.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -9,12 +10,22 @@
 
 namespace imx {
 
+/// A step of a conversion between loading and saving.
+struct ImageStep {
+  enum class Kind { region, clip, gamma, rescale, resample, merge };
+  Kind kind;
+  std::array<std::int32_t, 4> region = {};  ///< left, top, right, bottom; all inclusive
+  float factor = 1.0f;                      ///< of gamma, rescale and resample
+  std::string file = {};                    ///< to merge
+};
+
 /// Everything that one command line asks for.
 struct Request {
   std::vector<std::string> operands;
   bool help = false;
   bool json = false;
   bool quiet = false;
+  std::vector<std::string> options;  ///< the arguments that are no operands, as they were given
   std::uint64_t maxMemoryMib = 1024;
   std::string type;  ///< extension of the registry row; empty: by the output's name
   std::optional<std::int32_t> depth;  ///< bits per pixel
@@ -24,6 +35,17 @@ struct Request {
   std::optional<std::string> author;
   std::optional<std::string> comment;
   std::optional<std::string> notice;
+  std::int32_t frame = 0;     ///< of a sequence
+  std::int32_t rawWidth = 0;  ///< of a headerless file; 0 = not given
+  std::int32_t rawHeight = 0;
+  std::int32_t rawKind = -1;  ///< layout code; -1 = by the name
+  std::int32_t renderMode = 2;
+  bool ordered = false;
+  std::int32_t strength = 100;  ///< of the dither, in percent
+  std::optional<std::int32_t> renderBits;
+  std::vector<ImageStep> steps;  ///< in the order in which they were given
+  std::string outputFolder;      ///< empty: the last operand names the output
+  std::optional<std::int32_t> jobs;
 };
 
 /// Exit statuses.
@@ -37,6 +59,7 @@ enum CommandBit : unsigned {
   kInfo = 1u << 1,
   kPixels = 1u << 2,
   kConvert = 1u << 3,
+  kCount = 1u << 4,
   kAllCommands = ~0u,
 };
 

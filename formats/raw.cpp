@@ -140,6 +140,7 @@ ImageRecord* LoadRaw(const char* path, std::int32_t kind, std::int32_t width, st
   if (!channelExtensions) channelExtensions = &kLongSet;
   ImageGuard image(AllocImage(width, height, "raw", nullptr));
   if (!image) return nullptr;
+  image->depth = kind >= kRawRgb ? 24 : 8;
   if (kind == kRawThreeFiles) return LoadThreeFiles(path, std::move(image));
   FileReader in(path);
   if (!in.ok()) return nullptr;

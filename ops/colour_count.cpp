@@ -1,4 +1,5 @@
 #include <bit>
+#include <cstdio>
 
 #include "imagelib/core/guards.h"
 #include "ops/operations.h"
@@ -28,6 +29,14 @@ std::int32_t CountColours(const ImageRecord* image) {
   std::int32_t count = 0;
   for (const std::uint8_t byte : seen.span()) count += std::popcount(byte);
   return count;
+}
+
+std::string ColourCountText(std::int32_t colours, std::int32_t width, std::int32_t height) {
+  const double pixels = static_cast<double>(width) * height;
+  char text[100];
+  std::snprintf(text, sizeof text, "This image has %d colors. %.2f%% utilization.",
+                static_cast<int>(colours), 100.0 / pixels * colours);
+  return text;
 }
 
 }  // namespace imx

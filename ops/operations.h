@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 namespace imx {
 
@@ -44,5 +45,8 @@ void ClipToRegion(ImageRecord* image);
 
 /// Number of distinct colours, alpha aside; -1 on failure.
 std::int32_t CountColours(const ImageRecord* image);
+
+/// The answer to counting the colours of a width x height image.
+std::string ColourCountText(std::int32_t colours, std::int32_t width, std::int32_t height);
 
 }  // namespace imx

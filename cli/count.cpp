@@ -1,0 +1,23 @@
+#include <cstdio>
+
+#include "cli/commands.h"
+#include "cli/host.h"
+#include "cli/input.h"
+#include "imagelib/core/image.h"
+#include "ops/operations.h"
+
+namespace imx {
+
+int RunCount(const Request& request) {
+  const ImageGuard image = LoadInput(request.operands[0], request);
+  if (!image) return kFailed;
+  const std::int32_t count = CountColours(image.get());
+  if (count < 0) {
+    ReportFailure(request.operands[0], "not enough memory to count its colours");
+    return kFailed;
+  }
+  std::printf("%s\n", ColourCountText(count, image->width, image->height).c_str());
+  return kDone;
+}
+
+}  // namespace imx

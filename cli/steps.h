@@ -1,0 +1,15 @@
+/// The operations between loading and saving.
+#pragma once
+
+#include <string>
+
+#include "cli/options.h"
+#include "imagelib/core/guards.h"
+
+namespace imx {
+
+/// Applies the request's steps to `image` in their order; a step that makes a new image puts it
+/// there. False when one could not be done, which has been reported for `name`.
+bool ApplySteps(const Request& request, const std::string& name, ImageGuard* image);
+
+}  // namespace imx
