@@ -1,0 +1,71 @@
+#include "shell/win32/entry.h"
+
+#include "imagelib/core/memory.h"
+#include "shell/win32/busy.h"
+#include "shell/win32/host_callbacks.h"
+#include "shell/win32/logo.h"
+#include "shell/win32/main_window.h"
+#include "shell/win32/open_image.h"
+#include "shell/win32/progress_window.h"
+#include "shell/win32/shell_state.h"
+#include "shell/win32/window_classes.h"
+
+namespace imx {
+namespace {
+
+constexpr int kNoWindow = 1;
+
+bool OpenShell(HINSTANCE instance, const ShellProgram& program) {
+  Shell() = {};
+  Shell().instance = instance;
+  SuppressProgress(true);
+  if (!RegisterWindowClasses(instance, program.className) || !OpenMainWindow(program)) return false;
+  Shell().bandPen = CreatePen(PS_SOLID, 1, RGB(255, 255, 255));
+  InstallHostCallbacks(Shell().mainWindow, instance);
+  PrepareOpenDialog();
+  return true;
+}
+
+void ShowLogo() {
+  LoadLogo();
+  SuppressProgress(false);
+  Shell().startUpDone = true;
+  InvalidateRect(Shell().mainWindow, nullptr, TRUE);
+  UpdateWindow(Shell().mainWindow);
+}
+
+int RunMessageLoop() {
+  MSG message = {};
+  while (GetMessageA(&message, nullptr, 0, 0) > 0) {
+    TranslateMessage(&message);
+    DispatchMessageA(&message);
+  }
+  return static_cast<int>(message.wParam);
+}
+
+// Also for a shell that did not open all the way.
+void CloseShell(HINSTANCE instance, const ShellProgram& program) {
+  if (Shell().mainWindow) DestroyWindow(Shell().mainWindow);  // and the windows that it owns
+  MSG leftOver;
+  PeekMessageA(&leftOver, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE);  // it would dismiss message boxes
+  DropDeferred();
+  ReleaseLogo();
+  if (Shell().bandPen) DeleteObject(Shell().bandPen);
+  UnregisterWindowClasses(instance, program.className);
+}
+
+}  // namespace
+
+int RunShell(HINSTANCE instance, const ShellProgram& program) {
+  int status = kNoWindow;
+  if (OpenShell(instance, program)) {
+    ShowLogo();
+    if (program.afterStart) program.afterStart(Shell().mainWindow, instance);
+    status = RunMessageLoop();
+  }
+  CloseShell(instance, program);
+  LibraryShutdown();
+  return status;
+}
+
+}  // namespace imx

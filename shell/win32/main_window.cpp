@@ -1,0 +1,79 @@
+#include "shell/win32/main_window.h"
+
+#include "imagelib/core/host.h"
+#include "resources/resource_ids.h"
+#include "shell/win32/busy.h"
+#include "shell/win32/commands.h"
+#include "shell/win32/logo.h"
+#include "shell/win32/shell_state.h"
+
+namespace imx {
+namespace {
+
+void PaintMain(HWND window) {
+  PAINTSTRUCT paint;
+  HDC context = BeginPaint(window, &paint);
+  if (!context) return;
+  RECT client = {};
+  GetClientRect(window, &client);
+  PaintLogo(context, client);
+  EndPaint(window, &paint);
+}
+
+void ForgetMainWindow() {
+  Shell().mainWindow = nullptr;
+  Services().mainWindow = nullptr;
+  PostQuitMessage(0);
+}
+
+// The window class has the system's icon; the window itself shows the program's where it has one.
+void ShowProgramIcon(HWND window, HINSTANCE instance) {
+  if (HICON icon = LoadIconA(instance, MAKEINTRESOURCEA(IDI_PROGRAM))) {
+    SendMessageA(window, WM_SETICON, ICON_BIG, reinterpret_cast<LPARAM>(icon));
+    SendMessageA(window, WM_SETICON, ICON_SMALL, reinterpret_cast<LPARAM>(icon));
+  }
+}
+
+}  // namespace
+
+LRESULT CALLBACK MainWindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+  switch (message) {
+    case WM_CREATE:
+      return 0;
+    case WM_PAINT:
+      PaintMain(window);
+      return 0;
+    case WM_CLOSE:
+      if (DeferWhileBusy(window, message, wParam, lParam)) return 0;
+      break;
+    case WM_DESTROY:
+      ForgetMainWindow();
+      return 0;
+    case WM_COMMAND:
+      if (DeferWhileBusy(window, message, wParam, lParam)) return 0;
+      if (RunCommand(LOWORD(wParam))) return 0;
+      break;
+    default:
+      break;
+  }
+  return DefWindowProcA(window, message, wParam, lParam);
+}
+
+bool OpenMainWindow(const ShellProgram& program) {
+  HINSTANCE instance = Shell().instance;
+  HMENU menu = program.menu != 0 ? LoadMenuA(instance, MAKEINTRESOURCEA(program.menu)) : nullptr;
+  HWND window = CreateWindowExA(0, program.className, program.windowTitle, WS_BORDER, CW_USEDEFAULT,
+                                CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, nullptr, menu,
+                                instance, nullptr);
+  if (!window) {
+    if (menu) DestroyMenu(menu);
+    return false;
+  }
+  Shell().mainWindow = window;
+  ShowProgramIcon(window, instance);
+  ShowWindow(window, SW_SHOWMAXIMIZED);
+  UpdateWindow(window);
+  return true;
+}
+
+}  // namespace imx

@@ -1,0 +1,27 @@
+/// The shell's process-wide state.
+#pragma once
+
+#include "shell/model/rubber_band.h"
+#include "shell/model/window_table.h"
+#include "shell/win32/windows_api.h"
+
+namespace imx {
+
+struct ShellState {
+  HINSTANCE instance = nullptr;
+  HWND mainWindow = nullptr;  ///< null before it is made and after it is destroyed
+  HBITMAP logo = nullptr;     ///< null when there is none
+  int logoWidth = 0;
+  int logoHeight = 0;
+  bool startUpDone = false;
+  WindowTable windows;
+  int toolMode = 0;  ///< the last tool command; 0 = none yet
+  RubberBand band = {};
+  HPEN bandPen = nullptr;
+  bool alphaCheckerboard = true;
+};
+
+/// One thread uses it.
+ShellState& Shell();
+
+}  // namespace imx

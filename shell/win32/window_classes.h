@@ -1,0 +1,17 @@
+/// The shell's three window classes.
+#pragma once
+
+#include "shell/win32/windows_api.h"
+
+namespace imx {
+
+inline constexpr char kImageWindowClass[] = "KZ_kidz_clazz";
+inline constexpr char kProgressWindowClass[] = "KZ_prgz_clazz";
+
+/// False when one could not be registered.
+bool RegisterWindowClasses(HINSTANCE instance, const char* mainWindowClass);
+
+/// Passes over classes that are not registered.
+void UnregisterWindowClasses(HINSTANCE instance, const char* mainWindowClass);
+
+}  // namespace imx

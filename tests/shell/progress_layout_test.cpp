@@ -1,0 +1,91 @@
+#include "shell/model/progress_layout.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <vector>
+
+namespace imx {
+namespace {
+
+std::int32_t PercentageAt(std::int32_t position, std::int32_t total) {
+  return ProgressPercentage(ProgressFraction(position, ProgressScale(total)));
+}
+
+TEST(ProgressFraction, Percentages) {
+  EXPECT_EQ(PercentageAt(0, 8), 0);
+  EXPECT_EQ(PercentageAt(1, 8), 12);
+  EXPECT_EQ(PercentageAt(7, 8), 87);
+  EXPECT_EQ(PercentageAt(8, 8), 100);
+  EXPECT_EQ(PercentageAt(9, 8), 100);
+  EXPECT_EQ(PercentageAt(std::numeric_limits<std::int32_t>::max(), 1), 100);
+  EXPECT_EQ(PercentageAt(-1, 8), -12);
+}
+
+TEST(ProgressFraction, ATotalOfNothingIsFull) {
+  EXPECT_EQ(PercentageAt(0, 0), 100);
+  EXPECT_EQ(PercentageAt(5, 0), 100);
+  EXPECT_EQ(PercentageAt(-5, 0), std::numeric_limits<std::int32_t>::min());
+}
+
+TEST(ProgressFraction, ALongLoopShowsAtMostOnceForEachPercent) {
+  int changes = 0;
+  std::int32_t last = -1;
+  for (std::int32_t row = 0; row < 5000; ++row) {
+    const std::int32_t now = PercentageAt(row, 5000);
+    EXPECT_GE(now, last);
+    if (now != last) ++changes;
+    last = now;
+  }
+  EXPECT_EQ(changes, 100);  // 0 to 99
+}
+
+TEST(ProgressLayout, PlainWindow) {
+  // 270 x 15 in the middle of 300 x 30; odd heights round towards the top.
+  const ProgressLayout layout = LayOutProgress({0, 0, 300, 30}, false, 0.5F);
+  EXPECT_EQ(layout.barArea, (Box{0, 0, 300, 30}));
+  EXPECT_EQ(layout.filled, (Box{15, 8, 150, 23}));
+  EXPECT_EQ(layout.unfilled, (Box{150, 8, 285, 23}));
+}
+
+TEST(ProgressLayout, StopButtonTakesTheLowerHalf) {
+  const Box client = {0, 0, 300, 60};
+  const ProgressLayout layout = LayOutProgress(client, true, 1.0F);
+  EXPECT_EQ(layout.barArea, (Box{0, 0, 300, 30}));
+  EXPECT_EQ(layout.filled, (Box{15, 8, 285, 23}));
+  EXPECT_EQ(layout.unfilled.width(), 0);
+  EXPECT_EQ(StopButtonBox(client), (Box{114, 33, 186, 57}));
+}
+
+void Paint(std::vector<int>& coats, const Box& client, const Box& box) {
+  for (std::int32_t y = box.top; y < box.bottom; ++y) {
+    for (std::int32_t x = box.left; x < box.right; ++x) {
+      ASSERT_GE(x, 0);
+      ASSERT_LT(x, client.right);
+      ASSERT_GE(y, 0);
+      ASSERT_LT(y, client.bottom);
+      ++coats[static_cast<std::size_t>(y * client.right + x)];
+    }
+  }
+}
+
+// Nothing is erased before the painting, so every pixel must be painted, and once is enough.
+TEST(ProgressLayout, PartsCoverTheClientAreaOnce) {
+  for (const Box client : {Box{0, 0, 300, 60}, {0, 0, 301, 31}, {0, 0, 7, 3}, {0, 0, 1, 1}}) {
+    for (const float fraction :
+         {-0.5F, 0.0F, 0.33F, 1.0F, -std::numeric_limits<float>::infinity()}) {
+      for (const bool abortable : {false, true}) {
+        const ProgressLayout layout = LayOutProgress(client, abortable, fraction);
+        std::vector<int> coats(static_cast<std::size_t>(client.right * client.bottom));
+        Paint(coats, client, layout.filled);
+        Paint(coats, client, layout.unfilled);
+        for (const Box& margin : layout.margins) Paint(coats, client, margin);
+        EXPECT_EQ(coats, std::vector<int>(coats.size(), 1))
+            << client.right << " x " << client.bottom << ", " << fraction;
+      }
+    }
+  }
+}
+
+}  // namespace
+}  // namespace imx
