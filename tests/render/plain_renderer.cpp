@@ -1,6 +1,7 @@
 #include "tests/render/plain_renderer.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -68,6 +69,11 @@ int SerpentineColumn(int n, int y, int width) {
 
 const std::uint8_t* PlainRenderer::Pixel(int x, int y) const {
   return image_->pixels + 4 * (image_->rowOffsets[y] + x);
+}
+
+void PlainRenderer::Put(int x, int y, int index) {
+  output_[static_cast<std::size_t>(y) * static_cast<std::size_t>(image_->width) +
+          static_cast<std::size_t>(x)] = Byte(index);
 }
 
 int PlainRenderer::Scaled(int e) const {
@@ -187,7 +193,7 @@ void PlainRenderer::DiffuseColour(bool fourBits) {
         index = FixedIndex(v[0], v[1], v[2], fourBits);
       }
       for (int c = 0; c < 3; ++c) error[c] = above[c][column] = v[c] - planes[c][index];
-      output_[static_cast<std::size_t>(y * width + x)] = Byte(index);
+      Put(x, y, index);
     }
   }
 }
@@ -238,7 +244,7 @@ void PlainRenderer::OrderFixed() {
         lb += nextBlue;
         index = lb + (lg + lr * 8) * 4;
       }
-      output_[static_cast<std::size_t>(y * image_->width + x)] = Byte(index);
+      Put(x, y, index);
     }
   }
 }
@@ -262,7 +268,7 @@ void PlainRenderer::OrderMapped() {
         if (way == 0) continue;
         if (thresholds[c] < std::abs(d * s / way)) index = candidate;
       }
-      output_[static_cast<std::size_t>(y * image_->width + x)] = Byte(index);
+      Put(x, y, index);
     }
   }
 }
@@ -290,7 +296,7 @@ void PlainRenderer::Grey(int code) {
         index = code == 4 ? v >> 4 : v > 127;
         error = carried = v - index * (code == 4 ? 17 : 255);
       }
-      output_[static_cast<std::size_t>(y * width + x)] = Byte(index);
+      Put(x, y, index);
     }
   }
 }
@@ -332,10 +338,8 @@ void PlainRenderer::GrowPalette(PaletteRecord& record, int n, int first) {
     }
     for (std::uint32_t k = 0; k < image_->pixelCount && i < n && entryLocks[i] == 0; ++k) {
       const std::uint8_t* p = image_->pixels + 4 * k;
-      const bool wanted =
-          threshold >= 9
-              ? cellDistance_[static_cast<std::size_t>(Cell(p[0], p[1], p[2]))] > threshold
-              : ExactIndex(p[0], p[1], p[2]) == -1;
+      const bool wanted = threshold >= 9 ? cellDistance_[Cell(p[0], p[1], p[2])] > threshold
+                                         : ExactIndex(p[0], p[1], p[2]) == -1;
       if (!wanted) continue;
       SetEntry(colours, i, p[0], p[1], p[2]);
       AddPaletteEntry(p[0], p[1], p[2], i);
@@ -352,9 +356,10 @@ void PlainRenderer::AddPaletteEntry(int r, int g, int b, int i) {
   if (exactOn_) InsertExact(r, g, b, i);
   const auto from = [&](int c) { return std::max(c / 4 - radius_, 0); };
   const auto to = [&](int c) { return std::min(c / 4 + radius_, 63); };
-  static const std::vector<int> table = [] {
-    std::vector<int> made;
-    for (int flat = 0; flat < 33 * 1024; ++flat) made.push_back(TableEntry(flat));
+  static const std::array<int, 33 * 1024> table = [] {
+    std::array<int, 33 * 1024> made = {};
+    int flat = 0;
+    for (int& entry : made) entry = TableEntry(flat++);
     return made;
   }();
   for (int cr = from(r); cr <= to(r); ++cr) {
@@ -363,7 +368,7 @@ void PlainRenderer::AddPaletteEntry(int r, int g, int b, int i) {
         const int flat = (std::abs(cr - r / 4) + 1) * 1024 + (std::abs(cg - g / 4) + 2) * 32 +
                          std::abs(cb - b / 4);
         const int d = table[static_cast<std::size_t>(flat)];
-        const auto cell = static_cast<std::size_t>(cr * 4096 + cg * 64 + cb);
+        const std::size_t cell = Cell(cr * 4, cg * 4, cb * 4);
         if (d >= cellDistance_[cell]) continue;
         cellIndex_[cell] = i;
         cellDistance_[cell] = d;
@@ -393,9 +398,9 @@ void PlainRenderer::MapPalette(const PaletteRecord& record) {
 
 int PlainRenderer::NearestIndex(int r, int g, int b) {
   if (exactOn_) {
-    if (const int index = ExactIndex(r, g, b); index >= 0) return index;
+    if (const int index = ExactIndex(r, g, b); index != -1) return index;
   }
-  const auto cell = static_cast<std::size_t>(Cell(r, g, b));
+  const std::size_t cell = Cell(r, g, b);
   if (cellDistance_[cell] < 255) return cellIndex_[cell];
   int best = 0;
   int least = 99999;

@@ -45,6 +45,7 @@ class PlainRenderer {
   int FixedIndex(int r, int g, int b, bool fourBits) const;
   int Scaled(int e) const;
   const std::uint8_t* Pixel(int x, int y) const;
+  void Put(int x, int y, int index);
 
   // One call.
   const ImageRecord* image_ = nullptr;

@@ -99,6 +99,7 @@ TEST_F(RenderFailureTest, AfterTheLibrarysShutdownARenderStartsAfresh) {
   EXPECT_EQ(RenderPalette(), nullptr);
   EXPECT_EQ(ExactLookups(), nullptr);
   EXPECT_EQ(Cells().cellDistance, nullptr);
+  EXPECT_EQ(ExactIndex(1, 2, 3), kExactAbsent) << "from a tree made anew";
 
   const std::vector<int> indices = Render(PhotoLike(30, 20), RenderCode::colour8, kRenderPrevious);
   EXPECT_THAT(indices, testing::Each(0));

@@ -26,7 +26,7 @@ class StreamFile {
   int descriptor() const { return fileno(file_); }
 
   void Fill(std::string_view text) {
-    std::fwrite(text.data(), 1, text.size(), file_);
+    if (!text.empty()) std::fwrite(text.data(), 1, text.size(), file_);
     std::fflush(file_);
     lseek(descriptor(), 0, SEEK_SET);
   }
