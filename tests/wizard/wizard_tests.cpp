@@ -1,0 +1,405 @@
+// The real setup program from the first page to the last, on the sample medium: what it leaves on
+// the disk, file by file.
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "resources/resource_ids.h"
+#include "resources/wizard_ids.h"
+#include "tests/support/files.h"
+#include "tests/wizard/install_tree.h"
+#include "tests/wizard/setup_run.h"
+
+// After the system's basic header.
+#include <objbase.h>
+
+namespace imx::test {
+namespace fs = std::filesystem;
+
+namespace {
+
+// The space shows in the templates' lists, which have a bar in its place.
+const char kBase[] = "C:\\imx wizard tests";
+const char kGroup[] = "IMX wizard tests";
+const char* const kSettingsFiles[] = {"colorset.ini", "winglint.ini", "twistel.ini"};
+const char* const kRuntimeLibraries[] = {"msvcp50.dll", "msvcrt.dll", "msvcrt40.dll"};
+const char kProgressClass[] = "KZ_prgz_clazz";
+
+BOOL CALLBACK CloseGroupWindow(HWND window, LPARAM) {
+  if (WindowText(window).find(kGroup) != std::string::npos) PostMessageA(window, WM_CLOSE, 0, 0);
+  return TRUE;
+}
+
+std::string Names(const Tree& tree) {
+  std::string names;
+  for (const auto& [path, entry] : tree) names += path + (entry.isDirectory ? "\\\n" : "\n");
+  return names;
+}
+
+/// A fresh place for each installation, and the system as it was afterwards.
+class Wizard : public testing::Test {
+ protected:
+  void SetUp() override {
+    CoInitialize(nullptr);
+    ASSERT_TRUE(fs::is_directory(SampleMedium()))
+        << SampleMedium() << " is missing; tools/make-medium makes it";
+    for (const char* const name : kRuntimeLibraries) {
+      if (!FileExists(SystemDirectory() + "\\" + name)) missingLibraries_.push_back(name);
+    }
+    RemoveInstalled();
+    fs::create_directories(kBase);
+    choices.programDir = Place("Glimmerix");
+    choices.picturesDir = Place("Pictures");
+    choices.helpDir = Place("Manual");
+    choices.dataDir = Place("My Data");
+    choices.group = kGroup;
+  }
+
+  void TearDown() override {
+    RemoveInstalled();
+    CoUninitialize();
+  }
+
+  static std::string Place(const char* name) { return std::string(kBase) + "\\" + name; }
+  static std::string GroupFolder() { return ProgramsFolder() + "\\" + kGroup; }
+
+  void RemoveInstalled() {
+    EnumWindows(CloseGroupWindow, 0);
+    std::error_code ignored;
+    fs::remove_all(kBase, ignored);
+    fs::remove_all(GroupFolder(), ignored);
+    for (const char* const name : kSettingsFiles) {
+      fs::remove(WindowsDirectory() + "\\" + name, ignored);
+    }
+    for (const std::string& name : missingLibraries_) {
+      fs::remove(SystemDirectory() + "\\" + name, ignored);
+    }
+  }
+
+  /// What is on the disk in the places that an installation writes to, links excepted.
+  static Tree ReadInstalled(const Expectation& expectation) {
+    Tree tree = ReadTree(kBase);
+    for (const auto& [path, entry] : expectation.tree) {
+      if (!tree.contains(path) && FileExists(path)) tree[path] = {false, ReadFile(path)};
+    }
+    return tree;
+  }
+
+  static void ExpectInstalled(const Expectation& expectation) {
+    const Tree installed = ReadInstalled(expectation);
+    EXPECT_EQ(Names(installed), Names(expectation.tree));
+    for (const auto& [path, entry] : expectation.tree) {
+      const auto found = installed.find(path);
+      if (found == installed.end()) continue;
+      EXPECT_TRUE(found->second.content == entry.content) << path << " differs";
+    }
+  }
+
+  /// The links in the program group, each "NAME -> TARGET|DESCRIPTION".
+  static std::vector<std::string> Shortcuts() {
+    std::vector<std::string> links;
+    for (const auto& [path, entry] : ReadTree(GroupFolder())) {
+      links.push_back(fs::path(path).filename().string() + " -> " + ReadShortcut(path));
+    }
+    return links;
+  }
+
+  std::string GlintLink() const {
+    return "Glint_7.lnk -> " + choices.programDir + "\\glint.exe|Shortcut to glint.exe";
+  }
+  std::string ManualLink() const {
+    return "R7 Manual.lnk -> " + choices.helpDir + "\\f_toc.html|Shortcut to f_toc.html";
+  }
+  std::string TwistelLink() const {
+    return "Twistel_7.lnk -> " + choices.programDir + "\\twistel.exe|Shortcut to twistel.exe";
+  }
+
+  static std::string FinishText(const Expectation& expectation) {
+    return "Install Complete\n\n\t" + std::to_string(expectation.files) + " files copied\n\n\t" +
+           std::to_string(expectation.bytes) + " bytes copied";
+  }
+
+  /// The default course with `choices`, to the end.
+  Expectation InstallAll() {
+    const Expectation expectation = ExpectInstallation(SampleMedium(), choices);
+    SetupRun run(SampleMedium());
+    run.AnswerPages(choices);
+    run.Install();
+    run.ExpectAndClose("Wizard Finished", IDC_OUTCOME, FinishText(expectation));
+    run.ExpectEnd();
+    return expectation;
+  }
+
+  Choices choices;
+
+ private:
+  std::vector<std::string> missingLibraries_;
+};
+
+TEST_F(Wizard, InstallsEverything) {
+  const Expectation expectation = InstallAll();
+  ExpectInstalled(expectation);
+  EXPECT_EQ(Shortcuts(), (std::vector{GlintLink(), ManualLink(), TwistelLink()}));
+}
+
+TEST_F(Wizard, InstalledProgramsFindTheirPictures) {
+  InstallAll();
+  for (const std::string name : {"Glint", "Twistel"}) {
+    DrivenProgram program;
+    ASSERT_TRUE(StartProgram(choices.programDir + "\\" + name + ".exe", kBase, &program));
+    const HWND window = WaitForWindowOfClass(program, "Glimmerix sample", 10'000);
+    EXPECT_EQ(WindowText(window), name + " - " + choices.picturesDir);
+    PostMessageA(window, WM_CLOSE, 0, 0);
+    DWORD status = 1;
+    EXPECT_TRUE(WaitForEnd(program, 10'000, &status));
+    EXPECT_EQ(status, 0u);
+    EndProgram(&program);
+  }
+}
+
+TEST_F(Wizard, InstallsGlintOnly) {
+  choices.twistel = false;
+  const Expectation expectation = InstallAll();
+  EXPECT_FALSE(expectation.tree.contains(choices.programDir + "\\demoloop.avi"));
+  ExpectInstalled(expectation);
+  EXPECT_EQ(Shortcuts(), (std::vector{GlintLink(), ManualLink()}));
+}
+
+TEST_F(Wizard, InstallsWithoutDocumentation) {
+  choices.docs = false;
+  const Expectation expectation = InstallAll();
+  ExpectInstalled(expectation);
+  EXPECT_EQ(Shortcuts(), (std::vector{GlintLink(), TwistelLink()}));
+}
+
+TEST_F(Wizard, OverwritesAnEarlierInstallation) {
+  fs::create_directories(choices.dataDir);
+  const std::string old = choices.dataDir + "\\readme.txt";
+  std::ofstream(old) << "an older and much longer text, " << std::string(5000, 'x');
+  SetFileAttributesA(old.c_str(), FILE_ATTRIBUTE_HIDDEN);
+  ExpectInstalled(InstallAll());
+  EXPECT_EQ(GetFileAttributesA(old.c_str()) & FILE_ATTRIBUTE_HIDDEN, 0u);
+}
+
+TEST_F(Wizard, RejectsPathsAndNames) {
+  struct Rejection {
+    const char* path;
+    const char* error;
+  };
+  const Rejection rejections[] = {
+      {"C:\\", "Path to root unacceptable, (too many files)"},
+      {"C:", "Path to root unacceptable, (too many files)"},
+      {"C:\\my.dir", "Illegal character in filename [.]"},
+      {"C:\\a\\\\b", "Multiple path separators (\\) not at root position"},
+      {"C:\\a:b", "Colon in position other than after drive letter"},
+  };
+  const auto problem = [](const char* label, const char* error) {
+    return std::string("There is a problem with the name of the...\n\n\t\t\"") + label +
+           "\"\n\nThe error is...\n\n\"" + error + "\"";
+  };
+
+  SetupRun run(SampleMedium());
+  run.AnswerToLocations(choices);
+  run.TypeLocations(choices);
+  for (const Rejection& rejection : rejections) {
+    SetControlText(run.dialog(), IDC_PROGRAM_DIR, rejection.path);
+    run.PressButton(IDC_NEXT);
+    run.ExpectAndClose("Information Requires Change", IDC_PROBLEM,
+                       problem("Glimmerix folder", rejection.error));
+    run.Expect("Install Locations");
+  }
+
+  Choices wrong;
+  wrong.programDir = "C:\\a?";
+  wrong.picturesDir = "C:\\b*";
+  wrong.helpDir = "C:\\c|";
+  wrong.dataDir = "C:\\d/";
+  run.TypeLocations(wrong);
+  run.PressButton(IDC_NEXT);
+  const Rejection all[] = {{"Glimmerix folder", "Illegal character in filename [?]"},
+                           {"Pictures folder", "Illegal character in filename [*]"},
+                           {"Help folder", "Illegal character in filename [|]"},
+                           {"Data folder", "Illegal character in filename [/]"}};
+  for (const auto& [label, error] : all) {
+    run.ExpectAndClose("Information Requires Change", IDC_PROBLEM, problem(label, error));
+  }
+
+  run.Expect("Install Locations");
+  run.TypeLocations(choices);
+  run.PressButton(IDC_NEXT);
+  if (run.Expect("Program Group Selection")) SetControlText(run.dialog(), IDC_GROUP, "a\\b");
+  run.PressButton(IDC_NEXT);
+  run.ExpectAndClose("Information Requires Change", IDC_PROBLEM,
+                     problem("Glimmerix group", "Illegal character in filename [\\]"));
+  run.Expect("Program Group Selection");
+  run.PressButton(IDC_EXIT);
+  run.ExpectEnd();
+  EXPECT_EQ(Names(ReadTree(kBase)), "");
+}
+
+TEST_F(Wizard, HaltsWithoutInstallData) {
+  const std::string folder = Place("empty");
+  fs::create_directories(folder);
+  SetupRun run(folder);
+  if (run.Expect("Wizard Halted")) {
+    EXPECT_EQ(ControlTextOf(run.dialog(), IDC_HALT_SUGGESTION),
+              "Contact Technical Support, install data appears to be corrupt.");
+    EXPECT_EQ(ControlTextOf(run.dialog(), IDC_HALT_MESSAGE),
+              "Cannot locate install data on source media");
+  }
+  run.PressButton(IDC_OK);
+  run.ExpectEnd();
+}
+
+/// A directory that cannot be made, because of a file of its name or for want of its parent.
+class WizardBlocked : public Wizard {
+ protected:
+  void ExpectHalt() {
+    SetupRun run(SampleMedium());
+    run.AnswerPages(choices);
+    run.Install();
+    if (run.Expect("Wizard Halted")) {
+      EXPECT_EQ(ControlTextOf(run.dialog(), IDC_HALT_SUGGESTION),
+                "You may have used a file's name, or you may not have write permission in one or "
+                "more locations.");
+    }
+    run.PressButton(IDC_OK);
+    run.ExpectEnd();
+    for (const char* const name : kSettingsFiles) {
+      EXPECT_FALSE(FileExists(WindowsDirectory() + "\\" + name)) << name;
+    }
+  }
+};
+
+TEST_F(WizardBlocked, ByAFileInTheWay) {
+  for (const std::string& blocked :
+       {choices.programDir, choices.picturesDir, choices.helpDir, choices.dataDir}) {
+    SCOPED_TRACE(blocked);
+    std::ofstream(blocked) << "in the way";
+    ExpectHalt();
+    EXPECT_EQ(Names(ReadTree(kBase)), blocked + "\n");
+    EXPECT_FALSE(fs::exists(GroupFolder()));
+    fs::remove(blocked);
+  }
+}
+
+TEST_F(WizardBlocked, ByAMissingParent) {
+  choices.dataDir = Place("missing\\Data");
+  ExpectHalt();
+  EXPECT_EQ(Names(ReadTree(kBase)), "");
+}
+
+// The particle systems' folder is not empty yet when its removal is tried, so it stays.
+TEST_F(WizardBlocked, ByAFileInPlaceOfTheGroup) {
+  std::ofstream(GroupFolder()) << "in the way";
+  ExpectHalt();
+  EXPECT_EQ(Names(ReadTree(kBase)), choices.dataDir + "\\\n" + choices.dataDir + "\\psys\\\n");
+}
+
+TEST_F(WizardBlocked, LeavesDirectoriesThatWereThere) {
+  fs::create_directories(choices.picturesDir);
+  fs::create_directories(choices.helpDir + "\\anims");
+  std::ofstream(choices.dataDir) << "in the way";
+  ExpectHalt();
+  EXPECT_EQ(Names(ReadTree(kBase)), choices.helpDir + "\\\n" + choices.helpDir + "\\anims\\\n" +
+                                        choices.dataDir + "\n" + choices.picturesDir + "\\\n");
+}
+
+/// Copying from a medium with so many files that there is time to press Stop.
+class WizardStopped : public Wizard {
+ protected:
+  static constexpr int kMoreFiles = 600;
+
+  void SetUp() override {
+    Wizard::SetUp();
+    if (HasFatalFailure()) return;
+    medium = Place("medium");
+    fs::copy(SampleMedium(), medium, fs::copy_options::recursive);
+    for (int i = 0; i < kMoreFiles; ++i) {
+      std::ofstream(medium + "\\nt9895\\images\\more" + std::to_string(i) + ".txt") << i;
+    }
+    expectation = ExpectInstallation(medium, choices);
+  }
+
+  /// Installs up to the question that the Stop button brings.
+  void Stop(SetupRun& run) {
+    run.AnswerPages(choices);
+    run.Install();
+    const HWND progress = WaitForWindowOfClass(run.program(), kProgressClass, 10'000);
+    ASSERT_NE(progress, nullptr) << "no progress window";
+    EXPECT_TRUE(Press(progress, IDC_STOP));
+    run.Expect("Abort Installation?");
+  }
+
+  /// What was installed: below the base, without the medium's copy that stands there too.
+  Tree Installed() const {
+    Tree tree = ReadInstalled(expectation);
+    std::erase_if(tree, [&](const auto& entry) { return entry.first.starts_with(medium); });
+    return tree;
+  }
+
+  std::string medium;
+  Expectation expectation;
+};
+
+TEST_F(WizardStopped, AndAborted) {
+  SetupRun run(medium);
+  Stop(run);
+  run.PressButton(IDC_ABORT);
+  if (run.Expect("Wizard Halted")) {
+    EXPECT_EQ(ControlTextOf(run.dialog(), IDC_HALT_MESSAGE),
+              "User aborted the install process.\n\nInstallation terminated.\n\nGlimmerix may be "
+              "unstable or dangerous to run.");
+    EXPECT_EQ(ControlTextOf(run.dialog(), IDC_HALT_SUGGESTION),
+              "Please re-run the installer at a later time.");
+  }
+  run.PressButton(IDC_OK);
+  run.ExpectEnd();
+
+  const Tree installed = Installed();
+  EXPECT_LT(installed.size(), expectation.tree.size());
+  EXPECT_TRUE(installed.contains(choices.programDir + "\\glint.exe"));
+  for (const auto& [path, entry] : installed) {
+    const auto expected = expectation.tree.find(path);
+    ASSERT_NE(expected, expectation.tree.end()) << path;
+    EXPECT_TRUE(entry.content == expected->second.content) << path << " differs";
+  }
+  EXPECT_EQ(Shortcuts(), std::vector<std::string>{});
+}
+
+TEST_F(WizardStopped, AndContinued) {
+  SetupRun run(medium);
+  Stop(run);
+  run.PressButton(IDC_CONTINUE);
+  run.ExpectAndClose("Wizard Finished", IDC_OUTCOME, FinishText(expectation));
+  run.ExpectEnd();
+
+  EXPECT_EQ(Names(Installed()), Names(expectation.tree));
+  EXPECT_EQ(Shortcuts(), (std::vector{GlintLink(), ManualLink(), TwistelLink()}));
+}
+
+TEST_F(Wizard, ExitOnTheStoragePageInstalls) {
+  const Expectation expectation = ExpectInstallation(SampleMedium(), choices);
+  SetupRun run(SampleMedium());
+  run.AnswerPages(choices);
+  run.PressButton(IDC_EXIT);
+  run.ExpectAndClose("Wizard Finished", IDC_OUTCOME, FinishText(expectation));
+  run.ExpectEnd();
+  ExpectInstalled(expectation);
+}
+
+TEST_F(Wizard, ExitOnAnEarlierPageInstallsNothing) {
+  SetupRun run(SampleMedium());
+  run.AnswerToLocations(choices);
+  run.PressButton(IDC_EXIT);
+  run.ExpectEnd();
+  EXPECT_EQ(Names(ReadTree(kBase)), "");
+}
+
+}  // namespace
+
+}  // namespace imx::test
