@@ -1,5 +1,7 @@
 #include "render/grey.h"
 
+#include <array>
+
 namespace imx {
 namespace {
 

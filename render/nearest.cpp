@@ -1,7 +1,6 @@
 #include "render/nearest.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdlib>
 #include <cstring>
 

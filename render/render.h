@@ -13,7 +13,7 @@ enum class RenderCode : std::int32_t {
   packed24 = 0,    ///< rows of blue, green, red bytes, each padded to a multiple of 4 bytes
   colour8 = 1,     ///< up to 256 colours
   grey8 = 2,       ///< 256 greys
-  colour4 = 3,     ///< up to 16 colours with the default settings of a 4-bit file
+  colour4 = 3,     ///< as colour8, for 4-bit files: index 0 is black; 16 colours at renderBits 4
   grey4 = 4,       ///< 16 greys
   blackWhite = 5,  ///< index 0 black, 1 white
 };

@@ -10,7 +10,7 @@ ErrorFeed::ErrorFeed(std::int32_t strength) {
   for (std::int32_t sum = -kLargestSum; sum <= kLargestSum; ++sum) {
     // No more than 255 either way can show in the clamped value.
     const std::int64_t share = std::clamp<std::int64_t>(ScaleError(sum / 2, strength), -255, 255);
-    share_[static_cast<std::size_t>(sum + kLargestSum)] = static_cast<std::int16_t>(share);
+    share_[sum + kLargestSum] = static_cast<std::int16_t>(share);
   }
 }
 

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <cstdint>
 
@@ -46,12 +45,12 @@ class ErrorFeed {
 
   /// The value with its share of `errors`, 0..255. `errors` is the sum of two, each -255..255.
   std::int32_t operator()(std::int32_t value, std::int32_t errors) const {
-    return std::clamp(value + share_[static_cast<std::size_t>(errors + kLargestSum)], 0, 255);
+    return std::clamp(value + share_[errors + kLargestSum], 0, 255);
   }
 
  private:
   static constexpr std::int32_t kLargestSum = 2 * 255;
-  std::array<std::int16_t, 2 * kLargestSum + 1> share_;
+  std::int16_t share_[2 * kLargestSum + 1];
 };
 
 /// error * strength / 100, truncated toward zero.

@@ -22,8 +22,9 @@ int TableEntry(int flat) {
   return std::min(255, IntegerRoot(i * i + j * j + k * k));
 }
 
-int Cell(int r, int g, int b) {
-  return (r >> 2) * 4096 + (g >> 2) * 64 + (b >> 2);
+std::size_t Cell(int r, int g, int b) {
+  const int cell = (r >> 2) * 4096 + (g >> 2) * 64 + (b >> 2);
+  return static_cast<std::size_t>(cell);
 }
 
 int Base(int n) {

@@ -68,17 +68,16 @@ TEST_F(RenderTest, GreysGoToTheRampUnlessTheyAreNearlyBlack) {
 }
 
 TEST_F(RenderTest, ErrorsRunAlongTheRowsInTurns) {
-  // Greys 100: below the threshold, black, error 100. Beside it 100 + 50 = 150: white, error -105.
-  // The next row begins at the right: 100 + (0 - 105) / 2 = 48: black, error 48; then, with the
-  // error 100 from above, 100 + 74 = 174: white.
+  // Grey 100 weighs 33 + 41 + 25 = 99: black, error 99. Beside it 99 + 49 = 148: white, error -107.
+  // The next row begins at the right: 99 - 107 / 2 = 46: black, error 46; then, with the error 99
+  // from above, 99 + 145 / 2 = 171: white.
   const std::vector<Rgba> grey(4, GreyPixel(100));
   const ImageGuard image = FromPixels(2, 2, grey);
-  // 100 weighs 33 + 41 + 25 = 99.
   EXPECT_THAT(Render(image, RenderCode::blackWhite, kRenderFromImage), ElementsAre(0, 1, 1, 0));
   EXPECT_EQ(Entry(0), GreyPixel(0));
   EXPECT_EQ(Entry(1), GreyPixel(255));
-  // At half the strength: 99, 99 + 24 = 123; then 99 + 61 / 2 = 129 white, 99 + (99 - 126) / 4
-  // = 93.
+  // At half the strength 99, then 99 + 49 / 2 = 123; below 99 + 61 / 2 = 129, white with the error
+  // -126, and 99 - 13 / 2 = 93.
   EXPECT_THAT(Render(image, RenderCode::blackWhite, kRenderFromImage, false, 50),
               ElementsAre(0, 0, 0, 1));
 }

@@ -13,9 +13,6 @@
 
 namespace imx::test {
 
-inline constexpr std::int32_t kRenderModes[] = {kRenderFixed, kRenderGrey, kRenderFromImage,
-                                                kRenderPrevious, kRenderGiven};
-
 /// Every test starts with a fresh renderer and the settings' start values, and leaves them so.
 class RenderTest : public LibraryTest {
  protected:
