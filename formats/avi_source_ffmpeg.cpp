@@ -25,6 +25,7 @@ struct VideoLibraries {
   bool ready = false;
 #define IMX_FUNCTION(name) decltype(&::name) name = nullptr;
 #define IMX_FORMAT_FUNCTIONS(X) \
+  X(av_find_input_format)       \
   X(avformat_open_input)        \
   X(avformat_find_stream_info)  \
   X(av_find_best_stream)        \
@@ -119,9 +120,12 @@ std::int64_t FrameIndex(const AviStream& avi, const AVFrame& frame, std::int64_t
 
 bool Open(const char* path, AviStream* avi) {
   const VideoLibraries& video = Video();
-  // The demuxer is named by what the file is; a path with a colon must not become a protocol.
+  // A path with a colon must not become a protocol, nor a file be taken for a playlist of others.
   const std::string url = std::string("file:") + path;
-  if (video.avformat_open_input(&avi->container, url.c_str(), nullptr, nullptr) < 0) return false;
+  const AVInputFormat* const format = video.av_find_input_format("avi");
+  if (!format || video.avformat_open_input(&avi->container, url.c_str(), format, nullptr) < 0) {
+    return false;
+  }
   if (video.avformat_find_stream_info(avi->container, nullptr) < 0) return false;
   const int index =
       video.av_find_best_stream(avi->container, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);

@@ -129,7 +129,8 @@ void ReadRawRows(FileReader& in, const BmpHeader& h, const PixelTable& table, Im
     std::uint8_t* pixels = PixelRow(*image, h.height - 1 - y);
     in.Read(row.data(), row.size());
     ConvertRow(h, table, row.data(), pixels);
-    if (h.bits == 32 && AnyAlpha(pixels, h.width)) image->flags |= kFlagAlpha;
+    const bool alphaKnown = h.bits != 32 || (image->flags & kFlagAlpha) != 0;
+    if (!alphaKnown && AnyAlpha(pixels, h.width)) image->flags |= kFlagAlpha;
     return !in.ended();
   });
 }

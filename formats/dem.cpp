@@ -149,6 +149,7 @@ struct ProfileHeader {
       : row(tokens.Integer()), column(tokens.Integer()), count(tokens.Integer()) {}
 };
 
+/// Elevations past the end of the file are left black.
 void ReadElevations(DemTokens& tokens, const DemScale& scale, std::int32_t column,
                     ImageRecord* image) {
   for (std::int32_t y = kSide - 1; y >= 0; --y) {
@@ -168,9 +169,8 @@ void ReadProfiles(DemTokens& tokens, const DemScale& scale, ImageRecord* image,
     tokens.SkipReals(5);  // place, datum, extremes
     if ((k + 1) % kProfilesPerStep == 0 && ProgressStepAbort() != 0) return;
     ReadElevations(tokens, scale, k, image);
-    if (tokens.ended()) return;
     const ProfileHeader next(tokens);
-    if (next.count != kSide && !tokens.ended()) {
+    if (next.count != kSide) {
       Fail("nonlinear DEM record... can't finish reading =" + Bracketed(next.count) +
            " profile width");
       return;

@@ -73,6 +73,7 @@ class ChunkData {
 struct Area {
   TrackedBytes bytes;
   std::size_t width = 0, height = 0;
+  bool black = true;  // many black chunks in a row cost no more than one
 
   std::uint8_t* Row(std::size_t y) { return bytes.data() + y * width; }
 };
@@ -198,6 +199,8 @@ bool DecodeWordDelta(ChunkData data, Area& area) {
 
 bool DecodeChunk(std::uint16_t type, std::span<const std::uint8_t> bytes, Area& area) {
   const ChunkData data(bytes);
+  const bool wasBlack = area.black;
+  area.black = type == kBlack;
   switch (type) {
     case kColour256:
       return DecodeColours(data, 0);
@@ -208,7 +211,7 @@ bool DecodeChunk(std::uint16_t type, std::span<const std::uint8_t> bytes, Area& 
     case kByteDelta:
       return DecodeByteDelta(data, area);
     case kBlack:
-      std::memset(area.bytes.data(), 0, area.bytes.size());
+      if (!wasBlack) std::memset(area.bytes.data(), 0, area.bytes.size());
       return true;
     case kByteRun:
       return DecodeByteRun(data, area);

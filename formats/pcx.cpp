@@ -147,7 +147,7 @@ void ReadPlaneRow(PcxRows& rows, std::uint8_t* pixels) {
   for (std::size_t x = 0; x < count; ++x) {
     unsigned index = 0;
     for (std::size_t plane = 0; plane < 4; ++plane) {
-      index |= (line[plane * planeBytes + x / 8] >> (7 - x % 8) & 1u) << plane;
+      index |= (unsigned{line[plane * planeBytes + x / 8]} >> (7 - x % 8) & 1u) << plane;
     }
     std::memcpy(pixels + 4 * x, &rows.table.pixel[index], 4);
   }

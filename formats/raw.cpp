@@ -1,5 +1,6 @@
 #include "formats/raw.h"
 
+#include <algorithm>
 #include <string>
 
 #include "formats/codec_state.h"
@@ -80,18 +81,38 @@ void ReadRows(FileReader& in, std::int32_t kind, ImageRecord* image, TrackedByte
   });
 }
 
-/// The three channel files side by side; the shortest one decides where reading stops.
-void ReadChannelRows(FileReader* (&files)[3], ImageRecord* image, TrackedBytes& row) {
+/// The three channel files side by side; pixels that the shortest one lacks stay as they are.
+void ReadChannelRows(FileReader* (&files)[3], ImageRecord* image, TrackedBytes& rows) {
+  const auto width = static_cast<std::size_t>(image->width);
   ForEachRow(image->height, 1, [&](std::int32_t y) {
-    bool whole = true;
+    std::size_t count = width;
     for (std::size_t channel = 0; channel < 3; ++channel) {
-      const std::size_t got = files[channel]->Read(row.data(), row.size());
-      std::uint8_t* pixels = PixelRow(*image, y) + channel;
-      for (std::size_t i = 0; i < got; ++i) pixels[4 * i] = row[i];
-      whole = whole && got == row.size();
+      count = std::min(count, files[channel]->Read(rows.data() + channel * width, width));
     }
-    return whole;
+    const std::uint8_t* from = rows.data();
+    std::uint8_t* pixels = PixelRow(*image, y);
+    for (std::size_t i = 0; i < count; ++i, ++from, pixels += 4) {
+      pixels[0] = from[0];
+      pixels[1] = from[width];
+      pixels[2] = from[2 * width];
+    }
+    return count == width;
   });
+}
+
+const KnownExtension* FindExtension(const char* path) {
+  const std::string_view extension = PathExtension(path);
+  for (const KnownExtension& known : kKnown) {
+    if (EqualNoCase(extension, known.extension)) return &known;
+  }
+  return nullptr;
+}
+
+/// While no guess has chosen the set, the named file tells which one it belongs to.
+void ChooseChannelExtensions(const char* path) {
+  if (channelExtensions) return;
+  const KnownExtension* known = FindExtension(path);
+  channelExtensions = known && known->channels ? known->channels : &kLongSet;
 }
 
 std::string ChannelPath(const char* path, std::size_t channel) {
@@ -105,11 +126,11 @@ ImageRecord* LoadThreeFiles(const char* path, ImageGuard image) {
   FileReader green(ChannelPath(path, 1).c_str());
   FileReader blue(ChannelPath(path, 2).c_str());
   if (!red.ok() || !green.ok() || !blue.ok()) return nullptr;
-  TrackedBytes row(static_cast<std::uint32_t>(image->width), "allocptr");
-  if (!row) return nullptr;
+  TrackedBytes rows(std::uint64_t{3} * static_cast<std::uint32_t>(image->width), "allocptr");
+  if (!rows) return nullptr;
   ProgressScope progress("Reading RAW Image", image->height, 1);
   FileReader* files[3] = {&red, &green, &blue};
-  ReadChannelRows(files, image.get(), row);
+  ReadChannelRows(files, image.get(), rows);
   return image.release();
 }
 
@@ -125,19 +146,16 @@ void PackRow(std::int32_t kind, const std::uint8_t* pixels, std::uint8_t* packed
 
 std::int32_t GuessRawLayout(const char* fileName) {
   if (Raw().kind >= 0) return 1;
-  const std::string_view extension = PathExtension(fileName);
-  for (const KnownExtension& known : kKnown) {
-    if (!EqualNoCase(extension, known.extension)) continue;
-    Raw().kind = known.kind;
-    if (known.channels) channelExtensions = known.channels;
-    return 1;
-  }
-  return 0;
+  const KnownExtension* known = FindExtension(fileName);
+  if (!known) return 0;
+  Raw().kind = known->kind;
+  if (known->channels) channelExtensions = known->channels;
+  return 1;
 }
 
 ImageRecord* LoadRaw(const char* path, std::int32_t kind, std::int32_t width, std::int32_t height) {
   if (kind < kRawGrey || kind > kRawThreeFiles) return nullptr;
-  if (!channelExtensions) channelExtensions = &kLongSet;
+  ChooseChannelExtensions(path);
   ImageGuard image(AllocImage(width, height, "raw", nullptr));
   if (!image) return nullptr;
   image->depth = kind >= kRawRgb ? 24 : 8;

@@ -257,7 +257,7 @@ std::uint16_t ChannelCount(const ImageRecord& image, std::int32_t bits) {
 bool WriteHeader(FileWriter& out, const ImageRecord& image, const char* path,
                  std::uint16_t channels, std::int32_t compress) {
   SgiHeader h;
-  h.storage = static_cast<std::uint8_t>(compress);
+  h.storage = compress ? kRunLength : kVerbatim;
   h.dimension = channels == 1 ? 2 : 3;
   h.width = static_cast<std::uint16_t>(image.width);
   h.height = static_cast<std::uint16_t>(image.height);

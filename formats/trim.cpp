@@ -176,14 +176,14 @@ bool EncodeChannel(TrimOutput& out, const ImageRecord& image, std::size_t channe
   return true;
 }
 
-/// Room for the longest stream of one channel. The share of the pixels is enough for pictures
-/// wider and higher than five pixels; in narrower ones blocks are short and their headers more.
+/// Room for the longest stream of one channel: all blocks as plain bytes. A fixed share on top of
+/// the pixels holds their headers, except in pictures of a few columns or rows, whose tiles are
+/// small.
 std::uint64_t StreamRoom(const ImageRecord& image) {
   const std::uint64_t pixels = image.pixelCount;
-  const std::uint64_t blocks = std::uint64_t{1} * static_cast<std::uint32_t>(TileRows(image)) *
-                               ((static_cast<std::uint32_t>(image.width) + kTile - 1) / kTile);
-  const std::uint64_t stated = pixels * 3 / 256 + pixels + 2048;
-  return std::max(stated, pixels + blocks + kSymbols + 1 + kTrimOutputSlack);
+  const std::uint64_t tilesInRow = (static_cast<std::uint64_t>(image.width) + kTile - 1) / kTile;
+  const std::uint64_t blocks = 1 + tilesInRow * static_cast<std::uint64_t>(TileRows(image));
+  return std::max(pixels * 3 / 256 + pixels + 2048, kSymbols + pixels + blocks + kTrimOutputSlack);
 }
 
 // Decoding
@@ -326,7 +326,11 @@ std::int32_t TrimSaveBody(FileWriter& file, const ImageRecord* image, std::int32
     }
     if (out.position % 2 != 0) stream[out.position++] = 0;
     total += out.position;
-    if (total > INT32_MAX || !file.Write(stream.data(), out.position)) return 0;
+    if (total > INT32_MAX) {
+      NoteSaveFailed("A TRIM file holds at most 2 GB of coded pixels");
+      return 0;
+    }
+    if (!file.Write(stream.data(), out.position)) return 0;
   }
   return static_cast<std::int32_t>(total);
 }

@@ -15,9 +15,9 @@ constexpr std::string_view kTemplateEndings[] = {".tml", ".mpt", ".mpr", ".psy",
 using CopyFunction = void (*)(const Platform& platform, const InstallSettings& settings,
                               const char* source, const char* destination);
 
+// False when there is no such path: an empty base is one that did not fit.
 bool joinName(PathText& path, const PathText& base, const char* name) {
-  if (base[0] == '\0') return copyPath(path, "");
-  return joinPath(path, {base, name});
+  return base[0] != '\0' && joinPath(path, {base, name});
 }
 
 void copyAsIs(const Platform& platform, const InstallSettings&, const char* source,

@@ -63,7 +63,7 @@ TEST_F(ImageTest, NoMemoryLeavesNothingBehind) {
 int GeneratedNumber(const ImageRecord& image) {
   EXPECT_EQ(std::string(image.name).substr(0, 4), "NEW_");
   EXPECT_EQ(image.flags, kFlagNameGenerated);
-  return std::atoi(image.name + 4);
+  return static_cast<int>(std::strtol(image.name + 4, nullptr, 10));
 }
 
 TEST_F(ImageTest, NamesThatDoNotFitAreGeneratedByOneCounter) {

@@ -70,6 +70,7 @@ TEST(Registry, SaverPositionsCountOnlySavers) {
 
 std::vector<std::string> DepthNames(std::int32_t row) {
   std::vector<std::string> names;
+  names.reserve(kDepthNames);
   for (std::int32_t n = 0; n < DepthChoiceCount(row); ++n) {
     names.emplace_back(DepthSuffixName(row, n));
   }

@@ -268,6 +268,7 @@ MemoryPlatform::MemoryPlatform()
                 .exploreFolder = PlatformFunctions::exploreFolder,
                 .showMainWindow = PlatformFunctions::showMainWindow,
                 .sendExit = PlatformFunctions::sendExit} {
+  nodes_[""] = Node{"", true, "", false, 0};  // where names without a directory end up
   addDirectory("C:\\Program Files");
   addDirectory("C:\\Windows\\System32");
   addDirectory("C:\\Menu\\Programs");

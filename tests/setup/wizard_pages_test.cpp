@@ -121,6 +121,7 @@ TEST_F(WizardPages, HelpLocationFollowsTheChoices) {
   EXPECT_EQ("(accessed from CDROM)", window->text(IDC_HELP_DIR));
   EXPECT_FALSE(window->isEnabled(IDC_HELP_DIR));
   EXPECT_FALSE(window->isEnabled(IDC_BROWSE_HELP));
+  window->type(IDC_HELP_DIR, "c:\\\\Glimrix7\\Html_docs");
   window->press(IDC_NEXT);
   EXPECT_TRUE(window->closed) << "the help field is not judged";
   settings.installGlint = 0;

@@ -44,7 +44,7 @@ class Wizard : public testing::Test {
   User user{settings, computer.platform()};
 };
 
-Step shows(Page page, int button, std::function<void(FakeWindow&)> look) {
+Step shows(Page page, int button, const std::function<void(FakeWindow&)>& look) {
   return {page, [button, look](FakeWindow& window) {
             look(window);
             window.press(button);
@@ -63,6 +63,7 @@ TEST_F(Wizard, DefaultsInstallEverything) {
                                   }),
                             next(Page::programGroup), next(Page::confirmation), next(Page::storage),
                             confirm(Page::finished)}));
+  EXPECT_STREQ("E:\\nt9895\\", settings.packageDir);
   EXPECT_EQ(sampleFiles().size(), computer.written.size());
   std::size_t bytes = 0;
   for (const SampleFile& file : sampleFiles()) bytes += file.content.size();
@@ -151,8 +152,9 @@ TEST_F(Wizard, ADialogThatCannotBeShownEndsTheWizard) {
 
 TEST_F(Wizard, WithoutGlintTheDocumentationPageIsPassedBothWays) {
   // The page never lets Next be pressed like this; the flow holds all the same.
-  const Step withoutGlint = {Page::components, [](FakeWindow& window) {
+  const Step withoutGlint = {Page::components, [this](FakeWindow& window) {
                                window.toggle(IDC_GLINT);
+                               settings.installDocs = 1;
                                window.enabled[IDC_NEXT] = true;
                                window.press(IDC_NEXT);
                              }};

@@ -15,14 +15,22 @@ AllocationFailure::AllocationFailure(int n) {
   allocationsLeft = n;
   SetAllocationGate([] { return allocationsLeft-- != 0; });
 }
-AllocationFailure::~AllocationFailure() { SetAllocationGate(nullptr); }
-bool AllocationFailure::reached() const { return allocationsLeft < 0; }
+AllocationFailure::~AllocationFailure() {
+  SetAllocationGate(nullptr);
+}
+bool AllocationFailure::reached() const {
+  return allocationsLeft < 0;
+}
 
 WriteFailure::WriteFailure(int n) {
   writesLeft = n;
   SetWriteGate([] { return writesLeft-- != 0; });
 }
-WriteFailure::~WriteFailure() { SetWriteGate(nullptr); }
-bool WriteFailure::reached() const { return writesLeft < 0; }
+WriteFailure::~WriteFailure() {
+  SetWriteGate(nullptr);
+}
+bool WriteFailure::reached() const {
+  return writesLeft < 0;
+}
 
 }  // namespace imx::test

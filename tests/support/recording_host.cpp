@@ -8,8 +8,10 @@ bool stopPressed = false;
 
 int Begin(void* argument, bool abortable) {
   const auto& request = *static_cast<const ProgressRequest*>(argument);
-  current->progress.push_back(
-      {reinterpret_cast<const char*>(request.first), request.total, request.extra, abortable, {}});
+  // A begin call carries the title's address as a number.
+  const auto* title =
+      reinterpret_cast<const char*>(request.first);  // NOLINT(performance-no-int-to-ptr)
+  current->progress.push_back({title, request.total, request.extra, abortable, {}});
   return 0;
 }
 

@@ -59,6 +59,7 @@ int WaitFor(pid_t child) {
 ProgramResult RunProgram(const std::vector<std::string>& arguments, std::string_view input,
                          const std::string& directory) {
   std::vector<char*> list;
+  list.reserve(arguments.size() + 1);
   for (const std::string& argument : arguments) list.push_back(const_cast<char*>(argument.c_str()));
   list.push_back(nullptr);
   StreamFile in, out, err;

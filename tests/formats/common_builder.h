@@ -1,0 +1,195 @@
+/// Targa, BMP, GIF and PCX files built field by field. Layouts: see the codecs' headers.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <string_view>
+
+#include "tests/support/bytes.h"
+
+namespace imx::test {
+
+inline Bytes Joined(std::initializer_list<Bytes> parts) {
+  Bytes whole;
+  for (const Bytes& part : parts) whole.insert(whole.end(), part.begin(), part.end());
+  return whole;
+}
+
+inline constexpr int kTargaTopDown = 0x20;
+
+struct TargaFields {
+  int type = 2;
+  int width = 2, height = 1;
+  int depth = 24;
+  int descriptor = kTargaTopDown;
+  int mapType = 0, mapStart = 0, mapLength = 0, mapBits = 0;
+  std::string_view id = "";
+};
+
+/// `rest` is the colour map, if any, and the pixels.
+inline Bytes TargaFile(const TargaFields& f, const Bytes& rest) {
+  const auto u = [](int value) { return static_cast<std::uint32_t>(value); };
+  return LittleEndian()
+      .List({static_cast<int>(f.id.size()), f.mapType, f.type})
+      .U16(u(f.mapStart))
+      .U16(u(f.mapLength))
+      .U8(u(f.mapBits))
+      .U32(0)
+      .U16(u(f.width))
+      .U16(u(f.height))
+      .List({f.depth, f.descriptor})
+      .Text(f.id)
+      .Raw(rest)
+      .bytes();
+}
+
+/// An extension area with these texts and its footer, to stand behind `file`.
+inline Bytes WithTargaTexts(const Bytes& file, std::string_view author, std::string_view comment) {
+  return LittleEndian()
+      .Raw(file)
+      .U16(495)
+      .Text(author)
+      .Repeat(0, 41 - author.size())
+      .Text(comment)
+      .Repeat(0, 324 - comment.size())
+      .Repeat(0, 12 + 41 + 6 + 41 + 3 + 24 + 1)
+      .U32(static_cast<std::uint32_t>(file.size()))
+      .U32(0)
+      .Text("TRUEVISION-XFILE.")
+      .U8(0)
+      .bytes();
+}
+
+struct BmpFields {
+  int width = 2, height = 1;
+  int bits = 24;
+  std::uint32_t compression = 0;
+  std::uint32_t imageSize = 0;
+  std::uint32_t coloursUsed = 0;
+  std::uint32_t headerSize = 40;
+};
+
+/// `palette` follows the info header as it stands, `data` the palette.
+inline Bytes BmpFile(const BmpFields& f, const Bytes& palette, const Bytes& data) {
+  ByteBuilder file = LittleEndian();
+  file.Text("BM").U32(0).U32(0).U32(static_cast<std::uint32_t>(14 + f.headerSize + palette.size()));
+  file.U32(f.headerSize);
+  const auto width = static_cast<std::uint32_t>(f.width);
+  const auto height = static_cast<std::uint32_t>(f.height);
+  const auto bits = static_cast<std::uint32_t>(f.bits);
+  if (f.headerSize == 12) {
+    file.U16(width).U16(height).U16(1).U16(bits);
+  } else {
+    file.U32(width).U32(height).U16(1).U16(bits).U32(f.compression).U32(f.imageSize);
+    file.U32(0).U32(0).U32(f.coloursUsed).U32(0).Repeat(0, f.headerSize - 40);
+  }
+  return file.Raw(palette).Raw(data).bytes();
+}
+
+/// Distinct colours, R, G, B each.
+inline Bytes SomeColours(int count) {
+  ByteBuilder colours = LittleEndian();
+  for (int i = 0; i < count; ++i) colours.List({i * 10 + 5, 250 - i * 7, i * 29 % 256});
+  return colours.bytes();
+}
+
+/// The same as B, G, R and a fourth byte when `entryBytes` is 4.
+inline Bytes SomeBmpColours(int count, int entryBytes = 4) {
+  const Bytes rgb = SomeColours(count);
+  ByteBuilder colours = LittleEndian();
+  for (std::size_t i = 0; i < rgb.size(); i += 3) {
+    colours.List({rgb[i + 2], rgb[i + 1], rgb[i]});
+    if (entryBytes == 4) colours.U8(0);
+  }
+  return colours.bytes();
+}
+
+/// Data sub-blocks and their terminator.
+inline Bytes GifBlocks(const Bytes& data, std::size_t largest = 255) {
+  ByteBuilder blocks = LittleEndian();
+  for (std::size_t at = 0; at < data.size(); at += largest) {
+    const std::size_t part = std::min(largest, data.size() - at);
+    blocks.U8(static_cast<std::uint32_t>(part)).Raw(&data[at], part);
+  }
+  return blocks.U8(0).bytes();
+}
+
+/// Code size byte and blocks of `indices` without compression: clear codes come so often that the
+/// codes never grow.
+inline Bytes GifPixels(int codeSize, const Bytes& indices) {
+  const std::uint32_t clear = 1u << codeSize;
+  Bytes data;
+  std::uint32_t bits = 0;
+  int held = 0;
+  const auto put = [&](std::uint32_t code) {
+    bits |= code << held;
+    for (held += codeSize + 1; held >= 8; held -= 8, bits >>= 8) {
+      data.push_back(static_cast<std::uint8_t>(bits));
+    }
+  };
+  for (std::size_t i = 0; i < indices.size(); ++i) {
+    if (i % (clear - 2) == 0) put(clear);
+    put(indices[i]);
+  }
+  put(clear + 1);
+  if (held > 0) data.push_back(static_cast<std::uint8_t>(bits));
+  return Joined({{static_cast<std::uint8_t>(codeSize)}, GifBlocks(data)});
+}
+
+/// Signature, screen and, for `tableBits` above 0, a global table of SomeColours.
+inline Bytes GifScreen(int width, int height, int tableBits, int aspect = 0,
+                       std::string_view signature = "GIF89a") {
+  ByteBuilder screen = LittleEndian();
+  screen.Text(signature)
+      .U16(static_cast<std::uint32_t>(width))
+      .U16(static_cast<std::uint32_t>(height))
+      .List({tableBits > 0 ? 0x80 | (tableBits - 1) : 0, 0, aspect});
+  if (tableBits > 0) screen.Raw(SomeColours(1 << tableBits));
+  return screen.bytes();
+}
+
+inline constexpr int kGifInterlaced = 0x40;
+
+/// A descriptor without the table that a flag may announce.
+inline Bytes GifFrame(int left, int top, int width, int height, int flags = 0) {
+  const auto u = [](int value) { return static_cast<std::uint32_t>(value); };
+  return LittleEndian()
+      .U8(0x2C)
+      .U16(u(left))
+      .U16(u(top))
+      .U16(u(width))
+      .U16(u(height))
+      .U8(u(flags))
+      .bytes();
+}
+
+inline Bytes GifExtension(int label, const Bytes& data) {
+  return Joined({{0x21, static_cast<std::uint8_t>(label)}, GifBlocks(data)});
+}
+
+struct PcxFields {
+  int width = 2, height = 1;
+  int bits = 8, planes = 1;
+  int bytesPerLine = 2;
+};
+
+/// The header's palette is SomeColours(16). `lines` are run-length coded.
+inline Bytes PcxFile(const PcxFields& f, const Bytes& lines) {
+  const auto u = [](int value) { return static_cast<std::uint32_t>(value); };
+  return LittleEndian()
+      .List({10, 5, 1, f.bits})
+      .U16(7)  // the image need not start at 0
+      .U16(9)
+      .U16(u(f.width + 6))
+      .U16(u(f.height + 8))
+      .U32(0)
+      .Raw(SomeColours(16))
+      .List({0, f.planes})
+      .U16(u(f.bytesPerLine))
+      .U16(0)
+      .Repeat(0, 58)
+      .Raw(lines)
+      .bytes();
+}
+
+}  // namespace imx::test

@@ -1,0 +1,264 @@
+// Every codec against broken files, exhausted memory, full disks and a user who presses Stop.
+// Beyond what each test expects, the fixture sees to it that nothing leaks, no guard is damaged and
+// every progress display is ended.
+
+#include <chrono>
+#include <filesystem>
+#include <random>
+#include <string>
+
+#include "imagelib/core/guards.h"
+#include "imagelib/core/save_outcome.h"
+#include "tests/formats/codec_table.h"
+#include "tests/support/fault_injection.h"
+#include "tests/support/library_test.h"
+#include "tests/support/pictures.h"
+
+namespace imx::test {
+namespace {
+
+class HostileTest : public LibraryTest, public testing::WithParamInterface<const Codec*> {
+ protected:
+  const Codec& codec() const { return *GetParam(); }
+
+  /// Loads `bytes` and checks what every load must keep to. The record may be null.
+  ImageGuard LoadBytes(const Bytes& bytes) {
+    WriteFile(inputPath_, bytes);
+    return LoadFile(inputPath_);
+  }
+
+  ImageGuard LoadFile(const std::string& path) {
+    ImageGuard image(codec().load(path.c_str()));
+    if (image) {
+      EXPECT_EQ(image->magic, kImageMagic);
+      EXPECT_GE(image->width, 1);
+      EXPECT_GE(image->height, 1);
+      EXPECT_EQ(LiveBlockSize(image->pixels), std::uint64_t{4} * image->pixelCount);
+      EXPECT_EQ(image->rowOffsets[image->height - 1], (image->height - 1) * image->width);
+    }
+    ExpectTidy();
+    return image;
+  }
+
+  /// Saves to outputPath_ and tells what became of the file.
+  SaveOutcome Save(const Saving& saving, const ImageRecord& image) {
+    BeginSaveOutcome();
+    saving.save(image, outputPath_.c_str());
+    ExpectTidy();
+    return GetSaveOutcome();
+  }
+
+  void ExpectTidy() {
+    EXPECT_EQ(static_cast<int>(host.progress.size()), host.progressEnds);
+    for (const std::string& fault : host.MemoryFaults()) ADD_FAILURE() << fault;
+  }
+
+  void ExpectSame(const Saving& saving, const ImageRecord& wanted, const ImageRecord* got) {
+    ASSERT_NE(got, nullptr);
+    if (saving.kept == Kept::size) {
+      EXPECT_EQ(got->width, wanted.width);
+      EXPECT_EQ(got->height, wanted.height);
+      return;
+    }
+    const bool alpha = saving.kept == Kept::rgba ||
+                       (saving.kept == Kept::flagged && (wanted.flags & kFlagAlpha) != 0);
+    EXPECT_EQ(Difference(wanted, *got, alpha ? Channels::rgba : Channels::rgb), "");
+  }
+
+  /// After an accident: the outcome may only say "whole" when the file is.
+  void ExpectHonest(SaveOutcome outcome, const Saving& saving, const ImageRecord& image) {
+    if (outcome == SaveOutcome::whole) ExpectSame(saving, image, LoadFile(outputPath_).get());
+  }
+
+  /// A small file of every kind that the codec writes, and its samples.
+  std::vector<SampleFile> Seeds() {
+    const ImageGuard picture = Drawing(9, 7);
+    std::vector<SampleFile> seeds = codec().samples;
+    for (const Saving& saving : codec().savings) {
+      EXPECT_EQ(Save(saving, *picture), SaveOutcome::whole);
+      seeds.push_back({saving.name, ReadFile(outputPath_)});
+    }
+    return seeds;
+  }
+
+  std::string inputPath_ = temp.file(std::string("in.") + codec().name);
+  std::string outputPath_ = temp.file(std::string("out.") + codec().name);
+};
+
+TEST_P(HostileTest, WhatIsSavedLoadsTheSame) {
+  std::vector<ImageGuard> pictures;
+  for (const auto& [width, height] :
+       {std::pair{1, 1}, {1, 37}, {37, 1}, {2, 3}, {16, 16}, {33, 18}}) {
+    pictures.push_back(PhotoLike(width, height));
+    pictures.push_back(Drawing(width, height));
+    pictures.push_back(AlphaGradient(width, height));
+    pictures.push_back(Solid(width, height, {200, 200, 200, 255}));
+  }
+  for (const Saving& saving : codec().savings) {
+    for (const ImageGuard& picture : pictures) {
+      SCOPED_TRACE(testing::Message()
+                   << saving.name << " " << picture->width << "x" << picture->height);
+      EXPECT_EQ(Save(saving, *picture), SaveOutcome::whole);
+      ExpectSame(saving, *picture, LoadFile(outputPath_).get());
+    }
+  }
+  EXPECT_TRUE(host.errors.empty()) << host.errors.front();
+  EXPECT_TRUE(host.notes.empty()) << host.notes.front();
+}
+
+TEST_P(HostileTest, SamplesLoad) {
+  for (const SampleFile& sample : codec().samples) {
+    SCOPED_TRACE(sample.name);
+    EXPECT_TRUE(LoadBytes(sample.bytes));
+  }
+}
+
+TEST_P(HostileTest, NoFileAtAll) {
+  EXPECT_FALSE(LoadFile(temp.file("missing")));
+  EXPECT_FALSE(LoadFile(temp.path())) << "a folder";
+}
+
+TEST_P(HostileTest, TruncatedAnywhere) {
+  for (const SampleFile& seed : Seeds()) {
+    SCOPED_TRACE(seed.name);
+    WriteFile(inputPath_, seed.bytes);
+    for (std::size_t length = seed.bytes.size(); length-- > 0;) {
+      std::filesystem::resize_file(inputPath_, length);
+      LoadFile(inputPath_);
+      host.Clear();
+      if (HasFailure()) FAIL() << "at length " << length;
+    }
+  }
+}
+
+TEST_P(HostileTest, RandomBytes) {
+  constexpr int kRounds = 200;
+  constexpr std::uint64_t kCeiling = 1 << 20;
+  const std::vector<SampleFile> seeds = Seeds();
+  SetImageCeiling(kCeiling);
+  for (const SampleFile& seed : seeds) {
+    SCOPED_TRACE(seed.name);
+    for (unsigned round = 0; round < kRounds; ++round) {
+      std::mt19937 random(round);
+      Bytes bytes = seed.bytes;
+      // Half of the rounds aim at the header.
+      const std::size_t reach =
+          round % 2 == 0 ? std::min<std::size_t>(bytes.size(), 64) : bytes.size();
+      for (unsigned change = 0; change <= round % 4; ++change) {
+        bytes[random() % reach] = static_cast<std::uint8_t>(random() % 3 == 0 ? 0xFF : random());
+      }
+      if (codec().repair) codec().repair(bytes);
+      LoadBytes(bytes);
+      host.Clear();
+      if (HasFailure()) FAIL() << "in round " << round;
+    }
+  }
+}
+
+TEST_P(HostileTest, LoadingWithoutMemory) {
+  for (const SampleFile& seed : Seeds()) {
+    SCOPED_TRACE(seed.name);
+    WriteFile(inputPath_, seed.bytes);
+    for (int n = 0;; ++n) {
+      const AllocationFailure failure(n);
+      LoadFile(inputPath_);
+      if (HasFailure()) FAIL() << "allocation " << n;
+      if (!failure.reached()) break;
+    }
+  }
+}
+
+TEST_P(HostileTest, SavingWithoutMemory) {
+  const ImageGuard picture = PhotoLike(20, 19);
+  for (const Saving& saving : codec().savings) {
+    SCOPED_TRACE(saving.name);
+    for (int n = 0;; ++n) {
+      bool reached = false;
+      SaveOutcome outcome;
+      {
+        const AllocationFailure failure(n);
+        outcome = Save(saving, *picture);
+        reached = failure.reached();
+      }
+      ExpectHonest(outcome, saving, *picture);
+      if (HasFailure()) FAIL() << "allocation " << n;
+      if (!reached) break;
+    }
+  }
+}
+
+TEST_P(HostileTest, SavingOnAFullDisk) {
+  const ImageGuard picture = PhotoLike(160, 120);  // more than a writer's buffer holds
+  for (const Saving& saving : codec().savings) {
+    SCOPED_TRACE(saving.name);
+    for (int n = 0;; ++n) {
+      const WriteFailure failure(n);
+      const SaveOutcome outcome = Save(saving, *picture);
+      if (!failure.reached()) break;
+      ASSERT_EQ(outcome, SaveOutcome::failed) << "write " << n;
+      ASSERT_FALSE(SaveFailureReason().empty());
+    }
+  }
+}
+
+TEST_P(HostileTest, SavingWhereNothingCanBeWritten) {
+  const ImageGuard picture = Drawing(4, 4);
+  outputPath_ = temp.file("no such folder/out");
+  for (const Saving& saving : codec().savings) {
+    EXPECT_EQ(Save(saving, *picture), SaveOutcome::failed) << saving.name;
+  }
+}
+
+TEST_P(HostileTest, StopWhileLoading) {
+  for (const SampleFile& seed : Seeds()) {
+    SCOPED_TRACE(seed.name);
+    WriteFile(inputPath_, seed.bytes);
+    for (int k = 0;; ++k) {
+      host.Clear();
+      host.stopAt = k;
+      LoadFile(inputPath_);
+      ASSERT_LE(host.abortableCalls, k + 1) << "went on after a stop";
+      if (host.abortableCalls <= k) break;
+    }
+  }
+}
+
+TEST_P(HostileTest, StopWhileSaving) {
+  const ImageGuard picture = PhotoLike(20, 37);
+  for (const Saving& saving : codec().savings) {
+    SCOPED_TRACE(saving.name);
+    for (int k = 0;; ++k) {
+      host.Clear();
+      host.stopAt = k;
+      const SaveOutcome outcome = Save(saving, *picture);
+      const bool reached = host.abortableCalls > k;
+      ASSERT_LE(host.abortableCalls, k + 1) << "went on after a stop";
+      host.stopAt = RecordingHost::kNever;
+      ExpectHonest(outcome, saving, *picture);
+      if (HasFailure()) FAIL() << "stopped at " << k;
+      if (!reached) break;
+    }
+  }
+}
+
+TEST_P(HostileTest, PromisesWithoutData) {
+  constexpr std::chrono::seconds kHang(10);
+  for (const SampleFile& promise : codec().promises) {
+    SCOPED_TRACE(promise.name);
+    const auto start = std::chrono::steady_clock::now();
+    LoadBytes(promise.bytes);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, kHang);
+  }
+}
+
+std::vector<const Codec*> AllCodecs() {
+  std::vector<const Codec*> list;
+  for (const Codec& codec : Codecs()) list.push_back(&codec);
+  return list;
+}
+
+INSTANTIATE_TEST_SUITE_P(Codec, HostileTest, testing::ValuesIn(AllCodecs()),
+                         [](const auto& row) { return std::string(row.param->name); });
+
+}  // namespace
+}  // namespace imx::test

@@ -1,0 +1,272 @@
+/// SGI, Softimage, Alias, RLA, FLIC, AVI, DEM and Photoshop files built field by field. Layouts:
+/// see the codecs' headers.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tests/support/bytes.h"
+
+namespace imx::test {
+
+// SGI
+
+struct SgiFields {
+  std::uint32_t storage = 0, sampleBytes = 1, dimension = 3;
+  std::uint32_t width = 2, height = 1, channels = 3;
+  std::uint32_t pixMin = 0, pixMax = 255, colourMap = 0;
+};
+
+inline Bytes SgiFile(const SgiFields& f, const Bytes& body) {
+  return BigEndian()
+      .U16(474)
+      .U8(f.storage)
+      .U8(f.sampleBytes)
+      .U16(f.dimension)
+      .U16(f.width)
+      .U16(f.height)
+      .U16(f.channels)
+      .U32(f.pixMin)
+      .U32(f.pixMax)
+      .Repeat(0, 4 + 80)
+      .U32(f.colourMap)
+      .Repeat(0, 404)
+      .Raw(body)
+      .bytes();
+}
+
+/// `scanlines` are packed, in the order of the tables.
+inline Bytes SgiRunLengthFile(SgiFields f, const std::vector<Bytes>& scanlines) {
+  f.storage = 1;
+  ByteBuilder offsets = BigEndian(), lengths = BigEndian(), data = BigEndian();
+  for (const Bytes& scanline : scanlines) {
+    offsets.U32(static_cast<std::uint32_t>(512 + 8 * scanlines.size() + data.size()));
+    lengths.U32(static_cast<std::uint32_t>(scanline.size()));
+    data.Raw(scanline);
+  }
+  return SgiFile(f, offsets.Raw(lengths.bytes()).Raw(data.bytes()).bytes());
+}
+
+// Softimage
+
+inline Bytes SoftimageFile(std::uint32_t width, std::uint32_t height, const Bytes& packets,
+                           const Bytes& body, std::uint32_t fields = 3) {
+  return BigEndian()
+      .List({0x53, 0x80, 0xF6, 0x34})
+      .Repeat(0, 4 + 80)
+      .Text("PICT")
+      .U16(width)
+      .U16(height)
+      .U32(0x3F800000)
+      .U16(fields)
+      .U16(0)
+      .Raw(packets)
+      .Raw(body)
+      .bytes();
+}
+
+// Alias
+
+inline Bytes AliasFile(std::uint32_t width, std::uint32_t height, std::uint32_t bits,
+                       const Bytes& body) {
+  return BigEndian().U16(width).U16(height).U32(0).U16(bits).Raw(body).bytes();
+}
+
+// Wavefront RLA
+
+struct RlaWindow {
+  std::uint32_t left, right, bottom, top;
+};
+
+/// `body` starts behind the table of offsets, all of which are 0.
+inline Bytes RlaFile(const RlaWindow& w, std::uint32_t matte, const Bytes& body) {
+  return BigEndian()
+      .Repeat(0, 8)
+      .U16(w.left)
+      .U16(w.right)
+      .U16(w.bottom)
+      .U16(w.top)
+      .Repeat(0, 6)
+      .U16(matte)
+      .Repeat(0, 740 - 24 + 4 * std::size_t{w.top - w.bottom + 1})
+      .Raw(body)
+      .bytes();
+}
+
+// FLIC
+
+inline Bytes FlicChunk(std::uint32_t type, const Bytes& data) {
+  return LittleEndian()
+      .U32(static_cast<std::uint32_t>(6 + data.size()))
+      .U16(type)
+      .Raw(data)
+      .bytes();
+}
+
+inline Bytes FlicFrame(const std::vector<Bytes>& chunks, std::uint32_t type = 0xF1FA) {
+  ByteBuilder body = LittleEndian();
+  for (const Bytes& chunk : chunks) body.Raw(chunk);
+  return LittleEndian()
+      .U32(static_cast<std::uint32_t>(16 + body.size()))
+      .U16(type)
+      .U16(static_cast<std::uint32_t>(chunks.size()))
+      .Repeat(0, 8)
+      .Raw(body.bytes())
+      .bytes();
+}
+
+inline constexpr std::uint32_t kFli = 0xAF11, kFlc = 0xAF12;
+
+inline Bytes FlicFile(std::uint32_t magic, std::uint32_t width, std::uint32_t height,
+                      const std::vector<Bytes>& frames) {
+  ByteBuilder file = LittleEndian();
+  file.U32(0).U16(magic).U16(static_cast<std::uint32_t>(frames.size()));
+  file.U16(width).U16(height).U16(8).Repeat(0, 128 - 14);
+  for (const Bytes& frame : frames) file.Raw(frame);
+  return file.bytes();
+}
+
+// Device-independent bitmaps and AVI
+
+struct DibFields {
+  std::uint32_t width = 2, height = 1, bits = 24, coloursUsed = 0;
+};
+
+/// The header with what follows it: colours and rows.
+inline Bytes Dib(const DibFields& f, const Bytes& rest) {
+  return LittleEndian()
+      .U32(40)
+      .U32(f.width)
+      .U32(f.height)
+      .U16(1)
+      .U16(f.bits)
+      .U32(0)
+      .U32((f.width * f.bits + 31) / 32 * 4 * f.height)
+      .Repeat(0, 8)
+      .U32(f.coloursUsed)
+      .U32(0)
+      .Raw(rest)
+      .bytes();
+}
+
+inline Bytes RiffChunk(std::string_view id, const Bytes& data) {
+  ByteBuilder chunk = LittleEndian();
+  chunk.Text(id).U32(static_cast<std::uint32_t>(data.size())).Raw(data);
+  return chunk.Repeat(0, data.size() % 2).bytes();
+}
+
+/// An uncompressed video stream of `frames`, each the rows of a bitmap.
+inline Bytes AviFile(const DibFields& f, const Bytes& colours, const std::vector<Bytes>& frames) {
+  const auto count = static_cast<std::uint32_t>(frames.size());
+  const auto frameSize = static_cast<std::uint32_t>(frames.empty() ? 0 : frames[0].size());
+  const Bytes mainHeader = LittleEndian()
+                               .U32(100000)  // microseconds for a frame
+                               .U32(frameSize * 10)
+                               .U32(0)
+                               .U32(0x10)  // has an index
+                               .U32(count)
+                               .U32(0)
+                               .U32(1)  // streams
+                               .U32(frameSize)
+                               .U32(f.width)
+                               .U32(f.height)
+                               .Repeat(0, 16)
+                               .bytes();
+  const Bytes streamHeader = LittleEndian()
+                                 .Text("vidsDIB ")
+                                 .Repeat(0, 12)
+                                 .U32(1)   // scale
+                                 .U32(10)  // rate
+                                 .U32(0)   // start
+                                 .U32(count)
+                                 .U32(frameSize)
+                                 .U32(0xFFFFFFFF)
+                                 .U32(0)
+                                 .U16(0)
+                                 .U16(0)
+                                 .U16(f.width)
+                                 .U16(f.height)
+                                 .bytes();
+  const Bytes stream = LittleEndian()
+                           .Text("strl")
+                           .Raw(RiffChunk("strh", streamHeader))
+                           .Raw(RiffChunk("strf", Dib(f, colours)))
+                           .bytes();
+  const Bytes headers = LittleEndian()
+                            .Text("hdrl")
+                            .Raw(RiffChunk("avih", mainHeader))
+                            .Raw(RiffChunk("LIST", stream))
+                            .bytes();
+  ByteBuilder movie = LittleEndian(), index = LittleEndian();
+  movie.Text("movi");
+  for (const Bytes& frame : frames) {
+    index.Text("00db").U32(0x10).U32(static_cast<std::uint32_t>(movie.size())).U32(frameSize);
+    movie.Raw(RiffChunk("00db", frame));
+  }
+  return RiffChunk("RIFF", LittleEndian()
+                               .Text("AVI ")
+                               .Raw(RiffChunk("LIST", headers))
+                               .Raw(RiffChunk("LIST", movie.bytes()))
+                               .Raw(RiffChunk("idx1", index.bytes()))
+                               .bytes());
+}
+
+// DEM
+
+struct DemFields {
+  std::string minimum = "1.0D+02", maximum = "4.0D+02";
+  int sides = 4, profiles = 1201;
+};
+
+inline std::string Repeated(std::string_view text, int times) {
+  std::string all;
+  while (times-- > 0) all += text;
+  return all;
+}
+
+/// The A record, a letter in the place of each character of the file name.
+inline std::string DemHeader(const DemFields& f) {
+  return std::string(144, 'x') + "1 1 0 0 " + Repeated("0.0D+00", 15) + " 1 2 " +
+         std::to_string(f.sides) + " " + Repeated("1.5D+00 ", 8) + f.minimum + " " + f.maximum +
+         " 0.0 1 3.0 3.0 1.0 1 " + std::to_string(f.profiles) + " ";
+}
+
+/// The start of a B record: row, column, elevations, profiles in the record and five reals.
+inline std::string DemProfile(int column, int count = 1201) {
+  return "1 " + std::to_string(column) + " " + std::to_string(count) + " 1 " +
+         Repeated("0.0D+00 ", 5);
+}
+
+// Photoshop
+
+struct PsdFields {
+  std::uint32_t channels = 3, width = 2, height = 1, bits = 8, mode = 3;
+  std::uint32_t compression = 0;
+  Bytes colours = {};
+};
+
+/// `body` starts behind the compression word: the packed rows' lengths, if any, and the channels.
+inline Bytes PsdFile(const PsdFields& f, const Bytes& body) {
+  return BigEndian()
+      .Text("8BPS")
+      .U16(1)
+      .Repeat(0, 6)
+      .U16(f.channels)
+      .U32(f.height)
+      .U32(f.width)
+      .U16(f.bits)
+      .U16(f.mode)
+      .U32(static_cast<std::uint32_t>(f.colours.size()))
+      .Raw(f.colours)
+      .U32(3)
+      .List({1, 2, 3})  // resources, passed over
+      .U32(2)
+      .List({4, 5})  // layers and masks, passed over
+      .U16(f.compression)
+      .Raw(body)
+      .bytes();
+}
+
+}  // namespace imx::test

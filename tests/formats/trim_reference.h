@@ -1,0 +1,36 @@
+/// A second TRIM codec, plain and slow, straight from the format's description: the witness of the
+/// fast one.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "tests/support/bytes.h"
+
+namespace imx::test {
+
+/// Widths of a block's four levels.
+using TrimWidths = std::array<unsigned, 4>;
+
+/// "0" and "1" characters, most significant bit first.
+std::string TrimBits(unsigned value, unsigned width);
+
+/// The smallest value of each level: 0, t1, t2, t3.
+std::array<unsigned, 4> TrimThresholds(const TrimWidths& widths);
+
+/// A block with these widths. The values must fit them.
+Bytes EncodeTrimBlockWith(const TrimWidths& widths, const Bytes& values);
+
+/// A block with the widths that the format's rules choose.
+Bytes EncodeTrimBlock(const Bytes& values);
+
+/// Reads a block of `count` values at bytes[*position], which moves on. Bits past the end are 0.
+Bytes DecodeTrimBlock(const Bytes& bytes, std::size_t* position, std::size_t count);
+
+/// Decodes one channel's stream at bytes[*position].
+Bytes DecodeTrimChannel(const Bytes& bytes, std::size_t* position, int width, int height);
+
+}  // namespace imx::test
