@@ -186,12 +186,12 @@ RowReader ReaderFor(std::uint32_t depth) {
   }
 }
 
-/// Reads the 256-colour trailer and turns every stored index into its colour.
-void MapIndices(FileReader& in, ImageRecord* image) {
+/// Reads the 256-colour trailer and turns the stored indices of the first `rows` rows into colours.
+void MapIndices(FileReader& in, std::int32_t rows, ImageRecord* image) {
   std::uint8_t trailer[kTrailerSize];
   in.Read(trailer, sizeof trailer);  // the mark before the colours is not checked
   const PixelTable table = TableFrom(trailer + 1, 256);
-  for (std::int32_t y = 0; y < image->height; ++y) {
+  for (std::int32_t y = 0; y < rows; ++y) {
     if (ProgressStepAbort() != 0) return;
     std::uint8_t* pixels = PixelRow(*image, y);
     for (std::int32_t x = 0; x < image->width; ++x, pixels += 4) {
@@ -298,11 +298,13 @@ ImageRecord* LoadPcx(std::FILE* file) {
   PcxRows rows{in, header, TableFrom(header.palette, kHeaderColours), std::move(line), image.get()};
   const RowReader readRow = ReaderFor(depth);
   if (!readRow) return image.release();
+  std::int32_t rowsRead = 0;
   const Rows end = ForEachRow(header.Height(), 8, [&](std::int32_t y) {
     readRow(rows, PixelRow(*image, y));
+    rowsRead = y + 1;
     return !in.ended();
   });
-  if (depth == 8 && end != Rows::stopped) MapIndices(in, image.get());
+  if (depth == 8 && end != Rows::stopped) MapIndices(in, rowsRead, image.get());
   return image.release();
 }
 
