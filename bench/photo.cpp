@@ -37,10 +37,7 @@ double Noise(std::int32_t x, std::int32_t y, std::int32_t cell, std::uint32_t se
 /// Texture of all sizes: every octave half as large and half as strong as the one before.
 double Texture(std::int32_t x, std::int32_t y, std::uint32_t seed) {
   double sum = 0;
-  double strength = 64;
-  for (std::int32_t cell = 256; cell >= 2; cell /= 2, strength /= 2) {
-    sum += strength * Noise(x, y, cell, seed);
-  }
+  for (std::int32_t cell = 256; cell >= 2; cell /= 2) sum += cell / 4.0 * Noise(x, y, cell, seed);
   return sum;
 }
 

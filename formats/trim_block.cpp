@@ -316,8 +316,10 @@ const std::uint8_t* DecodeElements(const std::uint8_t* at, const Widths& widths,
   };
   const std::uint8_t* const end = values + count;
   while (end - values >= std::ptrdiff_t{3 * kShortElements}) {
-    refill();
-    if (!takeShort() || !takeShort() || !takeShort()) takeOne();
+    refill();  // enough for two lots of short ones and the longest
+    int lots = 0;
+    while (lots < 3 && takeShort()) ++lots;
+    if (lots < 3) takeOne();
   }
   while (end - values >= std::ptrdiff_t{kShortElements}) {
     refill();

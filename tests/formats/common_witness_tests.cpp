@@ -27,8 +27,9 @@ std::string OutputOf(const Words& arguments, std::string_view input = {}) {
   return std::move(result.out);
 }
 
+/// ImageMagick keeps a Targa file's rows in file order unless it is asked to turn them.
 std::string Magick(const std::string& path) {
-  return OutputOf({"convert", path, "-alpha", "off", "-depth", "8", "rgb:-"});
+  return OutputOf({"convert", path, "-auto-orient", "-alpha", "off", "-depth", "8", "rgb:-"});
 }
 
 std::string Ffmpeg(const std::string& path) {
@@ -87,7 +88,8 @@ TEST_F(CommonWitnessTest, TargaFilesOfOthers) {
     EXPECT_EQ(Byte(path, 2), type);
     EXPECT_EQ(Byte(path, 16), bits);
     EXPECT_EQ((Byte(path, 17) & 0x20) != 0, topDown);
-    EXPECT_TRUE(Ours<LoadTarga>(path) == Magick(path));
+    // ImageMagick widens 5 bits by rounding; c * 8 + c / 4 is FFmpeg's way as well.
+    EXPECT_TRUE(Ours<LoadTarga>(path) == (bits == 16 ? Ffmpeg(path) : Magick(path)));
   };
   MagickWrites(pixmap, {"-type", "TrueColor", "-compress", "None"}, path);
   check(2, 24, false);
@@ -103,11 +105,12 @@ TEST_F(CommonWitnessTest, TargaFilesOfOthers) {
   check(10, 32, false);
   for (const char* rle : {"0", "1"}) {
     const int coded = rle[0] == '1' ? 8 : 0;
-    FfmpegWrites(pixmap, {"-rle", rle, "-pix_fmt", "bgr24"}, path);
+    // A picture with runs: without them FFmpeg writes raw rows all the same.
+    FfmpegWrites(two, {"-rle", rle, "-pix_fmt", "bgr24"}, path);
     check(2 + coded, 24, true);
-    FfmpegWrites(pixmap, {"-rle", rle, "-pix_fmt", "bgra"}, path);
+    FfmpegWrites(two, {"-rle", rle, "-pix_fmt", "bgra"}, path);
     check(2 + coded, 32, true);
-    FfmpegWrites(pixmap, {"-rle", rle, "-pix_fmt", "rgb555le"}, path);
+    FfmpegWrites(rle[0] == '1' ? two : pixmap, {"-rle", rle, "-pix_fmt", "rgb555le"}, path);
     check(2 + coded, 16, true);
   }
   for (const Words& command : {Words{"pamtotga", "-rgb", "-norle"}, {"pamtotga", "-rgb"}}) {
@@ -128,14 +131,13 @@ TEST_F(CommonWitnessTest, BitmapsOfOthers) {
     EXPECT_EQ(Byte(path, headerSize == 12 ? 24 : 28), bits);
     EXPECT_TRUE(Ours<LoadBmp>(path) == Magick(path));
   };
-  for (const char* version : {"BMP3:", "BMP:"}) {
-    const int header = version[3] == '3' ? 40 : 124;
+  for (const auto& [version, header] : {std::pair<std::string, int>{"BMP3:", 40}, {"BMP:", 124}}) {
     MagickWrites(pixmap, {"-type", "TrueColor"}, version + path);
     check(header, 24);
     MagickWrites(few, {"-type", "Palette", "-compress", "None"}, version + path);
     EXPECT_TRUE(Ours<LoadBmp>(path) == Magick(path));
     MagickWrites(two, {"-type", "Bilevel"}, version + path);
-    check(header, 1);
+    check(header == 40 ? 40 : 108, 1);  // without a colour space it is shorter
     MagickWrites(pixmap, {"+dither", "-colors", "200", "-compress", "RLE"}, version + path);
     check(header, 8);
     EXPECT_EQ(Byte(path, 30), 1) << "run-length coded";
@@ -160,7 +162,8 @@ TEST_F(CommonWitnessTest, SixteenBitBitmapsKeepTheUpperFiveBitsOfRedAndBlue) {
   const std::string ours = Ours<LoadBmp>(path), theirs = Ffmpeg(path);
   ASSERT_EQ(ours.size(), theirs.size());
   for (std::size_t i = 0; i < ours.size(); ++i) {
-    if (i % 3 != 1) ASSERT_EQ(ours[i], static_cast<char>(theirs[i] & 0xF8)) << i;
+    const bool green = i % 3 == 1;
+    ASSERT_TRUE(green || ours[i] == static_cast<char>(theirs[i] & 0xF8)) << i;
   }
 }
 
@@ -202,7 +205,10 @@ TEST_F(CommonWitnessTest, PcxFilesOfOthers) {
   check(8, 1);
   NetpbmWrites(pixmap, {"ppmtopcx", "-24bit"}, "a.pcx");
   check(8, 3);
-  NetpbmWrites(pixmap, {"ppmtopcx", "-8bit"}, "a.pcx");
+  NetpbmWrites(few, {"ppmtopcx"}, "a.pcx");
+  check(1, 4);
+  NetpbmWrites(two, {"ppmtopcx"}, "a.pcx");
+  check(1, 1);
 }
 
 struct Form {
@@ -251,8 +257,7 @@ std::string Wanted(const ImageRecord& picture, int bits) {
 
 TEST_F(CommonWitnessTest, OthersReadWhatWeWrite) {
   std::vector<ImageGuard> pictures;
-  pictures.push_back(PhotoLike(kWidth, kHeight));
-  pictures.push_back(AlphaGradient(32, 40));
+  pictures.push_back(AlphaGradient(kWidth, kHeight));
   pictures.push_back(Drawing(kWidth, kHeight));
   pictures.push_back(PhotoLike(1, 1));
   for (const ImageGuard& picture : pictures) {
@@ -263,7 +268,9 @@ TEST_F(CommonWitnessTest, OthersReadWhatWeWrite) {
       StartRenderer();
       ASSERT_EQ(form.save(picture.get(), path.c_str()), 0);
       const std::string wanted = Wanted(*picture, form.bits);
-      EXPECT_TRUE(Magick(path) == wanted) << "ImageMagick";
+      // ImageMagick takes no notice of the colours of a 1-bit PCX.
+      const bool bits = form.name == std::string_view("d.pcx");
+      EXPECT_TRUE((bits ? Ffmpeg(path) : Magick(path)) == wanted);
     }
   }
 }

@@ -164,9 +164,10 @@ Bytes DecodeTrimChannel(const Bytes& bytes, std::size_t* position, int width, in
     symbol = (symbol + Unzigzag(table[rank])) & 255;
     residual[rank] = Unzigzag(symbol);
   }
-  Bytes plane(static_cast<std::size_t>(width * height));
+  Bytes plane(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
   const auto at = [&](int x, int y) -> std::uint8_t& {
-    return plane[static_cast<std::size_t>(y * width + x)];
+    return plane[static_cast<std::size_t>(y) * static_cast<std::size_t>(width) +
+                 static_cast<std::size_t>(x)];
   };
   const auto predict = [&](int x, int y) -> int {
     if (y == 0) return x == 0 ? 0 : at(x - 1, 0);
@@ -178,7 +179,8 @@ Bytes DecodeTrimChannel(const Bytes& bytes, std::size_t* position, int width, in
     for (int start = 0; start < width; start += 16) {
       const int w = std::min(16, width - start);
       const int h = std::min(16, height - top);
-      const Bytes ranks = DecodeTrimBlock(bytes, position, static_cast<std::size_t>(w * h));
+      const Bytes ranks = DecodeTrimBlock(
+          bytes, position, static_cast<std::size_t>(w) * static_cast<std::size_t>(h));
       for (int i = 0; i < w * h; ++i) {
         const int x = start + i % w, y = top + i / w;
         at(x, y) =

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <random>
 #include <string>
 
 #include "formats/iff.h"
@@ -64,9 +63,10 @@ class TrimTest : public LibraryTest {
 
 ImageGuard Noise(std::int32_t width, std::int32_t height) {
   ImageGuard image(AllocImage(width, height, "noise", nullptr));
-  std::mt19937 random(5);
+  std::uint32_t random = 5;
   for (std::size_t i = 0; i < std::size_t{4} * image->pixelCount; ++i) {
-    image->pixels[i] = static_cast<std::uint8_t>(random());
+    random = random * 1664525 + 1013904223;
+    image->pixels[i] = static_cast<std::uint8_t>(random >> 24);
   }
   return image;
 }
@@ -117,8 +117,8 @@ TEST_F(TrimTest, LoadsByHand) {
 
   const ImageGuard grey = Load(IffForm("TRIM", header, IffChunk("MONO", PlainRanks() + red)));
   ASSERT_TRUE(grey);
-  std::vector<Rgba> shades;
-  for (const Rgba& pixel : pixels) shades.push_back({pixel.r, pixel.r, pixel.r, 0});
+  std::vector<Rgba> shades = pixels;
+  for (Rgba& pixel : shades) pixel = {pixel.r, pixel.r, pixel.r, 0};
   EXPECT_EQ(Difference(*FromPixels(3, 2, shades), *grey), "");
 
   ASSERT_EQ(host.progress.size(), 3u);

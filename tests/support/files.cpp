@@ -41,6 +41,8 @@ std::string TempDir::Write(std::string_view name, std::string_view text) {
 }
 
 Bytes ReadFile(const std::string& path) {
+  std::error_code ignored;
+  if (!fs::is_regular_file(path, ignored)) return {};
   std::ifstream in(path, std::ios::binary);
   return Bytes(std::istreambuf_iterator<char>(in), {});
 }
