@@ -92,6 +92,7 @@ read_row iff packed few.iff '' few.ppm 'ilbmtoppm few.iff'
 read_row sgi run-length rle.sgi '--type rgb' few.ppm 'sgitopnm rle.sgi'
 read_row alias run-length few.pix '' few.ppm
 read_row softimage run-length few.pic '' few.ppm
+read_row rla run-length few.rla '' few.ppm
 
 write_row targa raw w.tga --no-compress photo.ppm 'pamtotga photo.ppm' \
   "$(ffmpeg_write photo.ppm '-rle 0 peer.tga')"
