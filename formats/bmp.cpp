@@ -307,10 +307,6 @@ bool WriteIndexedRows(FileWriter& out, const ImageRecord& image, std::int32_t bi
          }) == Rows::done;
 }
 
-RenderCode CodeFor(std::int32_t bits) {
-  return bits == 8 ? RenderCode::colour8 : bits == 4 ? RenderCode::colour4 : RenderCode::blackWhite;
-}
-
 }  // namespace
 
 ImageRecord* LoadBmp(std::FILE* file) {
@@ -353,7 +349,7 @@ std::int32_t SaveBmp(const ImageRecord* image, const char* path, std::int32_t de
   ProgressScope progress("Saving BMP", image->height, 5);
   if (reduced) {
     IndexedImage indexed;
-    if (!RenderIndexed(*image, CodeFor(depth), &indexed)) return 1;
+    if (!RenderIndexed(*image, RenderCodeForDepth(depth), &indexed)) return 1;
     if (!WritePalette(out, indexed.palette, header.coloursUsed)) return 1;
     if (!WriteIndexedRows(out, *image, depth, indexed, row)) return 1;
   } else if (!WriteTrueColourRows(out, *image, depth == 32, row)) {

@@ -2,6 +2,17 @@
 
 namespace imx {
 
+RenderCode RenderCodeForDepth(std::int32_t bits) {
+  switch (bits) {
+    case 8:
+      return RenderCode::colour8;
+    case 4:
+      return RenderCode::colour4;
+    default:
+      return RenderCode::blackWhite;
+  }
+}
+
 bool RenderIndexed(const ImageRecord& image, RenderCode code, IndexedImage* indexed) {
   const RenderSettings& settings = Rendering();
   indexed->palette = {};

@@ -273,12 +273,6 @@ bool WriteTrailer(FileWriter& out, const Palette& palette) {
   return out.ok();
 }
 
-RenderCode CodeFor(std::int32_t depth) {
-  return depth == 8   ? RenderCode::colour8
-         : depth == 4 ? RenderCode::colour4
-                      : RenderCode::blackWhite;
-}
-
 }  // namespace
 
 ImageRecord* LoadPcx(std::FILE* file) {
@@ -312,7 +306,7 @@ std::int32_t SavePcx(const ImageRecord* image, const char* path, std::int32_t de
   const bool reduced = depth == 8 || depth == 4 || depth == 1;
   if (!reduced) depth = 24;
   IndexedImage indexed;
-  if (reduced && !RenderIndexed(*image, CodeFor(depth), &indexed)) return 1;
+  if (reduced && !RenderIndexed(*image, RenderCodeForDepth(depth), &indexed)) return 1;
   FileWriter out(path);
   if (image->width > UINT16_MAX || image->height > UINT16_MAX) {
     LibError("A PCX file holds at most 65535 x 65535 pixels");

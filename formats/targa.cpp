@@ -240,13 +240,6 @@ Rows WriteRows(FileWriter& out, const ImageRecord& image, bool alpha, bool compr
   });
 }
 
-/// A fixed-size text field: `text` and zeros up to `size`.
-void WriteField(FileWriter& out, std::string_view text, std::size_t size) {
-  text = text.substr(0, size - 1);
-  out.Write(text.data(), text.size());
-  out.Zeros(size - text.size());
-}
-
 void WriteStamp(FileWriter& out, const ImageRecord& image) {
   const bool alpha = (image.flags & kFlagAlpha) != 0;
   out.U8(kThumbnailWidth);
@@ -264,24 +257,19 @@ void WriteStamp(FileWriter& out, const ImageRecord& image) {
   }
 }
 
-void WriteWords(FileWriter& out, std::initializer_list<int> words) {
-  for (const int word : words) out.U16(static_cast<std::uint16_t>(word));
-}
-
 void WriteExtensionArea(FileWriter& out, const ImageRecord& image, std::uint32_t stampOffset) {
   const std::tm now = FileTime();
   out.U16(kWrittenExtensionSize);
-  WriteField(out, std::string_view(image.author).substr(0, kMostAuthor), kAuthorSize);
-  WriteField(out, std::string_view(image.comment).substr(0, kMostComment), kCommentSize);
-  WriteWords(
-      out, {now.tm_mon + 1, now.tm_mday, now.tm_year + 1900, now.tm_hour, now.tm_min, now.tm_sec});
-  WriteField(out, "", kNameSize);  // job name
-  WriteWords(out, {0, 0, 0});      // job time
-  WriteField(out, kSoftwareId, kNameSize);
+  out.Text(std::string_view(image.author).substr(0, kMostAuthor), kAuthorSize);
+  out.Text(std::string_view(image.comment).substr(0, kMostComment), kCommentSize);
+  out.Words({now.tm_mon + 1, now.tm_mday, now.tm_year + 1900, now.tm_hour, now.tm_min, now.tm_sec});
+  out.Text("", kNameSize);  // job name
+  out.Words({0, 0, 0});     // job time
+  out.Text(kSoftwareId, kNameSize);
   out.U16(kSoftwareVersion);
   out.U8(kSoftwareLetter);
   out.U32(0);  // key colour
-  WriteWords(out, {kWrittenAspect[0], kWrittenAspect[1], kWrittenGamma[0], kWrittenGamma[1]});
+  out.Words({kWrittenAspect[0], kWrittenAspect[1], kWrittenGamma[0], kWrittenGamma[1]});
   out.U32(0);  // colour correction table
   out.U32(stampOffset);
   out.U32(0);  // scan-line table

@@ -72,44 +72,34 @@ bool ReadScanline(FileReader& in, const RlaHeader& h, std::uint8_t* pixels) {
 
 // Saving.
 
-void WriteText(FileWriter& out, std::string_view text, std::size_t size) {
-  text = text.substr(0, size - 1);
-  out.Write(text.data(), text.size());
-  out.Zeros(size - text.size());
-}
-
-void WriteWords(FileWriter& out, std::initializer_list<int> words) {
-  for (const int word : words) out.U16(static_cast<std::uint16_t>(word));
-}
-
 /// The texts that could tell about the user or the machine are fixed.
 bool WriteHeader(FileWriter& out, const ImageRecord& image, bool matte) {
   const int right = image.width - 1;
   const int top = image.height - 1;
-  WriteWords(out, {0, right, 0, top});  // window
-  WriteWords(out, {0, right, 0, top});  // active window
+  out.Words({0, right, 0, top});  // window
+  out.Words({0, right, 0, top});  // active window
   // Frame, storage type, colour, matte and auxiliary channels, revision.
-  WriteWords(out, {1, 0, kColours, matte ? 1 : 0, 0, -2});
-  WriteText(out, "0.0", 16);          // gamma
-  WriteText(out, "0.670 0.330", 24);  // red, green and blue primaries, white point
-  WriteText(out, "0.210 0.710", 24);
-  WriteText(out, "0.140 0.080", 24);
-  WriteText(out, "0.310 0.316", 24);
+  out.Words({1, 0, kColours, matte ? 1 : 0, 0, -2});
+  out.Text("0.0", 16);          // gamma
+  out.Text("0.670 0.330", 24);  // red, green and blue primaries, white point
+  out.Text("0.210 0.710", 24);
+  out.Text("0.140 0.080", 24);
+  out.Text("0.310 0.316", 24);
   out.U32(0);  // job number
-  WriteText(out, image.name, 128);
-  WriteText(out, "IMX Image", 128);
-  WriteText(out, "Quillmark IMX WaveFront Saver Module", 64);
-  WriteText(out, "No Machine Name - Privacy Issue", 32);
-  WriteText(out, "No User Name - Privacy Issue", 32);
-  WriteText(out, "Unknown", 20);  // date
-  WriteText(out, "1k_square", 24);
-  WriteText(out, "1.0", 8);          // aspect ratio
-  WriteText(out, "rgb", 32);         // channel format
-  WriteWords(out, {0});              // field
-  WriteText(out, "Unknown", 12);     // time
-  WriteText(out, "Unknown", 32);     // filter
-  WriteWords(out, {8, 0, 8, 0, 8});  // channel bits; type and bits of matte and auxiliary
-  WriteText(out, "depth", 32);
+  out.Text(image.name, 128);
+  out.Text("IMX Image", 128);
+  out.Text("Quillmark IMX WaveFront Saver Module", 64);
+  out.Text("No Machine Name - Privacy Issue", 32);
+  out.Text("No User Name - Privacy Issue", 32);
+  out.Text("Unknown", 20);  // date
+  out.Text("1k_square", 24);
+  out.Text("1.0", 8);          // aspect ratio
+  out.Text("rgb", 32);         // channel format
+  out.Words({0});              // field
+  out.Text("Unknown", 12);     // time
+  out.Text("Unknown", 32);     // filter
+  out.Words({8, 0, 8, 0, 8});  // channel bits; type and bits of matte and auxiliary
+  out.Text("depth", 32);
   out.Zeros(36);  // reserved
   return out.U32(0);
 }

@@ -92,6 +92,16 @@ bool FileWriter::Zeros(std::size_t count) {
   return ok();
 }
 
+bool FileWriter::Words(std::initializer_list<int> words) {
+  for (const int word : words) U16(static_cast<std::uint16_t>(word));
+  return ok();
+}
+
+bool FileWriter::Text(std::string_view text, std::size_t size) {
+  text = text.substr(0, size - 1);
+  return Write(text.data(), text.size()) && Zeros(size - text.size());
+}
+
 bool FileWriter::Patch(std::uint64_t offset, const void* data, std::size_t count) {
   if (!Drain()) return false;
   const std::uint64_t end = flushed_;

@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <initializer_list>
+#include <string_view>
 
 namespace imx {
 
@@ -36,6 +38,10 @@ class FileWriter {
   bool F32(float value);
   /// `count` zero bytes.
   bool Zeros(std::size_t count);
+  /// 16-bit numbers in the file byte order, by their low bits.
+  bool Words(std::initializer_list<int> words);
+  /// A text field of `size` bytes: as much of `text` as leaves room for a zero, and zeros.
+  bool Text(std::string_view text, std::size_t size);
 
   /// Overwrites bytes from `offset` on, all of which have been written before.
   bool Patch(std::uint64_t offset, const void* data, std::size_t count);
