@@ -23,7 +23,7 @@ bool AviIsAvailable();
 AviStream* OpenAviStream(const char* path, AviInfo* info);
 
 /// Frame `index` (0-based) as a packed bitmap that stays valid until the stream is closed; empty
-/// when there is no such frame.
+/// when there is no such frame. To be asked for once: another frame needs a stream of its own.
 std::span<const std::uint8_t> AviFrame(AviStream* stream, std::int32_t index);
 
 void CloseAviStream(AviStream* stream);

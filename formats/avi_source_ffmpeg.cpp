@@ -162,7 +162,7 @@ bool DrainDecoder(AviStream* avi, std::int64_t index, std::int64_t* count, bool*
   return true;
 }
 
-/// Decodes from the start of the stream up to frame `index`. A dropped frame repeats the one
+/// Decodes from the position in the stream up to frame `index`. A dropped frame repeats the one
 /// before.
 bool DecodeUpTo(AviStream* avi, std::int64_t index) {
   const VideoLibraries& video = Video();
@@ -290,7 +290,10 @@ AviStream* OpenAviStream(const char* path, AviInfo* info) {
 
 std::span<const std::uint8_t> AviFrame(AviStream* stream, std::int32_t index) {
   if (index >= CountFrames(*stream)) return {};
-  Video().av_seek_frame(stream->container, stream->stream->index, index, AVSEEK_FLAG_BACKWARD);
+  // Palettes come with the first packet, or where they change, and a jump would pass them over.
+  if (stream->stream->codecpar->format != AV_PIX_FMT_PAL8) {
+    Video().av_seek_frame(stream->container, stream->stream->index, index, AVSEEK_FLAG_BACKWARD);
+  }
   if (!DecodeUpTo(stream, index)) return {};
   return Pack(stream, *stream->wanted);
 }

@@ -9,7 +9,7 @@ namespace imx {
 struct ImageRecord;
 
 /// Writes the image, scaled to fit and centred on black; ByteRun1-coded when `compression` is not
-/// 0. 0 on success, 1 on failure.
+/// 0. 1 when there is no memory to scale it, else the result of SaveIff().
 std::int32_t SaveFramestore(const ImageRecord* image, const char* path, std::int32_t compression);
 
 }  // namespace imx
