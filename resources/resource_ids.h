@@ -5,6 +5,19 @@
 
 #define IDI_PROGRAM 1 /* lowest icon id: the one that file managers show */
 #define IDM_SHELL 101 /* menu with File > Exit */
+#define IDM_VIEWER 120
+#define IDA_VIEWER 121 /* its keys */
+
+/* Dialogs. */
+#define IDD_GAMMA 102
+#define IDD_CLIP_SETTINGS 103
+#define IDD_RESCALE 104
+#define IDD_RESAMPLE 105
+#define IDD_SELECT_FILE 106
+#define IDD_OUTPUT_CHOICES 107
+#define IDD_RAW_GUIDE 109
+#define IDD_FRAME 110
+#define IDD_MERGE_SOURCE 111
 
 /* Commands of the main window. */
 #define ID_EXIT 40004
@@ -18,6 +31,29 @@
 #define ID_TOOL_COUNT_COLOURS 40015
 #define ID_TOOL_MERGE 40016
 #define ID_TOGGLE_CHECKERBOARD 40017
+
+#define ID_ABOUT 40100
+
+/* Controls; the same number means different things in different dialogs. */
+#define IDC_FACTOR 1000 /* gamma, rescale, resample */
+
+#define IDC_WINDOW_LIST 1001 /* file to save, merge source */
+
+#define IDC_FILE_TYPE 1002 /* output choices */
+#define IDC_DEPTH 1003
+#define IDC_QUALITY 1005
+#define IDC_QUALITY_TEXT 1006
+#define IDC_COMPRESSION 1007
+#define IDC_INTERLACE 1008
+
+#define IDC_RAW_WIDTH 1000 /* RAW guide */
+#define IDC_RAW_HEIGHT 1001
+#define IDC_RAW_KIND 1002
+#define IDC_SWAP 1008
+
+#define IDC_FRAME 1005 /* frame of a sequence */
+#define IDC_FRAME_TEXT 1009
+#define IDC_LAST_FRAME_TEXT 1010
 
 /* The progress window's button. */
 #define IDC_STOP 8824

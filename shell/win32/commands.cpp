@@ -27,9 +27,11 @@ bool RunCommand(int command) {
       ToggleCheckerboard();
       return true;
     default:
-      if (!IsToolCommand(command)) return false;
-      SelectTool(command);
-      return true;
+      if (IsToolCommand(command)) {
+        SelectTool(command);
+        return true;
+      }
+      return Shell().programCommand && Shell().programCommand(Shell().mainWindow, command);
   }
 }
 

@@ -2,10 +2,10 @@
 
 #include "imagelib/core/memory.h"
 #include "shell/win32/busy.h"
+#include "shell/win32/file_dialogs.h"
 #include "shell/win32/host_callbacks.h"
 #include "shell/win32/logo.h"
 #include "shell/win32/main_window.h"
-#include "shell/win32/open_image.h"
 #include "shell/win32/progress_window.h"
 #include "shell/win32/shell_state.h"
 #include "shell/win32/window_classes.h"
@@ -18,11 +18,13 @@ constexpr int kNoWindow = 1;
 bool OpenShell(HINSTANCE instance, const ShellProgram& program) {
   Shell() = {};
   Shell().instance = instance;
+  Shell().titleOfTools = program.toolInTitle ? program.windowTitle : nullptr;
+  Shell().programCommand = program.command;
   SuppressProgress(true);
   if (!RegisterWindowClasses(instance, program.className) || !OpenMainWindow(program)) return false;
   Shell().bandPen = CreatePen(PS_SOLID, 1, RGB(255, 255, 255));
   InstallHostCallbacks(Shell().mainWindow, instance);
-  PrepareOpenDialog();
+  PrepareFileDialogs();
   return true;
 }
 
@@ -34,9 +36,13 @@ void ShowLogo() {
   UpdateWindow(Shell().mainWindow);
 }
 
-int RunMessageLoop() {
+int RunMessageLoop(HINSTANCE instance, const ShellProgram& program) {
+  HACCEL keys = program.accelerators != 0
+                    ? LoadAcceleratorsA(instance, MAKEINTRESOURCEA(program.accelerators))
+                    : nullptr;  // released by the system
   MSG message = {};
   while (GetMessageA(&message, nullptr, 0, 0) > 0) {
+    if (keys && TranslateAcceleratorA(Shell().mainWindow, keys, &message)) continue;
     TranslateMessage(&message);
     DispatchMessageA(&message);
   }
@@ -61,7 +67,7 @@ int RunShell(HINSTANCE instance, const ShellProgram& program) {
   if (OpenShell(instance, program)) {
     ShowLogo();
     if (program.afterStart) program.afterStart(Shell().mainWindow, instance);
-    status = RunMessageLoop();
+    status = RunMessageLoop(instance, program);
   }
   CloseShell(instance, program);
   LibraryShutdown();

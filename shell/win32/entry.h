@@ -13,6 +13,12 @@ struct ShellProgram {
   /// Run between the logo and the message loop; may be null. It may close the main window (which
   /// posts the quit message): the program then goes straight on to its end.
   void (*afterStart)(HWND mainWindow, HINSTANCE instance);
+  int accelerators = 0;           ///< resource id of the menu's keys; 0 = none
+  DWORD windowStyle = WS_BORDER;  ///< of the main window
+  bool toolInTitle = false;       ///< the main window's title names the tool
+  bool takesFiles = false;        ///< files dropped on the main window are opened
+  /// Commands of the program's own menu items; false for others. May be null.
+  bool (*command)(HWND mainWindow, int command) = nullptr;
 };
 
 /// Opens the main window, installs the host callbacks, shows the logo "qmki_logo.trm" of the

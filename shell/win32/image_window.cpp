@@ -1,5 +1,7 @@
 #include "shell/win32/image_window.h"
 
+#include <vector>
+
 #include "imagelib/core/memory.h"
 #include "shell/model/display_texts.h"
 #include "shell/win32/busy.h"
@@ -55,6 +57,13 @@ bool FillRecord(DisplayRecord& record, const char* name, ImageRecord* image) {
   }
   record = {window, kImageMagic, Shell().windows.nextNumber, 0, image, bitmap};
   return true;
+}
+
+BOOL CALLBACK CollectImageWindow(HWND window, LPARAM list) {
+  if (FindImageWindow(window, false)) {
+    reinterpret_cast<std::vector<HWND>*>(list)->push_back(window);
+  }
+  return TRUE;
 }
 
 }  // namespace
@@ -118,6 +127,14 @@ DisplayRecord* FindImageWindow(HWND window, bool detach) {
 
 HWND WindowOf(const DisplayRecord& record) {
   return static_cast<HWND>(record.window);
+}
+
+void RaiseImageWindows() {
+  std::vector<HWND> topDown;
+  EnumThreadWindows(GetCurrentThreadId(), CollectImageWindow, reinterpret_cast<LPARAM>(&topDown));
+  for (auto window = topDown.rbegin(); window != topDown.rend(); ++window) {
+    SetWindowPos(*window, HWND_TOP, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
+  }
 }
 
 void RepaintFromPixels(const DisplayRecord& record) {

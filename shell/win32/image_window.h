@@ -19,6 +19,10 @@ DisplayRecord* FindImageWindow(HWND window, bool detach);
 /// The record's window, typed.
 HWND WindowOf(const DisplayRecord& record);
 
+/// Puts the image windows above the main window, in the order that they have among themselves. Some
+/// systems raise a window without the windows that it owns.
+void RaiseImageWindows();
+
 /// Repaints the window at once from the image's pixels.
 void RepaintFromPixels(const DisplayRecord& record);
 

@@ -1,14 +1,24 @@
 #include "shell/win32/main_window.h"
 
+#include <string>
+#include <vector>
+
 #include "imagelib/core/host.h"
 #include "resources/resource_ids.h"
 #include "shell/win32/busy.h"
 #include "shell/win32/commands.h"
+#include "shell/win32/image_window.h"
 #include "shell/win32/logo.h"
+#include "shell/win32/open_image.h"
 #include "shell/win32/shell_state.h"
+
+// After windows_api.h, which it needs.
+#include <shellapi.h>
 
 namespace imx {
 namespace {
+
+constexpr UINT kActivated = WM_APP;  // posted: the window is raised after it is told
 
 void PaintMain(HWND window) {
   PAINTSTRUCT paint;
@@ -18,6 +28,19 @@ void PaintMain(HWND window) {
   GetClientRect(window, &client);
   PaintLogo(context, client);
   EndPaint(window, &paint);
+}
+
+void OpenDroppedFiles(HDROP drop) {
+  constexpr UINT kCount = 0xFFFFFFFF;
+  const UINT count = DragQueryFileA(drop, kCount, nullptr, 0);
+  std::vector<std::string> paths;
+  for (UINT i = 0; i < count; ++i) {
+    std::string path(DragQueryFileA(drop, i, nullptr, 0) + 1, '\0');
+    path.resize(DragQueryFileA(drop, i, path.data(), static_cast<UINT>(path.size())));
+    paths.push_back(path);
+  }
+  DragFinish(drop);
+  for (const std::string& path : paths) OpenNamedFile(path);
 }
 
 void ForgetMainWindow() {
@@ -43,6 +66,12 @@ LRESULT CALLBACK MainWindowProc(HWND window, UINT message, WPARAM wParam, LPARAM
     case WM_PAINT:
       PaintMain(window);
       return 0;
+    case WM_ACTIVATE:
+      if (LOWORD(wParam) != WA_INACTIVE) PostMessageA(window, kActivated, 0, 0);
+      break;
+    case kActivated:
+      if (IsWindowEnabled(window)) RaiseImageWindows();  // else a dialog is open above it
+      return 0;
     case WM_CLOSE:
       if (DeferWhileBusy(window, message, wParam, lParam)) return 0;
       break;
@@ -53,6 +82,11 @@ LRESULT CALLBACK MainWindowProc(HWND window, UINT message, WPARAM wParam, LPARAM
       if (DeferWhileBusy(window, message, wParam, lParam)) return 0;
       if (RunCommand(LOWORD(wParam))) return 0;
       break;
+    case WM_DROPFILES:
+      if (!DeferWhileBusy(window, message, wParam, lParam)) {
+        OpenDroppedFiles(reinterpret_cast<HDROP>(wParam));
+      }
+      return 0;
     default:
       break;
   }
@@ -62,15 +96,16 @@ LRESULT CALLBACK MainWindowProc(HWND window, UINT message, WPARAM wParam, LPARAM
 bool OpenMainWindow(const ShellProgram& program) {
   HINSTANCE instance = Shell().instance;
   HMENU menu = program.menu != 0 ? LoadMenuA(instance, MAKEINTRESOURCEA(program.menu)) : nullptr;
-  HWND window = CreateWindowExA(0, program.className, program.windowTitle, WS_BORDER, CW_USEDEFAULT,
-                                CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, nullptr, menu,
-                                instance, nullptr);
+  HWND window = CreateWindowExA(0, program.className, program.windowTitle, program.windowStyle,
+                                CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, nullptr,
+                                menu, instance, nullptr);
   if (!window) {
     if (menu) DestroyMenu(menu);
     return false;
   }
   Shell().mainWindow = window;
   ShowProgramIcon(window, instance);
+  DragAcceptFiles(window, program.takesFiles);
   ShowWindow(window, SW_SHOWMAXIMIZED);
   UpdateWindow(window);
   return true;

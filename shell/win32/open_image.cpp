@@ -7,54 +7,14 @@
 #include "ops/clip_region.h"
 #include "ops/operations.h"
 #include "shell/model/display_texts.h"
-#include "shell/model/open_filter.h"
+#include "shell/win32/file_dialogs.h"
+#include "shell/win32/frame_dialog.h"
 #include "shell/win32/host_callbacks.h"
 #include "shell/win32/image_window.h"
-#include "shell/win32/shell_state.h"
-#include "shell/win32/windows_api.h"
-
-// After windows_api.h, which it needs.
-#include <commdlg.h>
+#include "shell/win32/raw_dialog.h"
 
 namespace imx {
 namespace {
-
-constexpr std::size_t kFileBuffer = 243;
-
-struct OpenDialog {
-  std::string filter;
-  DWORD filterIndex = 1;
-  char path[kFileBuffer] = "";
-  char title[kFileBuffer] = "";
-  std::string folder;  ///< of the last path opened, with its separator; empty at start
-};
-
-OpenDialog dialog;
-
-// Leaves path and title of the chosen file in `dialog`; false when the user cancelled.
-bool AskForFile() {
-  dialog.path[0] = '\0';
-  dialog.title[0] = '\0';
-  OPENFILENAMEA request = {};
-  request.lStructSize = sizeof request;
-  request.hwndOwner = Shell().mainWindow;
-  request.hInstance = Shell().instance;
-  request.lpstrTitle = "Open Image";
-  request.lpstrFilter = dialog.filter.data();
-  request.nFilterIndex = dialog.filterIndex;
-  request.lpstrFile = dialog.path;
-  request.nMaxFile = sizeof dialog.path;
-  request.lpstrFileTitle = dialog.title;
-  request.nMaxFileTitle = sizeof dialog.title;
-  request.lpstrInitialDir = dialog.folder.empty() ? nullptr : dialog.folder.c_str();
-  request.lpstrDefExt = ".png";
-  request.Flags = OFN_HIDEREADONLY | OFN_NOCHANGEDIR | OFN_PATHMUSTEXIST | OFN_FILEMUSTEXIST |
-                  OFN_EXPLORER | OFN_LONGNAMES;
-  if (!GetOpenFileNameA(&request)) return false;
-  dialog.folder.assign(dialog.path, request.nFileOffset);
-  dialog.filterIndex = request.nFilterIndex;
-  return true;
-}
 
 // Every load starts without the choices made for an earlier one.
 void ResetLoadChoices() {
@@ -71,27 +31,54 @@ void ReportNoWindow(ImageGuard image) {
   ShowBox("Could not open window, no image loaded!", "Failure", MB_ICONSTOP);
 }
 
+enum class Answer { notAsked, confirmed, cancelled };
+
+// Asks what the last load wanted to know.
+Answer AskForLoadChoices() {
+  if (Sequence().frameWanted) {
+    Sequence().chosenFrame = AskForFrame(Sequence().frameCount);
+    return Sequence().chosenFrame == -1 ? Answer::cancelled : Answer::confirmed;
+  }
+  if (Raw().guideWanted) return AskForRawLayout() ? Answer::confirmed : Answer::cancelled;
+  return Answer::notAsked;
+}
+
+std::string FullPath(const std::string& path) {
+  char full[MAX_PATH] = "";
+  const DWORD length = GetFullPathNameA(path.c_str(), sizeof full, full, nullptr);
+  return length > 0 && length < sizeof full ? full : path;
+}
+
 }  // namespace
 
-void PrepareOpenDialog() {
-  dialog = {};
-  dialog.filter = BuildOpenFilter();
-}
-
 void RunOpenImage() {
-  if (AskForFile()) OpenImageFile(dialog.path, dialog.title);
+  const ChosenFile file = AskForFileToOpen();
+  if (!file.path.empty()) OpenImageFile(file.path, file.title);
 }
 
-void OpenImageFile(const std::string& path, const std::string& fileTitle) {
+OpenOutcome OpenImageFile(const std::string& path, const std::string& fileTitle) {
   ResetLoadChoices();
   ImageGuard image(LoadImage(path.c_str()));
-  if (!image) return;
+  if (!image) {
+    const Answer answer = AskForLoadChoices();
+    if (answer == Answer::cancelled) return OpenOutcome::cancelled;
+    if (answer == Answer::confirmed) image = ImageGuard(LoadImage(path.c_str()));
+  }
+  if (!image) return OpenOutcome::noImage;
   CopyTextCut(image->name, LoadedImageName(fileTitle, image->frame));
   CopyTextCut(image->path, path);
-  if (OpenImageWindow(image->name, image.get())) {
-    image.release();
-  } else {
+  if (!OpenImageWindow(image->name, image.get())) {
     ReportNoWindow(std::move(image));
+    return OpenOutcome::noWindow;
+  }
+  image.release();
+  return OpenOutcome::shown;
+}
+
+void OpenNamedFile(const std::string& path) {
+  const std::string full = FullPath(path);
+  if (OpenImageFile(full, std::string(PathFileName(full))) == OpenOutcome::noImage) {
+    ShowBox(("No image could be loaded from\n" + full).c_str(), "Failure", MB_ICONSTOP);
   }
 }
 

@@ -1,18 +1,26 @@
-/// Opening an image: the file dialog, the load, the window.
+/// Opening an image: the file dialog, the load with its questions, the window.
 #pragma once
 
 #include <string>
 
 namespace imx {
 
-/// Builds the dialog's file types and forgets earlier choices.
-void PrepareOpenDialog();
-
 /// Asks for a file and shows it.
 void RunOpenImage();
 
-/// Loads `path` and shows it in a window under `fileTitle`. A file that gives no image is passed
-/// over in silence; a window that cannot be had is reported.
-void OpenImageFile(const std::string& path, const std::string& fileTitle);
+enum class OpenOutcome {
+  shown,      ///< in a window
+  cancelled,  ///< by the user, asked for a frame or the layout of a headerless file
+  noImage,    ///< nothing could be loaded
+  noWindow,   ///< the image could not be shown, which was reported
+};
+
+/// Loads `path`, asking for what the file does not tell, and shows it in a window under
+/// `fileTitle`.
+OpenOutcome OpenImageFile(const std::string& path, const std::string& fileTitle);
+
+/// Opens a file that was named outside the open dialog: a dropped one, or one of the command line.
+/// One that gives no image is reported.
+void OpenNamedFile(const std::string& path);
 
 }  // namespace imx

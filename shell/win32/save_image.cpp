@@ -1,9 +1,16 @@
 #include "shell/win32/save_image.h"
 
-#include <algorithm>
+#include <vector>
 
+#include "imagelib/core/registry.h"
+#include "imagelib/dispatch/safe_save.h"
+#include "shell/model/save_texts.h"
+#include "shell/model/window_list.h"
+#include "shell/win32/file_dialogs.h"
 #include "shell/win32/host_callbacks.h"
+#include "shell/win32/output_dialog.h"
 #include "shell/win32/shell_state.h"
+#include "shell/win32/window_list_dialog.h"
 
 namespace imx {
 namespace {
@@ -12,24 +19,46 @@ void Inform(const char* text) {
   ShowBox(text, "Info", MB_ICONINFORMATION);
 }
 
-bool AnyUnsaved() {
-  const auto& slots = Shell().windows.slots;
-  return std::any_of(slots.begin(), slots.end(), [](const DisplayRecord* record) {
-    return record && IsUnsaved(*record->image);
-  });
+// The only image, or the one that the user picks; null when there is none or the user cancelled.
+ImageRecord* PickImage(ListedImages which, const char* noneText) {
+  const std::vector<DisplayRecord*> listed = ListWindows(Shell().windows, which);
+  if (listed.empty()) {
+    Inform(noneText);
+    return nullptr;
+  }
+  const DisplayRecord* const record =
+      listed.size() == 1 ? listed.front() : AskForFileToSave(listed);
+  return record ? record->image : nullptr;
+}
+
+SaveResult SaveByChoices(const std::string& path, ImageRecord& image) {
+  if (DepthChoiceBit(image.saveType, image.saveDepth) == -1) {
+    return {false, "no file type has been chosen for it yet."};
+  }
+  if (path.empty()) return {false, "no file name has been chosen yet."};
+  return SaveImageSafely(path, &image);
 }
 
 }  // namespace
 
-// Both only speak up when there is nothing to save: without the choice of an output there is no
-// saving from here.
-
 void RunSaveImage() {
-  if (!FirstImage(Shell().windows)) Inform("No files to save!");
+  ImageRecord* const image = PickImage(ListedImages::all, "No files to save!");
+  if (!image || !AskForOutput(*image)) return;
+  const ChosenFile target = AskForSaveTarget(*image);
+  if (!target.path.empty()) SaveCurrentChoice(target.path, *image);
 }
 
 void RunSaveUnsaved() {
-  if (!AnyUnsaved()) Inform("No files are unsaved!");
+  ImageRecord* const image = PickImage(ListedImages::unsaved, "No files are unsaved!");
+  if (image) SaveCurrentChoice(LastFullPath(), *image);
+}
+
+void SaveCurrentChoice(const std::string& path, ImageRecord& image) {
+  image.flags &= ~std::uint32_t{kFlagChanged | kFlagNameGenerated};
+  const SaveResult result = SaveByChoices(path, image);
+  if (!result.saved) {
+    ShowBox(SaveFailureText(path, result.reason).c_str(), "Failure", MB_ICONSTOP);
+  }
 }
 
 }  // namespace imx

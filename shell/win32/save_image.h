@@ -1,9 +1,21 @@
 /// The save commands.
 #pragma once
 
+#include <string>
+
 namespace imx {
 
+struct ImageRecord;
+
+/// Asks which image, how and where to, and saves it.
 void RunSaveImage();
+
+/// Saves an image that has changed, or never had a name, by the choices made for it, to the path
+/// last confirmed in a file dialog.
 void RunSaveUnsaved();
+
+/// Marks the image as saved and saves it by its choices. What was at `path` is only replaced by a
+/// whole new file; a failure is reported.
+void SaveCurrentChoice(const std::string& path, ImageRecord& image);
 
 }  // namespace imx

@@ -9,8 +9,10 @@ namespace imx {
 
 struct ShellState {
   HINSTANCE instance = nullptr;
-  HWND mainWindow = nullptr;  ///< null before it is made and after it is destroyed
-  HBITMAP logo = nullptr;     ///< null when there is none
+  HWND mainWindow = nullptr;           ///< null before it is made and after it is destroyed
+  const char* titleOfTools = nullptr;  ///< the main window's title before the tool's name, or null
+  bool (*programCommand)(HWND mainWindow, int command) = nullptr;  ///< may be null
+  HBITMAP logo = nullptr;                                          ///< null when there is none
   int logoWidth = 0;
   int logoHeight = 0;
   bool startUpDone = false;

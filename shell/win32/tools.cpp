@@ -4,21 +4,29 @@
 #include "imagelib/core/image.h"
 #include "ops/operations.h"
 #include "resources/resource_ids.h"
+#include "shell/model/window_list.h"
+#include "shell/win32/factor_dialog.h"
 #include "shell/win32/shell_state.h"
+#include "shell/win32/window_list_dialog.h"
 
 namespace imx {
 namespace {
 
 struct Tool {
   int command;
+  const char* name;                   ///< in the main window's title
   void (*choose)();                   ///< when it becomes the tool; may be null
   void (*apply)(ImageRecord* image);  ///< when the mouse button goes up
 };
 
-// With several windows open, the current image stays what it is.
 void ChooseMergeSource() {
   WindowTable& windows = Shell().windows;
-  if (windows.count <= 1) windows.current = FirstImage(windows);
+  if (windows.count <= 1) {
+    windows.current = FirstImage(windows);
+  } else if (const DisplayRecord* const source =
+                 AskForMergeSource(ListWindows(windows, ListedImages::all))) {
+    windows.current = source->image;
+  }
 }
 
 void MergeCurrentImage(ImageRecord* image) {
@@ -33,14 +41,13 @@ void ShowColourCount(ImageRecord* image) {
   LibMessage(ColourCountText(colours, image->width, image->height).c_str());
 }
 
-// All tools. What they do beyond the mouse (their dialogs) belongs into the middle column.
 constexpr Tool kTools[] = {
-    {ID_TOOL_GAMMA, nullptr, ApplyGamma},
-    {ID_TOOL_CLIP, nullptr, ClipToRegion},
-    {ID_TOOL_RESCALE, nullptr, RescaleRegion},
-    {ID_TOOL_RESAMPLE, nullptr, ResampleRegion},
-    {ID_TOOL_COUNT_COLOURS, nullptr, ShowColourCount},
-    {ID_TOOL_MERGE, ChooseMergeSource, MergeCurrentImage},
+    {ID_TOOL_GAMMA, "Gamma", AskForGamma, ApplyGamma},
+    {ID_TOOL_CLIP, "Clip Region", nullptr, ClipToRegion},
+    {ID_TOOL_RESCALE, "Rescale Region", AskForScaleFactor, RescaleRegion},
+    {ID_TOOL_RESAMPLE, "Resample Region", AskForResampleScale, ResampleRegion},
+    {ID_TOOL_COUNT_COLOURS, "Count Colors", nullptr, ShowColourCount},
+    {ID_TOOL_MERGE, "Merge Region", ChooseMergeSource, MergeCurrentImage},
 };
 
 const Tool* FindTool(int command) {
@@ -59,6 +66,13 @@ void TickTool(int command) {
   }
 }
 
+void ShowToolInTitle(const Tool& tool) {
+  const char* const title = Shell().titleOfTools;
+  if (!title) return;
+  const std::string text = std::string(title) + " - " + tool.name;
+  SetWindowTextA(Shell().mainWindow, text.c_str());
+}
+
 }  // namespace
 
 bool IsToolCommand(int command) {
@@ -70,6 +84,7 @@ void SelectTool(int command) {
   if (!tool) return;
   Shell().toolMode = command;
   TickTool(command);
+  ShowToolInTitle(*tool);
   if (tool->choose) tool->choose();
 }
 

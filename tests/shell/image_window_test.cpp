@@ -187,9 +187,13 @@ TEST_F(ImageWindowTest, ARubberBandEndsWithItsWindow) {
 }
 
 TEST_F(ImageWindowTest, ToolsWorkOnTheWindowUnderTheMouse) {
-  Run([](HWND) {
+  Run([this](HWND) {
     HWND window = ShowImage("a", Solid(8, 6, {128, 64, 0, 255}));
-    Operations().gammaValue = 2.0F;
+    OnDialog("Apply Gamma Correction", [](HWND dialog) {
+      EXPECT_EQ(ControlText(dialog, IDC_FACTOR), "1.000000");
+      SetDlgItemTextA(dialog, IDC_FACTOR, "2");
+      PressButton(dialog, IDOK);
+    });
     Command(ID_TOOL_GAMMA);
     Mouse(window, WM_LBUTTONDOWN, MK_LBUTTON, 2, 2);
     Mouse(window, WM_LBUTTONUP, 0, 2, 2);

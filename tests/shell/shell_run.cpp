@@ -1,5 +1,6 @@
 #include "tests/shell/shell_run.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "imagelib/core/memory.h"
@@ -15,6 +16,13 @@ std::function<void(HWND)> body;
 bool stayOpen = false;
 std::vector<AnsweredBox> answered;
 std::string fileAnswer;
+
+struct DialogAnswer {
+  std::string title;
+  std::function<void(HWND)> answer;
+};
+std::vector<DialogAnswer> dialogAnswers;
+HWND lastAnswered = nullptr;  ///< may take a moment to close
 
 void AfterStart(HWND mainWindow, HINSTANCE) {
   body(mainWindow);
@@ -36,17 +44,27 @@ HWND NameField(HWND fileDialog) {
   return combo ? combo : GetDlgItem(fileDialog, kEdit);
 }
 
-void AnswerFileDialog(HWND window, HWND field) {
-  SendMessageA(field, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(fileAnswer.c_str()));
-  PostMessageA(window, WM_COMMAND, fileAnswer.empty() ? IDCANCEL : IDOK, 0);
+// Whether the test had an answer to the dialog.
+bool AnswerAsPrepared(HWND window) {
+  const std::string title = WindowTitle(window);
+  const auto known = std::find_if(dialogAnswers.begin(), dialogAnswers.end(),
+                                  [&](const DialogAnswer& each) { return each.title == title; });
+  if (known == dialogAnswers.end()) return false;
+  const DialogAnswer answer = *known;
+  dialogAnswers.erase(known);
+  lastAnswered = window;
+  answer.answer(window);
+  return true;
 }
 
 BOOL CALLBACK AnswerBox(HWND window, LPARAM) {
   char kind[20] = "";
   GetClassNameA(window, kind, sizeof kind);
   if (std::string(kind) != "#32770") return TRUE;
-  if (HWND field = NameField(window)) {
-    AnswerFileDialog(window, field);
+  if (window == lastAnswered) return TRUE;
+  if (AnswerAsPrepared(window)) return FALSE;
+  if (NameField(window)) {
+    AnswerWithPath(window, fileAnswer);
     return FALSE;
   }
   AnsweredBox box = {WindowTitle(window), ""};
@@ -63,11 +81,14 @@ void CALLBACK AnswerBoxes(HWND, UINT, UINT_PTR, DWORD) {
 }  // namespace
 
 ShellTest::ShellTest() {
+  dialogAnswers.clear();
+  lastAnswered = nullptr;
   answered.clear();
   fileAnswer.clear();
 }
 
 ShellTest::~ShellTest() {
+  for (const DialogAnswer& each : dialogAnswers) ADD_FAILURE() << "no dialog " << each.title;
   for (const AnsweredBox& box : answered) ADD_FAILURE() << box.title << ": " << box.text;
 }
 
@@ -85,6 +106,10 @@ int ShellTest::Run(std::function<void(HWND)> inside, bool keepOpen) {
 
 void ShellTest::AnswerFileDialogs(const std::string& path) {
   fileAnswer = path;
+}
+
+void ShellTest::OnDialog(const std::string& title, std::function<void(HWND)> answer) {
+  dialogAnswers.push_back({title, std::move(answer)});
 }
 
 std::vector<AnsweredBox> ShellTest::TakeBoxes() {
@@ -140,6 +165,27 @@ std::string WindowTitle(HWND window) {
   char text[512] = "";
   GetWindowTextA(window, text, sizeof text);
   return text;
+}
+
+std::string ControlText(HWND dialog, int control) {
+  return WindowTitle(GetDlgItem(dialog, control));
+}
+
+void PressButton(HWND dialog, int control) {
+  SendMessageA(dialog, WM_COMMAND, MAKEWPARAM(control, BN_CLICKED),
+               reinterpret_cast<LPARAM>(GetDlgItem(dialog, control)));
+}
+
+void SelectInDropDown(HWND dialog, int control, int entry) {
+  HWND list = GetDlgItem(dialog, control);
+  SendMessageA(list, CB_SETCURSEL, static_cast<WPARAM>(entry), 0);
+  SendMessageA(dialog, WM_COMMAND, MAKEWPARAM(control, CBN_SELCHANGE),
+               reinterpret_cast<LPARAM>(list));
+}
+
+void AnswerWithPath(HWND fileDialog, const std::string& path) {
+  SendMessageA(NameField(fileDialog), WM_SETTEXT, 0, reinterpret_cast<LPARAM>(path.c_str()));
+  PostMessageA(fileDialog, WM_COMMAND, path.empty() ? IDCANCEL : IDOK, 0);
 }
 
 HWND ShowImage(const char* name, ImageGuard image) {

@@ -37,6 +37,10 @@ class ShellTest : public testing::Test {
   /// From now on file dialogs are answered with this path; while it is empty, cancelled.
   void AnswerFileDialogs(const std::string& path);
 
+  /// The next dialog with this title, of those that have no answer yet, is handed to `answer`,
+  /// which is to close it. A test that is over with answers left fails.
+  void OnDialog(const std::string& title, std::function<void(HWND dialog)> answer);
+
   /// The boxes answered so far, which then count as expected.
   std::vector<AnsweredBox> TakeBoxes();
 };
@@ -56,6 +60,14 @@ std::string ScreenDifference(HWND window, int width, int height,
                              std::span<const std::uint8_t> bgrx);
 
 std::string WindowTitle(HWND window);
+std::string ControlText(HWND dialog, int control);
+
+/// Presses a button of a dialog.
+void PressButton(HWND dialog, int control);
+/// Selects an entry of a list, as a user would.
+void SelectInDropDown(HWND dialog, int control, int entry);
+/// Answers an open or save dialog with a path.
+void AnswerWithPath(HWND fileDialog, const std::string& path);
 
 /// Opens a window for the image, which it takes over, and paints it.
 HWND ShowImage(const char* name, ImageGuard image);

@@ -1,0 +1,274 @@
+#include <cmath>
+#include <limits>
+#include <set>
+#include <tuple>
+
+#include "ops/clip_region.h"
+#include "ops/operations.h"
+#include "tests/support/fault_injection.h"
+#include "tests/support/library_test.h"
+#include "tests/support/pictures.h"
+
+namespace imx::test {
+namespace {
+
+// Takes the images that operations make.
+ImageGuard shown;
+
+bool TakeImage(const char*, ImageRecord* image) {
+  shown = ImageGuard(image);
+  return true;
+}
+
+bool RefuseImage(const char*, ImageRecord*) {
+  return false;
+}
+
+class OpsTest : public LibraryTest {
+ protected:
+  OpsTest() {
+    Operations() = {};
+    Services().showImage = TakeImage;
+  }
+  void TearDown() override {
+    shown = ImageGuard();
+    Operations() = {};
+    LibraryTest::TearDown();
+  }
+
+  static ImageGuard Made(void (*operation)(ImageRecord*), ImageRecord& image, ClipRegion region) {
+    shown = ImageGuard();
+    CurrentClipRegion() = region;
+    operation(&image);
+    return std::move(shown);
+  }
+};
+
+// Every pixel tells where it stands.
+ImageGuard Coordinates(std::int32_t width, std::int32_t height) {
+  ImageGuard image = Solid(width, height, {0, 0, 0, 255});
+  for (std::int32_t y = 0; y < height; ++y) {
+    for (std::int32_t x = 0; x < width; ++x) {
+      SetPixel(*image, x, y,
+               {static_cast<std::uint8_t>(x), static_cast<std::uint8_t>(y),
+                static_cast<std::uint8_t>(x + y), static_cast<std::uint8_t>(x ^ y)});
+    }
+  }
+  return image;
+}
+
+TEST_F(OpsTest, ClipTakesTheRegionWithinTheImage) {
+  struct Case {
+    ClipRegion region;
+    ClipRegion clamped;
+  };
+  const Case cases[] = {
+      {{3, 2, 6, 4}, {3, 2, 6, 4}},  {{-5, -1, 2, 2}, {0, 0, 2, 2}},   {{7, 5, 7, 5}, {7, 5, 7, 5}},
+      {{4, 1, 10, 8}, {4, 1, 9, 7}}, {{0, 0, 639, 479}, {0, 0, 9, 7}},
+  };
+  const ImageGuard image = Coordinates(10, 8);
+  for (const Case& c : cases) {
+    const ImageGuard clip = Made(ClipToRegion, *image, c.region);
+    ASSERT_TRUE(clip);
+    EXPECT_EQ(CurrentClipRegion(), c.clamped) << "written back";
+    ASSERT_EQ(clip->width, c.clamped.Width());
+    ASSERT_EQ(clip->height, c.clamped.Height());
+    for (std::int32_t y = 0; y < clip->height; ++y) {
+      for (std::int32_t x = 0; x < clip->width; ++x) {
+        EXPECT_EQ(PixelAt(*clip, x, y), PixelAt(*image, c.clamped.left + x, c.clamped.top + y));
+      }
+    }
+  }
+}
+
+TEST_F(OpsTest, RegionsOutsideTheImageGiveNothing) {
+  const ImageGuard image = Coordinates(10, 8);
+  const ClipRegion outside[] = {{11, 0, 20, 5}, {0, 9, 5, 20}, {10, 0, 20, 5},
+                                {0, 8, 5, 9},   {5, 5, 4, 7},  {-9, -9, -1, -1}};
+  Operations().mergeSource = image.get();
+  const std::string before = PixelBytes(*image);
+  for (const ClipRegion& region : outside) {
+    for (const auto operation : {ClipToRegion, RescaleRegion, ResampleRegion, MergeRegion}) {
+      EXPECT_FALSE(Made(operation, *image, region)) << region.left << ", " << region.top;
+    }
+  }
+  EXPECT_EQ(PixelBytes(*image), before);
+  EXPECT_TRUE(host.messages.empty() && host.errors.empty());
+}
+
+TEST_F(OpsTest, NewImagesTakeAfterTheirSource) {
+  const ImageGuard image = AlphaGradient(12, 9);
+  image->fileType = 6;
+  CopyText(image->path, "C:\\pictures\\a.tga");
+  for (const auto operation : {ClipToRegion, RescaleRegion, ResampleRegion}) {
+    const ImageGuard made = Made(operation, *image, {1, 1, 6, 5});
+    ASSERT_TRUE(made);
+    EXPECT_EQ(made->flags & (kFlagAlpha | kFlagChanged | kFlagNameGenerated),
+              kFlagAlpha | kFlagChanged | kFlagNameGenerated);
+    EXPECT_EQ(made->fileType, 6);
+    EXPECT_STREQ(made->path, image->path);
+    EXPECT_EQ(std::string(made->name).substr(0, 4), "NEW_");
+    image->flags ^= kFlagAlpha;
+    EXPECT_EQ(Made(operation, *image, {1, 1, 6, 5})->flags & kFlagAlpha, 0U);
+    image->flags ^= kFlagAlpha;
+  }
+}
+
+TEST_F(OpsTest, ProgressCountsTheRows) {
+  const ImageGuard image = Coordinates(10, 8);
+  Operations().scaleFactor = 2;
+  Operations().gammaValue = 2;
+  Made(RescaleRegion, *image, {1, 1, 4, 3});
+  Made(ClipToRegion, *image, {1, 1, 4, 3});
+  Made(ResampleRegion, *image, {1, 1, 4, 3});
+  ApplyGamma(image.get());
+  CountColours(image.get());
+  const std::pair<const char*, int> wanted[] = {{"Generate Rescaled Image", 6},
+                                                {"Clipping Region", 3},
+                                                {"Generate Resampled Image", 3},
+                                                {"Apply Gamma", 8},
+                                                {"Count Colors", 8}};
+  ASSERT_EQ(host.progress.size(), std::size(wanted));
+  for (std::size_t i = 0; i < std::size(wanted); ++i) {
+    EXPECT_EQ(host.progress[i].title, wanted[i].first);
+    EXPECT_EQ(host.progress[i].total, wanted[i].second);
+    EXPECT_EQ(host.progress[i].extra, 1);
+    ASSERT_EQ(host.progress[i].positions.size(), static_cast<std::size_t>(wanted[i].second));
+    EXPECT_EQ(host.progress[i].positions.back(), wanted[i].second - 1);
+  }
+}
+
+TEST_F(OpsTest, WhatTheHostRefusesOrMemoryDeniesIsFreed) {
+  const ImageGuard image = Coordinates(20, 10);
+  const ImageGuard source = AlphaGradient(20, 10);
+  Operations().mergeSource = source.get();
+  Operations().scaleFactor = 1.5F;
+  const std::size_t blocks = LiveBlockCount();
+  for (const auto operation : {ClipToRegion, RescaleRegion, ResampleRegion}) {
+    Services().showImage = RefuseImage;
+    Made(operation, *image, {2, 2, 9, 8});
+    EXPECT_EQ(LiveBlockCount(), blocks);
+    Services().showImage = nullptr;
+    Made(operation, *image, {2, 2, 9, 8});
+    EXPECT_EQ(LiveBlockCount(), blocks);
+  }
+  Services().showImage = TakeImage;
+  const std::string before = PixelBytes(*image);
+  for (const auto operation : {ClipToRegion, RescaleRegion, ResampleRegion, MergeRegion}) {
+    for (int n = 0;; ++n) {
+      AllocationFailure failure(n);
+      const ImageGuard made = Made(operation, *image, {2, 2, 9, 8});
+      if (!failure.reached()) break;
+      EXPECT_FALSE(made);
+      EXPECT_EQ(LiveBlockCount(), blocks);
+      EXPECT_EQ(PixelBytes(*image), before);
+      ASSERT_LT(n, 20);
+    }
+  }
+  EXPECT_NE(PixelBytes(*image), before) << "merged in the end";
+  const AllocationFailure failure(0);
+  EXPECT_EQ(CountColours(image.get()), -1);
+}
+
+TEST_F(OpsTest, RescaleRepeatsAndDropsPixels) {
+  const ImageGuard image = Coordinates(10, 8);
+  const ClipRegion region = {2, 1, 7, 6};
+  const ImageGuard same = Made(RescaleRegion, *image, region);
+  const ImageGuard clip = Made(ClipToRegion, *image, region);
+  EXPECT_EQ(Difference(*clip, *same), "");
+
+  Operations().scaleFactor = 2;
+  const ImageGuard twice = Made(RescaleRegion, *image, region);
+  ASSERT_EQ(twice->width, 12);
+  ASSERT_EQ(twice->height, 12);
+  Operations().scaleFactor = 0.5F;
+  const ImageGuard half = Made(RescaleRegion, *image, region);
+  ASSERT_EQ(half->width, 3);
+  // 6 columns on 8 places: 0, 0.75, 1.5, ...
+  Operations().scaleFactor = 1.34F;
+  const ImageGuard third = Made(RescaleRegion, *image, region);
+  ASSERT_EQ(third->width, 8);
+  const int columns[] = {0, 0, 1, 2, 3, 3, 4, 5};
+  for (int y = 0; y < 12; ++y) {
+    for (int x = 0; x < 12; ++x) {
+      EXPECT_EQ(PixelAt(*twice, x, y), PixelAt(*clip, x / 2, y / 2));
+      if (x < 3 && y < 3) {
+        EXPECT_EQ(PixelAt(*half, x, y), PixelAt(*clip, 2 * x, 2 * y));
+      }
+      if (x < 8 && y < 8) {
+        EXPECT_EQ(PixelAt(*third, x, y), PixelAt(*clip, columns[x], columns[y]));
+      }
+    }
+  }
+}
+
+TEST_F(OpsTest, UnusableFactorsGiveNothing) {
+  const ImageGuard image = Coordinates(10, 8);
+  const float infinity = std::numeric_limits<float>::infinity();
+  for (const float factor : {0.0F, -1.0F, 0.1F, 1e30F, infinity, std::nanf("")}) {
+    Operations().scaleFactor = factor;
+    Operations().resampleScale = factor;
+    EXPECT_FALSE(Made(RescaleRegion, *image, {0, 0, 5, 5})) << factor;
+    EXPECT_FALSE(Made(ResampleRegion, *image, {0, 0, 5, 5})) << factor;
+  }
+}
+
+TEST_F(OpsTest, GammaDarkensByPowersAndLeavesAlpha) {
+  const ImageGuard image = Solid(256, 1, {0, 0, 0, 255});
+  const auto reset = [&] {
+    for (std::int32_t x = 0; x < 256; ++x) {
+      const auto value = static_cast<std::uint8_t>(x);
+      SetPixel(*image, x, 0, {value, static_cast<std::uint8_t>(255 - x), value, value});
+    }
+    image->flags &= ~std::uint32_t{kFlagChanged | kFlagPixelsChanged};
+  };
+  reset();
+  ApplyGamma(image.get());
+  EXPECT_EQ(image->flags & (kFlagChanged | kFlagPixelsChanged), 0U) << "1 changes nothing";
+
+  for (const float gamma : {2.0F, 0.45F, 3.0F, 0.0F, -1.0F}) {
+    reset();
+    Operations().gammaValue = gamma;
+    ApplyGamma(image.get());
+    EXPECT_EQ(image->flags & (kFlagChanged | kFlagPixelsChanged),
+              kFlagChanged | kFlagPixelsChanged);
+    float t = 0;
+    for (std::int32_t x = 0; x < 256; ++x, t += 0.003921569F) {
+      const double raised = std::pow(double{t}, double{gamma}) * 255.0;
+      const auto wanted = static_cast<std::uint8_t>(raised > 255.0 ? 255.0 : raised);
+      const Rgba got = PixelAt(*image, x, 0);
+      EXPECT_EQ(got.r, wanted) << x << " to the power " << gamma;
+      EXPECT_EQ(PixelAt(*image, 255 - x, 0).g, wanted);
+      EXPECT_EQ(got.a, x);
+    }
+  }
+  reset();
+  Operations().gammaValue = 2;
+  ApplyGamma(image.get());
+  EXPECT_EQ(PixelAt(*image, 128, 0).r, 64);
+}
+
+TEST_F(OpsTest, ColoursAreCountedOnce) {
+  EXPECT_EQ(CountColours(Solid(30, 20, {1, 2, 3, 255}).get()), 1);
+  const ImageGuard alpha = Solid(2, 1, {1, 2, 3, 255});
+  SetPixel(*alpha, 1, 0, {1, 2, 3, 0});
+  EXPECT_EQ(CountColours(alpha.get()), 1) << "alpha aside";
+  const ImageGuard corners = Solid(3, 1, {0, 0, 0, 255});
+  SetPixel(*corners, 1, 0, {255, 255, 255, 255});
+  SetPixel(*corners, 2, 0, {0, 0, 1, 255});
+  EXPECT_EQ(CountColours(corners.get()), 3);
+
+  const ImageGuard photo = PhotoLike(97, 61);
+  std::set<std::tuple<int, int, int>> colours;
+  for (std::int32_t y = 0; y < photo->height; ++y) {
+    for (std::int32_t x = 0; x < photo->width; ++x) {
+      const Rgba pixel = PixelAt(*photo, x, y);
+      colours.insert({pixel.r, pixel.g, pixel.b});
+    }
+  }
+  EXPECT_EQ(CountColours(photo.get()), static_cast<std::int32_t>(colours.size()));
+  EXPECT_EQ(CountColours(nullptr), -1);
+}
+
+}  // namespace
+}  // namespace imx::test

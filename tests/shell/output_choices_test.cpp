@@ -1,0 +1,126 @@
+#include "shell/model/output_choices.h"
+
+#include <gtest/gtest.h>
+
+#include "formats/codec_state.h"
+#include "imagelib/core/registry.h"
+#include "shell/model/save_texts.h"
+#include "tests/support/pictures.h"
+
+namespace imx {
+namespace {
+
+class OutputChoicesTest : public testing::Test {
+ protected:
+  OutputChoicesTest() { Output() = {}; }
+  ~OutputChoicesTest() override { Output() = {}; }
+
+  static std::int32_t Row(const char* extension) { return TypeRowByExtension(extension); }
+  static void Select(OutputChoices& choices, const char* extension) {
+    SelectType(choices, SaverPosition(Row(extension)));
+  }
+
+  ImageGuard image = test::Solid(1, 1, {1, 2, 3, 255});
+};
+
+TEST_F(OutputChoicesTest, StartsFromTheImageElseFromTheLastType) {
+  EXPECT_EQ(BeginOutputChoices(*image).row, Row("gif"));
+  Output().lastRow = Row("tga");
+  EXPECT_EQ(BeginOutputChoices(*image).row, Row("tga"));
+  image->saveType = Row("bmp");
+  image->saveDepth = 3;
+  EXPECT_EQ(BeginOutputChoices(*image).row, Row("bmp"));
+  EXPECT_EQ(BeginOutputChoices(*image).depth, 3);
+  image->saveDepth = 4;
+  EXPECT_EQ(BeginOutputChoices(*image).depth, 0) << "beyond what the type offers";
+  image->saveDepth = -1;
+  EXPECT_EQ(BeginOutputChoices(*image).depth, 0);
+}
+
+TEST_F(OutputChoicesTest, ListsWhatCanBeSaved) {
+  const std::vector<std::string> types = SaverLabels();
+  EXPECT_EQ(types.size(), 20U);
+  EXPECT_EQ(types[0], "Targa (*.tga)");
+  EXPECT_EQ(types[4], "Softimage (*.pic)") << "Flick, AVI and Photoshop are passed over";
+  using Labels = std::vector<std::string>;
+  EXPECT_EQ(DepthLabels(Row("tga")),
+            (Labels{"32-bit (16m colors + Alpha)", "24-bit (16m colors)"}));
+  EXPECT_EQ(DepthLabels(Row("bmp")),
+            (Labels{"24-bit (16m colors)", "8-bit (256 values) - [reduction]",
+                    "4-bit (16 values) - [reduction]", "1-bit (2 values) - [reduction]"}));
+  EXPECT_EQ(DepthLabels(Row("jpg")), Labels{"24-bit (16m colors) - [lossy]"});
+  EXPECT_EQ(DepthLabels(Row("rgb")).back(), "8-bit (256 values) - [greyscale]");
+}
+
+TEST_F(OutputChoicesTest, AnotherTypeStartsAtItsFirstDepth) {
+  OutputChoices choices = BeginOutputChoices(*image);
+  Select(choices, "png");
+  SelectDepth(choices, 2);
+  EXPECT_EQ(choices.depth, 2);
+  SelectDepth(choices, 3);
+  SelectDepth(choices, -1);
+  EXPECT_EQ(choices.depth, 2) << "PNG has three";
+  Select(choices, "bmp");
+  EXPECT_EQ(choices.row, Row("bmp"));
+  EXPECT_EQ(choices.depth, 0);
+  SelectType(choices, -1);
+  SelectType(choices, 20);
+  EXPECT_EQ(choices.row, Row("bmp"));
+}
+
+TEST_F(OutputChoicesTest, OptionsThatTheTypeLacksAreDisabled) {
+  OutputChoices choices = BeginOutputChoices(*image);
+  choices.compression = 0;
+  choices.interlace = 1;
+  choices.quality = 42;
+  OptionControls options = DescribeOptions(choices);  // of a GIF
+  EXPECT_FALSE(options.compressionEnabled);
+  EXPECT_TRUE(options.compressionChecked);
+  EXPECT_TRUE(options.interlaceEnabled);
+  EXPECT_TRUE(options.interlaceChecked);
+  EXPECT_FALSE(options.qualityEnabled);
+  EXPECT_EQ(options.qualityText, "[Disabled]");
+
+  Select(choices, "tga");
+  options = DescribeOptions(choices);
+  EXPECT_TRUE(options.compressionEnabled);
+  EXPECT_FALSE(options.compressionChecked) << "the copy was not touched";
+  EXPECT_FALSE(options.interlaceEnabled);
+  EXPECT_FALSE(options.interlaceChecked);
+
+  Select(choices, "jpg");
+  options = DescribeOptions(choices);
+  EXPECT_TRUE(options.qualityEnabled);
+  EXPECT_EQ(options.qualityText, "42");
+}
+
+TEST_F(OutputChoicesTest, AcceptingWritesBackWhatTheTypeHas) {
+  OutputChoices choices = BeginOutputChoices(*image);
+  choices.compression = 0;
+  choices.interlace = 1;
+  choices.quality = 42;
+  Select(choices, "tga");
+  SelectDepth(choices, 1);
+  EXPECT_EQ(Output().compression, 1);
+  EXPECT_EQ(image->saveType, -1);
+  AcceptOutputChoices(choices, *image);
+  EXPECT_EQ(Output().compression, 0);
+  EXPECT_EQ(Output().interlace, 0);
+  EXPECT_EQ(Output().quality, 100);
+  EXPECT_EQ(Output().lastRow, Row("tga"));
+  EXPECT_EQ(image->saveType, Row("tga"));
+  EXPECT_EQ(image->saveDepth, 1);
+  EXPECT_STREQ(image->extension, "tga");
+  EXPECT_EQ(SaveDialogTitle(*image), "Save As Targa (*.tga) Image in 24-bit (16m colors) mode");
+
+  Select(choices, "jpg");
+  AcceptOutputChoices(choices, *image);
+  EXPECT_EQ(Output().quality, 42);
+  EXPECT_EQ(Output().interlace, 0);
+  Select(choices, "png");
+  AcceptOutputChoices(choices, *image);
+  EXPECT_EQ(Output().interlace, 1);
+}
+
+}  // namespace
+}  // namespace imx
