@@ -269,6 +269,13 @@ bool PlayFrames(FileReader& in, std::int32_t last, Area& area) {
          Rows::stopped;
 }
 
+/// Whether a row shows nothing but black in the colour of index 0, as rows without data do. Their
+/// pixels are 0 already, and are left untouched however many the header promises.
+bool StaysBlack(const std::uint8_t* indices, std::size_t width) {
+  return colours.pixel[0] == 0 && indices[0] == 0 &&
+         std::memcmp(indices, indices + 1, width - 1) == 0;
+}
+
 }  // namespace
 
 ImageRecord* LoadFlic(const char* path) {
@@ -296,7 +303,10 @@ ImageRecord* LoadFlic(const char* path) {
   if (!PlayFrames(in, last, area)) return image.release();
   ProgressScope progress("Converting FLIC", header.height, 4);
   ForEachRow(header.height, 4, [&](std::int32_t y) {
-    RowFromIndices(area.Row(static_cast<std::size_t>(y)), colours, PixelRow(*image, y), area.width);
+    const std::uint8_t* indices = area.Row(static_cast<std::size_t>(y));
+    if (!StaysBlack(indices, area.width)) {
+      RowFromIndices(indices, colours, PixelRow(*image, y), area.width);
+    }
     return true;
   });
   return image.release();

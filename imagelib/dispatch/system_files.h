@@ -15,6 +15,15 @@ enum class PathKind {
 /// What `path` names; symbolic links are followed.
 PathKind KindOfPath(const std::string& path);
 
+/// Puts off what would end the program from outside, while it lives.
+class EndHold {
+ public:
+  EndHold();
+  ~EndHold();
+  EndHold(const EndHold&) = delete;
+  EndHold& operator=(const EndHold&) = delete;
+};
+
 /// Creates an empty file of a new name in `directory` (empty: the system's place for temporary
 /// files) that only this user may open. Its path, without an extension; empty on failure, `reason`
 /// then says why.

@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -19,6 +20,9 @@ mode_t NewFileMode() {
   return static_cast<mode_t>(0666) & ~mask;
 }
 
+/// The signals that were held back before an EndHold; one lives at a time.
+sigset_t before;
+
 bool Failed(std::string* reason) {
   *reason = SystemErrorText();
   return false;
@@ -35,6 +39,17 @@ PathKind KindOfPath(const std::string& path) {
   if (stat(path.c_str(), &status) != 0) return PathKind::missing;
   if (S_ISDIR(status.st_mode)) return PathKind::directory;
   return S_ISREG(status.st_mode) ? PathKind::regular : PathKind::stream;
+}
+
+EndHold::EndHold() {
+  sigset_t ends;
+  sigemptyset(&ends);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) sigaddset(&ends, signal);
+  sigprocmask(SIG_BLOCK, &ends, &before);
+}
+
+EndHold::~EndHold() {
+  sigprocmask(SIG_SETMASK, &before, nullptr);
 }
 
 std::string CreateUniqueFile(const std::string& directory, std::string* reason) {

@@ -37,6 +37,10 @@ PathKind KindOfPath(const std::string& path) {
   return attributes & FILE_ATTRIBUTE_DEVICE ? PathKind::stream : PathKind::regular;
 }
 
+// What ends the program from outside is only noted here, and acted upon between files.
+EndHold::EndHold() = default;
+EndHold::~EndHold() = default;
+
 std::string CreateUniqueFile(const std::string& directory, std::string* reason) {
   static DWORD number = GetTickCount();
   const std::string place = directory.empty() ? TemporaryDirectory() : directory;

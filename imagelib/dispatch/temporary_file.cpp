@@ -34,8 +34,10 @@ void Forget(const std::string& path) {
 
 }  // namespace
 
-TemporaryFile::TemporaryFile(const std::string& directory)
-    : path_(CreateUniqueFile(directory, &reason_)) {
+TemporaryFile::TemporaryFile(const std::string& directory) {
+  // An end between the two steps would leave the file behind.
+  const EndHold hold;
+  path_ = CreateUniqueFile(directory, &reason_);
   if (ok()) Remember(path_);
 }
 
