@@ -4,6 +4,7 @@
 #include <cstring>
 #include <string>
 
+#include "formats/byterun.h"
 #include "formats/pixel_rows.h"
 #include "imagelib/core/byte_order.h"
 #include "imagelib/core/file_reader.h"
@@ -153,32 +154,10 @@ struct ChannelReader {
     const std::size_t size = LoadU16(counts + 2 * next++, ByteOrder::big);
     const std::uint64_t end = in.position() + size;
     const bool whole = end <= in.size();
-    Unpack(size);
+    std::uint64_t left = size;
+    ReadByteRun(in, &left, row, header.RowBytes());
     in.Seek(std::min(end, in.size()));
     return whole;
-  }
-
- private:
-  void Unpack(std::size_t size) {
-    const std::size_t rowBytes = header.RowBytes();
-    std::memset(row, 0, rowBytes);
-    std::size_t used = 0, done = 0;
-    while (used < size && done < rowBytes) {
-      const auto code = static_cast<std::int8_t>(in.U8());
-      ++used;
-      if (code == -128) continue;
-      const std::size_t count = static_cast<std::size_t>(code < 0 ? 1 - code : code + 1);
-      const std::size_t part = std::min(count, rowBytes - done);
-      if (code < 0) {
-        std::memset(row + done, in.U8(), part);
-        ++used;
-      } else {
-        const std::size_t held = std::min(part, size - used);
-        in.Read(row + done, held);
-        used += held;
-      }
-      done += part;
-    }
   }
 };
 
