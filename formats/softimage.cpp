@@ -54,7 +54,8 @@ bool ReadStart(FileReader& in) {
 bool ReadSize(FileReader& in, std::int32_t* width, std::int32_t* height) {
   *width = in.U16();
   *height = in.U16();
-  if (*width == 0 || *height == 0 || in.ended()) return Fail("width and/or height illegal or unreadable");
+  if (*width == 0 || *height == 0 || in.ended())
+    return Fail("width and/or height illegal or unreadable");
   in.F32();  // aspect ratio
   const std::uint16_t fields = in.U16();
   in.U16();  // pad
@@ -204,6 +205,13 @@ bool WritePacket(FileWriter& out, const Packet& packet, const std::string& which
   return true;
 }
 
+// A byte that could not be written is reported, and the next one is tried all the same.
+void WriteData(FileWriter& out, std::uint8_t byte, const char* component) {
+  if (out.U8(byte)) return;
+  FailSave(std::string("failed on writing ") + component + " data byte");
+  out.GoOn();
+}
+
 }  // namespace
 
 std::int32_t IsSoftimage(const char* path) {
@@ -259,15 +267,14 @@ void SaveSoftimage(const char* path, const ImageRecord* image) {
   if (!WriteHeader(out, *image) || !WritePacket(out, colourPacket, "RGB")) return;
   if (alpha && !WritePacket(out, alphaPacket, "alpha")) return;
   const auto width = static_cast<std::size_t>(image->width);
-  TrackedBytes row(3 * width, "allocptr");
-  if (!row) return;
   for (std::int32_t y = 0; y < image->height; ++y) {
-    const std::uint8_t* pixels = PixelRow(*image, y);
-    RowToRgb(pixels, row.data(), width);
-    if (!out.Write(row.data(), 3 * width)) return FailSave("failed on writing red data byte");
-    if (!alpha) continue;
-    for (std::size_t x = 0; x < width; ++x) row[x] = pixels[4 * x + 3];
-    if (!out.Write(row.data(), width)) return FailSave("failed on writing alpha data byte");
+    const std::uint8_t* const pixels = PixelRow(*image, y);
+    for (std::size_t x = 0; x < width; ++x) {
+      WriteData(out, pixels[4 * x], "red");
+      WriteData(out, pixels[4 * x + 1], "green");
+      WriteData(out, pixels[4 * x + 2], "blue");
+    }
+    for (std::size_t x = 0; alpha && x < width; ++x) WriteData(out, pixels[4 * x + 3], "alpha");
   }
   out.Finish();
 }

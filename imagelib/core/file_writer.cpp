@@ -35,8 +35,12 @@ FileWriter::~FileWriter() {
 }
 
 void FileWriter::Fail() {
-  failed_ = true;
+  failed_ = incomplete_ = true;
   NoteSaveFailed(std::strerror(errno));
+}
+
+void FileWriter::GoOn() {
+  failed_ = false;
 }
 
 bool FileWriter::Emit(const void* data, std::size_t count) {
@@ -126,7 +130,7 @@ bool FileWriter::Finish() {
   std::FILE* const file = file_;
   file_ = nullptr;
   if (std::fclose(file) != 0) Fail();
-  if (failed_) return false;
+  if (incomplete_) return false;
   NoteSaveWhole();
   return true;
 }

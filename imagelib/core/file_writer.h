@@ -19,7 +19,7 @@ class FileWriter {
   FileWriter(const FileWriter&) = delete;
   FileWriter& operator=(const FileWriter&) = delete;
 
-  /// Open, and nothing has failed so far. Once false, writes do nothing.
+  /// Open, and nothing has failed so far. Once false, writes do nothing until GoOn().
   bool ok() const { return file_ != nullptr && !failed_; }
   std::uint64_t position() const { return flushed_ + used_; }
 
@@ -43,6 +43,10 @@ class FileWriter {
   /// A text field of `size` bytes: as much of `text` as leaves room for a zero, and zeros.
   bool Text(std::string_view text, std::size_t size);
 
+  /// Goes on after a failure, without what was in the buffer then. The save stays a failed one: the
+  /// writer can no longer be finished with success.
+  void GoOn();
+
   /// Overwrites bytes from `offset` on, all of which have been written before.
   bool Patch(std::uint64_t offset, const void* data, std::size_t count);
   /// The same for a number in the file byte order.
@@ -58,6 +62,7 @@ class FileWriter {
 
   std::FILE* file_;
   bool failed_ = false;
+  bool incomplete_ = false;    // something failed at any time
   std::uint64_t flushed_ = 0;  // bytes handed to the system
   std::size_t used_ = 0;
   std::uint8_t buffer_[32768];

@@ -1,6 +1,8 @@
 #include "formats/softimage.h"
+#include "imagelib/core/save_outcome.h"
 #include "tests/formats/common_builder.h"
 #include "tests/formats/station_builder.h"
+#include "tests/support/fault_injection.h"
 #include "tests/support/library_test.h"
 #include "tests/support/pictures.h"
 
@@ -152,6 +154,20 @@ TEST_F(SoftimageTest, Saves) {
             (Bytes{1, 8, 0, 0xE0, 0, 8, 0, 0x10, 1, 2, 3, 5, 6, 7, 4, 8}));
   SaveSoftimage(temp.file("no/such").c_str(), image.get());
   EXPECT_THAT(host.errors, ElementsAre("Softimage saver: could not open file"));
+}
+
+// 32660 data bytes join the 108 header bytes in the piece that the disk refuses.
+TEST_F(SoftimageTest, GoesOnAfterAFailedByte) {
+  const ImageGuard image = Solid(160, 120, {1, 2, 3, 255});
+  const std::string path = temp.file("out.pic");
+  BeginSaveOutcome();
+  {
+    const WriteFailure failure(0);
+    SaveSoftimage(path.c_str(), image.get());
+  }
+  EXPECT_THAT(host.errors, ElementsAre("Softimage saver: failed on writing blue data byte"));
+  EXPECT_EQ(ReadFile(path).size(), 3u * 160 * 120 - 32660 - 1);
+  EXPECT_EQ(GetSaveOutcome(), SaveOutcome::failed);
 }
 
 }  // namespace
