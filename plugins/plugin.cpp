@@ -1,0 +1,45 @@
+#include "plugins/plugin.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace imx {
+namespace {
+
+template <typename Test>
+bool EveryPixel(const PluginRecord& record, Test&& test) {
+  for (std::int32_t y = 0; y < record.height; ++y) {
+    const std::uint8_t* pixel = RecordRow(record, y);
+    for (std::int32_t x = 0; x < record.width; ++x, pixel += 4) {
+      if (!test(pixel)) return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
+bool IsGreyRecord(const PluginRecord& record) {
+  return EveryPixel(record, [](const std::uint8_t* p) { return p[0] == p[1] && p[1] == p[2]; });
+}
+
+bool HasAlphaChannel(const PluginRecord& record) {
+  const std::uint8_t first = RecordRow(record, 0)[3];
+  return !EveryPixel(record, [first](const std::uint8_t* p) { return p[3] == first; });
+}
+
+void SetField(char* field, std::size_t size, const char* text) {
+  if (!text) return;
+  const std::size_t length = std::min(std::strlen(text), size - 1);
+  std::memcpy(field, text, length);
+  field[length] = 0;
+}
+
+std::uint64_t FileSize(std::FILE* file) {
+  if (fseeko(file, 0, SEEK_END) != 0) return 0;
+  const auto size = ftello(file);
+  if (size < 0 || fseeko(file, 0, SEEK_SET) != 0) return 0;
+  return static_cast<std::uint64_t>(size);
+}
+
+}  // namespace imx

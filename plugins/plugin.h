@@ -1,0 +1,53 @@
+/// What the plug-in libraries share: their exported functions, and the pixels of the record that
+/// host and plug-in exchange.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+
+#include "imagelib/dispatch/plugin_interface.h"
+
+#if defined(_WIN32)
+#define IMX_PLUGIN_EXPORT extern "C" __declspec(dllexport)
+#else
+#define IMX_PLUGIN_EXPORT extern "C" __attribute__((visibility("default")))
+#endif
+
+namespace imx {
+
+/// The host's services, those that a plug-in has a use for.
+struct PluginHost {
+  PluginProgressBegin begin = nullptr;
+  PluginProgressUpdate update = nullptr;
+  PluginProgressEnd end = nullptr;
+  PluginMakeImage makeImage = nullptr;
+  PluginAllocate allocate = nullptr;
+  PluginFree free = nullptr;
+};
+
+/// The R, G, B, A bytes of a row.
+inline std::uint8_t* RecordRow(const PluginRecord& record, std::int32_t y) {
+  return record.pixels + std::ptrdiff_t{4} * record.rowOffsets[y];
+}
+
+/// Whether red, green and blue are equal in every pixel.
+bool IsGreyRecord(const PluginRecord& record);
+
+/// Whether the alpha bytes differ from each other. The record does not tell whether the image has
+/// alpha; bytes that are all the same carry none that is worth a channel.
+bool HasAlphaChannel(const PluginRecord& record);
+
+/// Copies `text`, cut where the field is full. A null `text` leaves the field as it is.
+void SetField(char* field, std::size_t size, const char* text);
+
+struct FileCloser {
+  void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using OpenFile = std::unique_ptr<std::FILE, FileCloser>;
+
+/// Bytes in the file; it is left at its start. 0 when that cannot be told.
+std::uint64_t FileSize(std::FILE* file);
+
+}  // namespace imx
