@@ -88,7 +88,7 @@ read_row() {
     return 0
   fi
   row "$format" "read $what" "$imx pixels $file" "${@:5}" "$(ffmpeg_read "$file")" \
-    "gm convert $file rgba:/dev/null" "convert-im6 $file rgba:/dev/null"
+    "./stb $file" "gm convert $file rgba:/dev/null" "convert-im6 $file rgba:/dev/null"
 }
 # One frame of an animation; no tool in Debian writes any.
 make_flc() {
@@ -166,11 +166,11 @@ read_row iff packed few.iff 'by_imx few.ppm few.iff' 'ilbmtoppm few.iff'
 read_row sgi verbatim raw.sgi 'by_imx --type rgb --no-compress few.ppm raw.sgi' 'sgitopnm raw.sgi'
 read_row sgi run-length rle.sgi 'by_imx --type rgb few.ppm rle.sgi' 'sgitopnm rle.sgi'
 read_row alias run-length few.pix 'by_imx few.ppm few.pix'
-read_row softimage raw few.pic 'by_imx few.ppm few.pic' './stb few.pic'
+read_row softimage raw few.pic 'by_imx few.ppm few.pic'
 read_row rla literal few.rla 'by_imx few.ppm few.rla' 'oiiotool few.rla --threads 1 --echo ""'
 read_row rla run-length peer.rla 'oiiotool few.ppm -o peer.rla'
-read_row psd raw raw.psd 'convert-im6 few.ppm -compress none raw.psd' './stb raw.psd'
-read_row psd run-length rle.psd 'convert-im6 few.ppm -compress RLE rle.psd' './stb rle.psd'
+read_row psd raw raw.psd 'convert-im6 few.ppm -compress none raw.psd'
+read_row psd run-length rle.psd 'convert-im6 few.ppm -compress RLE rle.psd'
 read_row flc run-length few.flc 'make_flc few.flc'
 read_row avi raw few.avi 'ffmpeg -i few.ppm -c:v rawvideo -pix_fmt bgr24 few.avi'
 read_row dem text grey.dem 'make_dem grey.dem' 'gdal_translate -q -of MEM grey.dem none'
