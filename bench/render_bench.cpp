@@ -1,8 +1,6 @@
 // The colour renderer beside ImageMagick and pngquant: a photograph of 2048 x 2048 reduced to 256
 // colours with error diffusion. Times are CPU milliseconds, the least of several runs.
 
-#include <sys/resource.h>
-
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -10,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/cpu_time.h"
 #include "bench/photo.h"
 #include "formats/codec_state.h"
 #include "formats/png.h"
@@ -24,23 +23,12 @@ namespace {
 constexpr std::int32_t kSide = 2048;
 constexpr int kRuns = 5;
 
-double CpuMilliseconds(int who) {
-  rusage usage;
-  getrusage(who, &usage);
-  const auto milliseconds = [](const timeval& time) {
-    return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_usec) * 1e-3;
-  };
-  return milliseconds(usage.ru_utime) + milliseconds(usage.ru_stime);
-}
-
 /// Least CPU time of `work`, in this process or in the programs that it runs.
 template <typename Work>
 double Measure(int who, Work&& work) {
   double least = std::numeric_limits<double>::max();
   for (int run = 0; run < kRuns; ++run) {
-    const double before = CpuMilliseconds(who);
-    work();
-    least = std::min(least, CpuMilliseconds(who) - before);
+    least = std::min(least, CpuTimeOf(who, work));
   }
   return least;
 }

@@ -32,21 +32,35 @@ bool ReadHeader(FileReader& in, AliasHeader* h) {
   return true;
 }
 
-/// Decodes one row of packets; a run past the row is cut. False when the data end within the row.
+/// Decodes packets into pixels[*done..width) until the row is full or no whole packet is left in
+/// the view; a run past the row is cut. Bytes used.
+template <bool matte>
+std::size_t DecodePackets(FileReader::View view, std::size_t width, std::uint8_t* pixels,
+                          std::size_t* done) {
+  constexpr std::size_t kPacketSize = matte ? 2 : 4;
+  std::size_t used = 0;
+  std::size_t at = *done;
+  for (; at < width && view.size - used >= kPacketSize; used += kPacketSize) {
+    const std::uint8_t* packet = view.data + used;
+    const std::uint8_t pixel[4] = {matte ? kMatteGrey : packet[1], matte ? kMatteGrey : packet[2],
+                                   matte ? kMatteGrey : packet[3],
+                                   matte ? packet[1] : std::uint8_t{255}};
+    const std::size_t end = at + std::min<std::size_t>(packet[0], width - at);
+    for (; at < end; ++at) std::memcpy(pixels + 4 * at, pixel, 4);
+  }
+  *done = at;
+  return used;
+}
+
+/// False when the data end within the row.
 bool ReadRow(FileReader& in, const AliasHeader& h, std::uint8_t* pixels) {
-  const std::size_t packetSize = h.IsMatte() ? 2 : 4;
+  constexpr std::size_t kWindow = 8192;
   for (std::size_t done = 0; done < h.width;) {
-    const FileReader::View packet = in.Peek(packetSize);
-    if (packet.size < packetSize) return false;
-    const std::size_t run = std::min<std::size_t>(packet.data[0], h.width - done);
-    std::uint8_t pixel[4] = {kMatteGrey, kMatteGrey, kMatteGrey, packet.data[1]};
-    if (!h.IsMatte()) {
-      std::memcpy(pixel, packet.data + 1, 3);
-      pixel[3] = 255;
-    }
-    in.Skip(static_cast<std::uint32_t>(packetSize));
-    for (std::size_t i = 0; i < run; ++i) std::memcpy(pixels + 4 * (done + i), pixel, 4);
-    done += run;
+    const FileReader::View view = in.Peek(kWindow);
+    const std::size_t used = h.IsMatte() ? DecodePackets<true>(view, h.width, pixels, &done)
+                                         : DecodePackets<false>(view, h.width, pixels, &done);
+    if (used == 0) return false;
+    in.Skip(used);
   }
   return true;
 }

@@ -60,6 +60,13 @@ class ChunkData {
     const unsigned low = U8();
     return static_cast<std::uint16_t>(low | static_cast<unsigned>(U8()) << 8);
   }
+  /// The next `count` bytes, or as many of them as there are.
+  std::span<const std::uint8_t> Bytes(std::size_t count) {
+    ended_ = ended_ || count > data_.size() - at_;
+    const auto bytes = data_.subspan(at_, std::min(count, data_.size() - at_));
+    at_ += bytes.size();
+    return bytes;
+  }
   bool ended() const { return ended_; }
   std::size_t size() const { return data_.size(); }
 
@@ -103,10 +110,11 @@ bool DecodeByteRun(ChunkData data, Area& area) {
     for (std::size_t x = 0; x < area.width && !data.ended();) {
       const int code = data.I8();
       const std::size_t count = static_cast<std::size_t>(code < 0 ? -code : code);
-      const std::uint8_t repeated = code < 0 ? std::uint8_t{0} : data.U8();
-      for (std::size_t i = 0; i < count; ++i) {
-        const std::uint8_t value = code < 0 ? data.U8() : repeated;
-        if (x + i < area.width && !data.ended()) row[x + i] = value;
+      const std::span<const std::uint8_t> held = data.Bytes(code < 0 ? count : 1);
+      if (code < 0) {
+        std::copy_n(held.begin(), std::min(held.size(), area.width - x), row + x);
+      } else if (!held.empty()) {
+        std::memset(row + x, held[0], std::min(count, area.width - x));
       }
       x += count;
     }
@@ -122,12 +130,15 @@ bool DecodeByteDeltaLine(ChunkData& data, Area& area, std::uint8_t* row, unsigne
     if (x >= area.width) return false;
     const int code = data.I8();
     const std::size_t count = static_cast<std::size_t>(code < 0 ? -code : code);
-    const std::uint8_t repeated = code < 0 ? data.U8() : std::uint8_t{0};
-    for (std::size_t i = 0; i < count; ++i, ++x) {
-      if (x >= area.width) return false;
-      const std::uint8_t value = code < 0 ? repeated : data.U8();
-      if (!data.ended()) row[x] = value;
+    const std::size_t room = area.width - x;
+    if (code < 0) {
+      const std::uint8_t repeated = data.U8();
+      if (!data.ended()) std::memset(row + x, repeated, std::min(count, room));
+    } else {
+      std::ranges::copy(data.Bytes(std::min(count, room)), row + x);
     }
+    if (count > room) return false;
+    x += count;
   }
   return true;
 }
@@ -155,19 +166,19 @@ void DecodeWordDeltaLine(ChunkData& data, Area& area, std::size_t y, unsigned pa
     x += data.U8();
     const int code = data.I8();
     const std::size_t count = static_cast<std::size_t>(code < 0 ? -code : code);
-    std::uint8_t pair[2] = {};
+    // The last pair of an odd row reaches into the next row, and none behind the area.
+    const std::size_t left = area.bytes.size() - std::min(area.bytes.size(), y * area.width + x);
+    const std::size_t room = x < area.width ? std::min((area.width - x + 1) / 2, left / 2) : 0;
+    const std::size_t written = std::min(count, room);
     if (code < 0) {
-      pair[0] = data.U8();
-      pair[1] = data.U8();
+      const std::span<const std::uint8_t> pair = data.Bytes(2);
+      if (data.ended()) return;
+      for (std::size_t i = 0; i < written; ++i) std::memcpy(row + x + 2 * i, pair.data(), 2);
+    } else {
+      const std::span<const std::uint8_t> pairs = data.Bytes(2 * written);
+      std::copy_n(pairs.begin(), pairs.size() / 2 * 2, row + x);
     }
-    for (std::size_t i = 0; i < count; ++i, x += 2) {
-      if (x >= area.width || y * area.width + x + 1 >= area.bytes.size()) continue;
-      if (code >= 0) {
-        pair[0] = data.U8();
-        pair[1] = data.U8();
-      }
-      if (!data.ended()) std::memcpy(row + x, pair, 2);
-    }
+    x += 2 * count;
     if (x > area.width) return;
   }
 }

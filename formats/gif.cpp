@@ -137,7 +137,9 @@ bool DecodeImage(FileReader& in, LzwStrings& strings, FramePen& pen) {
   std::int32_t width = codeSize + 1;
   std::int32_t limit = 2 * clear;
   std::int32_t previous = LzwStrings::kNone;
-  std::uint8_t text[LzwStrings::kMostCodes];
+  // Strings are short, most of them: many are put at once.
+  std::uint8_t text[2 * LzwStrings::kMostCodes];
+  std::size_t held = 0;
   strings.Reset(codeSize);
   for (std::int32_t code; (code = codes.Next(width)) >= 0;) {
     if (code == clear) {
@@ -161,10 +163,15 @@ bool DecodeImage(FileReader& in, LzwStrings& strings, FramePen& pen) {
         limit *= 2;
       }
     }
-    strings.Copy(code, text);
-    if (!pen.Put(text, strings.Length(code))) return false;
+    strings.Copy(code, text + held);
+    held += strings.Length(code);
+    if (held >= LzwStrings::kMostCodes) {
+      if (!pen.Put(text, held)) return false;
+      held = 0;
+    }
     previous = code;
   }
+  if (!pen.Put(text, held)) return false;
   codes.Finish();
   return true;
 }

@@ -41,23 +41,40 @@ bool ReadHeader(FileReader& in, RlaHeader* h) {
   return true;
 }
 
-/// Decodes one channel of a scanline into every fourth byte. A repeat or literal past the row's end
-/// is cut. False when the data end first.
-bool ReadChannel(FileReader& in, std::int32_t width, std::uint8_t complement, std::uint8_t* out) {
-  in.U16();  // the length that the file states does not bound the decoding
-  for (std::int32_t done = 0; done < width;) {
-    const auto code = static_cast<std::int8_t>(in.U8());
+/// Decodes packets into every fourth byte until `width` of them are there or no whole packet is
+/// left in the view. A repeat or literal past the row's end is cut. Bytes used.
+std::size_t DecodePackets(FileReader::View view, std::size_t width, std::uint8_t complement,
+                          std::uint8_t* out, std::size_t* done) {
+  const std::uint8_t* const end = view.data + view.size;
+  const std::uint8_t* in = view.data;
+  while (*done < width && in < end) {
+    const auto code = static_cast<std::int8_t>(*in);
     const bool literal = code < 0;
-    const std::int32_t count = literal ? -code : code + 1;
-    const std::size_t held = literal ? static_cast<std::size_t>(count) : 1;
-    const FileReader::View view = in.Peek(held);
-    if (view.size < held) return false;
-    const std::int32_t run = std::min(count, width - done);
-    for (std::int32_t i = 0; i < run; ++i, out += 4) {
-      *out = view.data[literal ? i : 0] ^ complement;
+    const auto count = static_cast<std::size_t>(literal ? -code : code + 1);
+    const std::size_t held = 1 + (literal ? count : 1);
+    if (static_cast<std::size_t>(end - in) < held) break;
+    const std::size_t run = std::min(count, width - *done);
+    std::uint8_t* to = out + 4 * *done;
+    if (literal) {
+      for (std::size_t i = 0; i < run; ++i) to[4 * i] = in[1 + i] ^ complement;
+    } else {
+      const std::uint8_t value = in[1] ^ complement;
+      for (std::size_t i = 0; i < run; ++i) to[4 * i] = value;
     }
-    in.Skip(static_cast<std::uint32_t>(held));
-    done += run;
+    in += held;
+    *done += run;
+  }
+  return static_cast<std::size_t>(in - view.data);
+}
+
+/// Decodes one channel of a scanline. False when the data end first.
+bool ReadChannel(FileReader& in, std::size_t width, std::uint8_t complement, std::uint8_t* out) {
+  constexpr std::size_t kWindow = 4096;
+  in.U16();  // the length that the file states does not bound the decoding
+  for (std::size_t done = 0; done < width;) {
+    const std::size_t used = DecodePackets(in.Peek(kWindow), width, complement, out, &done);
+    if (used == 0) return false;
+    in.Skip(used);
   }
   return true;
 }
@@ -65,7 +82,8 @@ bool ReadChannel(FileReader& in, std::int32_t width, std::uint8_t complement, st
 bool ReadScanline(FileReader& in, const RlaHeader& h, std::uint8_t* pixels) {
   for (std::int32_t channel = 0; channel < h.Channels(); ++channel) {
     const std::uint8_t complement = channel == kMatte ? 0xFF : 0;
-    if (!ReadChannel(in, h.width, complement, pixels + channel)) return false;
+    const auto width = static_cast<std::size_t>(h.width);
+    if (!ReadChannel(in, width, complement, pixels + channel)) return false;
   }
   return true;
 }

@@ -3,6 +3,7 @@
 #include "ops/clip_region.h"
 #include "ops/new_image.h"
 #include "ops/operations.h"
+#include "ops/pixel_vector.h"
 
 namespace imx {
 namespace {
@@ -13,11 +14,9 @@ constexpr float kPerAlphaStep = 0.003921569f;
 void BlendRow(const std::uint8_t* from, std::uint8_t* to, std::int32_t width) {
   for (std::int32_t x = 0; x < width; ++x, from += 4, to += 4) {
     const float a = static_cast<float>(from[3]) * kPerAlphaStep;
-    for (int channel = 0; channel < 3; ++channel) {
-      const float blended =
-          static_cast<float>(from[channel]) * a + static_cast<float>(to[channel]) * (1 - a);
-      to[channel] = static_cast<std::uint8_t>(blended);
-    }
+    const std::uint8_t alpha = to[3];
+    StorePixel(to, LoadPixel(from) * a + LoadPixel(to) * (1 - a));
+    to[3] = alpha;
   }
 }
 

@@ -1,32 +1,13 @@
-#include <cstring>
-
 #include "ops/clip_region.h"
 #include "ops/new_image.h"
 #include "ops/operations.h"
+#include "ops/pixel_vector.h"
 #include "ops/scale_map.h"
 
 namespace imx {
 namespace {
 
 constexpr std::int32_t kSmallestSource = 3;
-
-/// One float for each channel of a pixel; arithmetic is elementwise.
-using Channels = float __attribute__((vector_size(16)));
-using ChannelInts = std::int32_t __attribute__((vector_size(16)));
-using ChannelBytes = std::uint8_t __attribute__((vector_size(4)));
-
-Channels LoadPixel(const std::uint8_t* pixel) {
-  ChannelBytes bytes;
-  std::memcpy(&bytes, pixel, sizeof bytes);
-  return __builtin_convertvector(bytes, Channels);
-}
-
-/// Truncates each channel, all of them within 0 .. 255, to a byte.
-void StorePixel(std::uint8_t* pixel, Channels value) {
-  const auto whole = __builtin_convertvector(value, ChannelInts);
-  const auto bytes = __builtin_convertvector(whole, ChannelBytes);
-  std::memcpy(pixel, &bytes, sizeof bytes);
-}
 
 /// The window that is sampled, and the maps from output positions into it.
 struct Sampling {

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "imagelib/core/host.h"
+#include "imagelib/core/large_pages.h"
 
 namespace imx {
 namespace {
@@ -12,6 +13,7 @@ namespace {
 constexpr unsigned char kGuard[4] = {0xDE, 0xAD, 0xBE, 0xEF};
 constexpr std::size_t kHeaderSize = 8;  // u32 size, then the front guard
 constexpr std::uint32_t kListGrowth = 100;
+constexpr std::uint32_t kLargeBlock = 1 << 22;  // from here on large pages pay
 // The block is taken as (n + 16) >> 2 words; n + 16 must still fit 32 bits.
 constexpr std::uint64_t kLargestBlock = 0xFFFFFFFFull - 16;
 
@@ -105,6 +107,7 @@ void* AllocMem(std::uint32_t count, std::uint32_t size, const char* label) {
   const auto n = static_cast<std::uint32_t>(product);
   auto* start = static_cast<unsigned char*>(std::calloc((n + 16) >> 2, 4));
   if (!start) return nullptr;
+  if (n >= kLargeBlock) AskForLargePages(start, n);
   if (!Register(start, n, label)) {
     std::free(start);
     return nullptr;

@@ -1,0 +1,172 @@
+// The image operations on a photograph of 2048 x 2048, beside ImageMagick on one thread. All times
+// are processor time; of ImageMagick's the time of loading the same pictures is taken off.
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "bench/cpu_time.h"
+#include "bench/photo.h"
+#include "imagelib/core/host.h"
+#include "ops/clip_region.h"
+#include "ops/operations.h"
+#include "tests/support/files.h"
+#include "tests/support/run_program.h"
+
+namespace imx::bench {
+namespace {
+
+constexpr std::int32_t kSide = 2048;
+constexpr int kLoads = 5;
+
+using Arguments = std::vector<std::string>;
+
+/// The picture, the one that is merged into it, and the same as files of bare pixels.
+struct Pictures {
+  ImageGuard photo = Photo(kSide, kSide);
+  ImageGuard layer = Photo(kSide, kSide);
+  test::TempDir folder;
+
+  Pictures() {
+    layer->flags |= kFlagAlpha;
+    for (std::int32_t y = 0; y < kSide; ++y) {
+      std::uint8_t* row = PixelRow(*layer, y);
+      for (std::int32_t x = 0; x < kSide; ++x) row[4 * x + 3] = static_cast<std::uint8_t>(x + y);
+    }
+    Write("photo.rgba", *photo);
+    Write("layer.rgba", *layer);
+  }
+
+  Arguments Load(const std::string& name) {
+    return {"-size", "2048x2048", "-depth", "8", "rgba:" + folder.file(name)};
+  }
+
+ private:
+  void Write(const char* name, const ImageRecord& image) {
+    const std::span<const std::uint8_t> bytes(image.pixels, std::size_t{4} * image.pixelCount);
+    folder.Write(name, bytes);
+  }
+};
+
+Pictures& Shared() {
+  static Pictures pictures;
+  return pictures;
+}
+
+bool DropImage(const char*, ImageRecord*) {
+  return false;  // the operation frees what is not taken
+}
+
+struct Operation {
+  const char* name;
+  void (*own)(ImageRecord* photo);
+  bool merges;     ///< works on the second picture too
+  Arguments peer;  ///< ImageMagick's options, output among them
+};
+
+const std::vector<Operation>& All() {
+  static const auto rescale = [](float factor) { Operations().scaleFactor = factor; };
+  static const auto resample = [](float factor) { Operations().resampleScale = factor; };
+  static const std::vector<Operation> all = {
+      {"rescale to half",
+       [](ImageRecord* p) { rescale(0.5f), RescaleRegion(p); },
+       false,
+       {"-sample", "50%", "null:"}},
+      {"rescale by 1.5",
+       [](ImageRecord* p) { rescale(1.5f), RescaleRegion(p); },
+       false,
+       {"-sample", "150%", "null:"}},
+      {"rescale by 2",
+       [](ImageRecord* p) { rescale(2.0f), RescaleRegion(p); },
+       false,
+       {"-sample", "200%", "null:"}},
+      {"resample to half",
+       [](ImageRecord* p) { resample(0.5f), ResampleRegion(p); },
+       false,
+       {"-interpolate", "bilinear", "-interpolative-resize", "50%", "null:"}},
+      {"resample by 1.5",
+       [](ImageRecord* p) { resample(1.5f), ResampleRegion(p); },
+       false,
+       {"-filter", "triangle", "-resize", "150%", "null:"}},
+      {"resample by 2",
+       [](ImageRecord* p) { resample(2.0f), ResampleRegion(p); },
+       false,
+       {"-filter", "triangle", "-resize", "200%", "null:"}},
+      {"merge with alpha",
+       MergeRegion,
+       true,
+       {"-filter", "triangle", "-resize", "2047x2047!", "-compose", "over", "-composite", "null:"}},
+      {"gamma",
+       [](ImageRecord* p) { Operations().gammaValue = 0.5f, ApplyGamma(p); },
+       false,
+       {"-gamma", "2", "null:"}},
+      {"colour count",
+       [](ImageRecord* p) { benchmark::DoNotOptimize(CountColours(p)); },
+       false,
+       {"-format", "%k", "info:"}},
+  };
+  return all;
+}
+
+void Own(benchmark::State& state, const Operation& operation) {
+  Services().showImage = DropImage;
+  Operations().mergeSource = Shared().layer.get();
+  for (auto _ : state) {
+    CurrentClipRegion() = {0, 0, kSide - 1, kSide - 1};
+    state.SetIterationTime(1e-3 *
+                           CpuTimeOf(RUSAGE_SELF, [&] { operation.own(Shared().photo.get()); }));
+  }
+}
+
+double TimeOfPeer(const Operation& operation, const Arguments& work) {
+  Arguments command = {"convert-im6", "-limit", "thread", "1"};
+  const auto add = [&command](const Arguments& more) {
+    command.insert(command.end(), more.begin(), more.end());
+  };
+  add(Shared().Load("photo.rgba"));
+  if (operation.merges) add(Shared().Load("layer.rgba"));
+  add(work);
+  bool done = false;
+  const double time =
+      CpuTimeOf(RUSAGE_CHILDREN, [&] { done = test::RunProgram(command).status == 0; });
+  return done ? time : -1;
+}
+
+void Peer(benchmark::State& state, const Operation& operation) {
+  double loading = TimeOfPeer(operation, {"null:"});
+  for (int run = 1; run < kLoads; ++run) {
+    loading = std::min(loading, TimeOfPeer(operation, {"null:"}));
+  }
+  if (loading < 0) return state.SkipWithError("ImageMagick is not installed");
+  for (auto _ : state) {
+    const double time = TimeOfPeer(operation, operation.peer);
+    state.SetIterationTime(1e-3 * std::max(time - loading, 0.0));
+  }
+}
+
+void RegisterAll() {
+  const auto least = [](const std::vector<double>& times) {
+    return *std::min_element(times.begin(), times.end());
+  };
+  for (const Operation& operation : All()) {
+    for (const bool own : {true, false}) {
+      const std::string name = std::string(operation.name) + (own ? "/imx" : "/ImageMagick");
+      benchmark::RegisterBenchmark(name.c_str(), own ? Own : Peer, operation)
+          ->Unit(benchmark::kMillisecond)
+          ->UseManualTime()
+          ->ComputeStatistics("least", least);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace imx::bench
+
+int main(int argc, char** argv) {
+  imx::bench::RegisterAll();
+  benchmark::Initialize(&argc, argv);
+  benchmark::RunSpecifiedBenchmarks();
+}
