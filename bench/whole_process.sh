@@ -174,6 +174,9 @@ read_row psd run-length rle.psd 'convert-im6 few.ppm -compress RLE rle.psd'
 read_row flc run-length few.flc 'make_flc few.flc'
 read_row avi raw few.avi 'ffmpeg -i few.ppm -c:v rawvideo -pix_fmt bgr24 few.avi'
 read_row dem text grey.dem 'make_dem grey.dem' 'gdal_translate -q -of MEM grey.dem none'
+read_row jpeg '4:2:0' photo.jpg 'by_imx --quality 85 photo.ppm photo.jpg' 'djpeg -outfile peer.out photo.jpg'
+read_row tiff raw raw.tif 'by_imx --no-compress photo.ppm raw.tif' 'tifftopnm raw.tif'
+read_row tiff LZW lzw.tif 'by_imx few.ppm lzw.tif' 'tifftopnm lzw.tif'
 
 write_row targa raw w.tga --no-compress photo.ppm 'pamtotga photo.ppm' \
   "$(ffmpeg_write photo.ppm '-rle 0 peer.tga')" \
@@ -199,3 +202,7 @@ write_row sgi run-length w.sgi '--type rgb' few.ppm 'pamtosgi few.ppm' "$(ffmpeg
 write_row alias run-length w.pix '' few.ppm "$(ffmpeg_write few.ppm peer.pix)"
 write_row softimage raw w.pic '' few.ppm
 write_row rla literal w.rla '' few.ppm 'oiiotool few.ppm --threads 1 -o peer.rla'
+write_row jpeg '4:2:0' w.jpg '--quality 85' photo.ppm 'gm convert photo.ppm -quality 85 peer.jpg' \
+  'cjpeg -optimize -quality 85 -outfile peer.jpg photo.ppm'
+write_row tiff raw w.tif --no-compress photo.ppm 'gm convert photo.ppm -compress none peer.tif'
+write_row tiff LZW w.tif '' few.ppm 'gm convert few.ppm -compress lzw peer.tif'
