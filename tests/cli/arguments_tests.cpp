@@ -42,7 +42,7 @@ TEST_F(ArgumentsTest, UsageErrorsAreOneLineAndChangeNothing) {
       {{"pixels", "a.ppm", "--raw", "0x5"}, "--raw"},
       {{"pixels", "a.ppm", "--raw-as", "cmyk"}, "--raw-as"},
       {{"convert", "-o", "x", "a.ppm"}, "--type"},
-      {{"convert", "-o", "x", "--type", "gif", "a.ppm", "-"}, "-"},
+      {{"convert", "-o", "x", "--type", "gif", "a.ppm", "-"}, "standard input has no name"},
       {{"convert", "-j", "0", "-o", "x", "--type", "gif", "a.ppm"}, "-j"},
       {{"convert", "a.ppm", "b.ppm", "--depth", "32"}, "ppm files have no depth 32"},
       {{"convert", "a.ppm", "b.trm", "--depth", "8"}, "trm files have no depth 8"},

@@ -96,7 +96,7 @@ class RenderSequences : public RenderTest, public testing::WithParamInterface<st
     for (auto& lock : plain.entryLocks) {
       lock = static_cast<std::uint8_t>(locks ? dice.Pick({0, 0, 0, 0, 1, 2}) : 0);
     }
-    std::memcpy(Mapping().entryLocks, plain.entryLocks, sizeof plain.entryLocks);
+    std::copy(plain.entryLocks.begin(), plain.entryLocks.end(), Mapping().entryLocks);
   }
 
   void RenderBoth(const ImageGuard& image, const Call& call) {
