@@ -1,7 +1,5 @@
 // The nearest-colour structures on their own, where a render reaches them too seldom.
 
-#include "render/fixed_palettes.h"
-#include "render/grey.h"
 #include "tests/render/render_test_fixture.h"
 
 namespace imx::test {
@@ -71,25 +69,6 @@ TEST_F(NearestTest, LookupsBeforeAnyPaletteAnswerZero) {
   EXPECT_EQ(NearestIndex(1, 2, 3), 0);
   StopRenderer();
   EXPECT_EQ(NearestIndex(1, 2, 3), 0);
-}
-
-TEST(FixedPalettes, CubeLevelsChangeAtTheirBorders) {
-  const auto borders = [](const CubeSteps& steps) {
-    std::vector<int> found;
-    for (std::size_t v = 1; v < 256; ++v) {
-      if (steps[v].nearest != steps[v - 1].nearest) found.push_back(static_cast<int>(v));
-    }
-    return found;
-  };
-  EXPECT_EQ(borders(kCubeRed), (std::vector{25, 67, 110, 152, 195, 237}));
-  EXPECT_EQ(borders(kCubeGreen), (std::vector{21, 57, 94, 130, 167, 203, 239}));
-  EXPECT_EQ(borders(kCubeBlue), (std::vector{53, 138, 223}));
-}
-
-TEST(FixedPalettes, GreyWeightsAreCutEachOnItsOwn) {
-  EXPECT_EQ(GreyValue(255, 255, 255), 255);
-  EXPECT_EQ(GreyValue(128, 128, 128), 42 + 52 + 32);
-  EXPECT_EQ(GreyValue(2, 2, 3), 0);
 }
 
 }  // namespace

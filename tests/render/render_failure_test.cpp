@@ -3,16 +3,10 @@
 #include <cstring>
 
 #include "tests/render/render_test_fixture.h"
+#include "tests/support/fault_injection.h"
 
 namespace imx::test {
 namespace {
-
-int allocationsLeft;
-
-void FailFrom(int allocation) {
-  allocationsLeft = allocation;
-  SetAllocationGate([] { return allocationsLeft-- > 0; });
-}
 
 struct Request {
   RenderCode code;
@@ -47,10 +41,8 @@ TEST_F(RenderFailureTest, EveryFailedAllocationFailsTheRenderAndLeaksNothing) {
     for (int n = 0; !done && n < 100; ++n) {
       palette = {};
       palette.green[9] = 80;
-      FailFrom(n);
-      done = static_cast<bool>(
-          RenderImage(*image, palette, request.code, request.mode, request.ordered, true, 100));
-      SetAllocationGate(nullptr);
+      const AllocationFailure failure(n, Afterwards::fail);
+      done = !Render(image, request.code, request.mode, request.ordered).empty();
       failures += done ? 0 : 1;
       StopRenderer();
       ASSERT_EQ(LiveBlockCount(), before) << "allocation " << n;
@@ -67,9 +59,10 @@ TEST_F(RenderFailureTest, AFailedRenderDoesNotSpoilTheNext) {
   const Palette wantedPalette = palette;
   for (int n = 0; n < 12; ++n) {
     StopRenderer();
-    FailFrom(n);
-    Render(image, RenderCode::colour8, kRenderFromImage);
-    SetAllocationGate(nullptr);
+    {
+      const AllocationFailure failure(n, Afterwards::fail);
+      Render(image, RenderCode::colour8, kRenderFromImage);
+    }
     palette = {};
     // A tree that could not be had is not asked for again; all else is.
     if (ExactIndex(0, 0, 0) == kExactUnavailable) continue;
@@ -83,9 +76,8 @@ TEST_F(RenderFailureTest, StartReportsMissingMemoryAndLeavesNothing) {
   StopRenderer();
   const std::size_t before = LiveBlockCount();
   for (int n = 0; n < 3; ++n) {
-    FailFrom(n);
+    const AllocationFailure failure(n);
     EXPECT_EQ(StartRenderer(), 1);
-    SetAllocationGate(nullptr);
     EXPECT_EQ(LiveBlockCount(), before);
     EXPECT_EQ(RenderPalette(), nullptr);
   }
