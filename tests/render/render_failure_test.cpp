@@ -74,6 +74,7 @@ TEST_F(RenderFailureTest, AFailedRenderDoesNotSpoilTheNext) {
 
 TEST_F(RenderFailureTest, StartReportsMissingMemoryAndLeavesNothing) {
   StopRenderer();
+  EXPECT_EQ(NearestIndex(1, 2, 3), 0) << "no palette was mapped";
   const std::size_t before = LiveBlockCount();
   for (int n = 0; n < 3; ++n) {
     const AllocationFailure failure(n);
@@ -83,6 +84,7 @@ TEST_F(RenderFailureTest, StartReportsMissingMemoryAndLeavesNothing) {
   }
   EXPECT_EQ(StartRenderer(), 0);
   EXPECT_EQ(RenderPalette()->count, 256);
+  EXPECT_EQ(NearestIndex(1, 2, 3), 0);
 }
 
 TEST_F(RenderFailureTest, AfterTheLibrarysShutdownARenderStartsAfresh) {

@@ -132,7 +132,7 @@ TEST_P(RenderSequences, GiveWhatThePlainRendererGives) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Seeds, RenderSequences, testing::Range(1u, 9u));
+INSTANTIATE_TEST_SUITE_P(Seeds, RenderSequences, testing::Range(1u, 21u));
 
 // Without the exact tree its passes add nothing and lookups go by cell alone.
 TEST_F(RenderSequences, GiveTheSameWithoutAnExactTree) {

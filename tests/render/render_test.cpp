@@ -1,6 +1,5 @@
-// Renders whose results are worked out by hand.
+// Renders whose results are worked out by hand, and what the host is told meanwhile.
 
-#include <algorithm>
 #include <utility>
 
 #include "tests/render/render_test_fixture.h"
@@ -9,19 +8,6 @@ namespace imx::test {
 namespace {
 
 using testing::ElementsAre;
-
-TEST_F(RenderTest, FourBitsStillFillThePaletteOfTheSettingsAndBeginWithBlack) {
-  const ImageGuard image = PhotoLike(80, 60);
-  const std::vector<int> indices = Render(image, RenderCode::colour4, kRenderFromImage);
-  EXPECT_EQ(Entry(0), GreyPixel(0));
-  EXPECT_GT(*std::max_element(indices.begin(), indices.end()), 15);
-  Rendering().renderBits = 4;
-  for (const RenderCode code : {RenderCode::colour4, RenderCode::colour8}) {
-    const std::vector<int> few = Render(image, code, kRenderFromImage);
-    EXPECT_LE(*std::max_element(few.begin(), few.end()), 15);
-    EXPECT_EQ(Entry(0) == GreyPixel(0), code == RenderCode::colour4);
-  }
-}
 
 TEST_F(RenderTest, GreysGoToTheRampUnlessTheyAreNearlyBlack) {
   const auto first = [&](std::uint8_t grey) {
@@ -48,16 +34,6 @@ TEST_F(RenderTest, ErrorsRunAlongTheRowsInTurns) {
   // -126, and 99 - 13 / 2 = 93.
   EXPECT_THAT(Render(image, RenderCode::blackWhite, kRenderFromImage, false, 50),
               ElementsAre(0, 0, 0, 1));
-}
-
-TEST_F(RenderTest, GreyPalettesAndIndices) {
-  const ImageGuard image = OneRow({{255, 0, 0, 255}, {0, 255, 0, 255}, {0, 0, 255, 255}});
-  EXPECT_THAT(Render(image, RenderCode::grey8, kRenderFromImage), ElementsAre(85, 105, 65));
-  EXPECT_EQ(Entry(200), GreyPixel(200));
-  // 85 is 5 * 17; 105 is 6 * 17 + 3, whose error 3 adds 1 to the 65: 4 * 16 + 2.
-  EXPECT_THAT(Render(image, RenderCode::colour4, kRenderGrey), ElementsAre(5, 6, 4));
-  EXPECT_EQ(Entry(15), GreyPixel(255));
-  EXPECT_EQ(Entry(16), GreyPixel(16)) << "wrapped to 8 bits";
 }
 
 TEST_F(RenderTest, TellsTheHostWhatItDoes) {
