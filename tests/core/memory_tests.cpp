@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "imagelib/core/guards.h"
-#include "tests/support/fault_injection.h"
 #include "tests/support/library_test.h"
 
 namespace imx::test {
@@ -173,24 +172,6 @@ TEST_F(MemoryTest, ShutdownReleasesWorkBuffersBeforeItLooksForLeaks) {
   EXPECT_TRUE(host.errors.empty());
   LibraryShutdown();
   EXPECT_TRUE(host.errors.empty());
-}
-
-TEST_F(MemoryTest, ArraysReleaseThemselvesOrHandOver) {
-  std::uint32_t* handedOver;
-  {
-    TrackedArray<std::uint32_t> first(3, "memtest1");
-    TrackedArray<std::uint32_t> second(5, "memtest1");
-    second = std::move(first);
-    EXPECT_EQ(second.size(), 3u);
-    TrackedArray<std::uint32_t> third(std::move(second));
-    EXPECT_FALSE(second);  // NOLINT(bugprone-use-after-move): empty after a move
-    handedOver = third.release();
-  }
-  EXPECT_EQ(LiveBlockCount(), 1u);
-  FreeMem(handedOver);
-
-  const AllocationFailure failure(0);
-  EXPECT_FALSE(TrackedBytes(1, "memtest1"));
 }
 
 }  // namespace

@@ -7,14 +7,6 @@
 namespace imx::test {
 namespace {
 
-TEST(Text, WholeCopiesFitOrLeaveTheFieldAlone) {
-  TextField field = "old";
-  EXPECT_FALSE(CopyText(field, std::string(255, 'x')));
-  EXPECT_STREQ(field, "old");
-  EXPECT_TRUE(CopyText(field, std::string(254, 'x')));
-  EXPECT_EQ(std::string(field), std::string(254, 'x'));
-}
-
 TEST(Text, CutCopiesAlwaysEnd) {
   TextField field;
   CopyTextCut(field, std::string(1000, 'x'));

@@ -11,7 +11,7 @@ using testing::ElementsAre;
 
 TEST_F(RenderTest, GreysGoToTheRampUnlessTheyAreNearlyBlack) {
   const auto first = [&](std::uint8_t grey) {
-    return Render(OneRow({GreyPixel(grey)}), RenderCode::colour8, kRenderFixed).at(0);
+    return Render(Solid(1, 1, GreyPixel(grey)), RenderCode::colour8, kRenderFixed).at(0);
   };
   EXPECT_EQ(first(128), 224 + 10);
   EXPECT_EQ(first(1), 0);
@@ -25,8 +25,7 @@ TEST_F(RenderTest, ErrorsRunAlongTheRowsInTurns) {
   // Grey 100 weighs 33 + 41 + 25 = 99: black, error 99. Beside it 99 + 49 = 148: white, error -107.
   // The next row begins at the right: 99 - 107 / 2 = 46: black, error 46; then, with the error 99
   // from above, 99 + 145 / 2 = 171: white.
-  const std::vector<Rgba> grey(4, GreyPixel(100));
-  const ImageGuard image = FromPixels(2, 2, grey);
+  const ImageGuard image = Solid(2, 2, GreyPixel(100));
   EXPECT_THAT(Render(image, RenderCode::blackWhite, kRenderFromImage), ElementsAre(0, 1, 1, 0));
   EXPECT_EQ(Entry(0), GreyPixel(0));
   EXPECT_EQ(Entry(1), GreyPixel(255));
