@@ -100,23 +100,25 @@ TEST_F(OpsTest, ProgressCountsTheRows) {
   const ImageGuard image = Coordinates(10, 8);
   Operations().scaleFactor = 2;
   Operations().gammaValue = 2;
-  Made(RescaleRegion, *image, {1, 1, 4, 3});
-  Made(ClipToRegion, *image, {1, 1, 4, 3});
-  Made(ResampleRegion, *image, {1, 1, 4, 3});
-  ApplyGamma(image.get());
-  CountColours(image.get());
-  const std::pair<const char*, int> wanted[] = {{"Generate Rescaled Image", 6},
-                                                {"Clipping Region", 3},
-                                                {"Generate Resampled Image", 3},
-                                                {"Apply Gamma", 8},
-                                                {"Count Colors", 8}};
-  ASSERT_EQ(host.progress.size(), std::size(wanted));
-  for (std::size_t i = 0; i < std::size(wanted); ++i) {
-    EXPECT_EQ(host.progress[i].title, wanted[i].first);
-    EXPECT_EQ(host.progress[i].total, wanted[i].second);
-    EXPECT_EQ(host.progress[i].extra, 1);
-    ASSERT_EQ(host.progress[i].positions.size(), static_cast<std::size_t>(wanted[i].second));
-    EXPECT_EQ(host.progress[i].positions.back(), wanted[i].second - 1);
+  const struct {
+    void (*operation)(ImageRecord*);
+    const char* title;
+    int rows;
+  } kCases[] = {
+      {RescaleRegion, "Generate Rescaled Image", 6},
+      {ClipToRegion, "Clipping Region", 3},
+      {ResampleRegion, "Generate Resampled Image", 3},
+      {ApplyGamma, "Apply Gamma", 8},
+      {[](ImageRecord* counted) { CountColours(counted); }, "Count Colors", 8},
+  };
+  for (const auto& c : kCases) {
+    Made(c.operation, *image, {1, 1, 4, 3});
+    const ProgressRun& run = host.progress.back();
+    EXPECT_EQ(run.title, c.title);
+    EXPECT_EQ(run.total, c.rows);
+    EXPECT_EQ(run.extra, 1);
+    ASSERT_EQ(run.positions.size(), static_cast<std::size_t>(c.rows)) << c.title;
+    EXPECT_EQ(run.positions.back(), c.rows - 1);
   }
 }
 
