@@ -58,7 +58,7 @@ TEST_F(ArgumentsTest, UsageErrorsAreOneLineAndChangeNothing) {
     EXPECT_EQ(result.out, "") << c.says;
     EXPECT_THAT(result.err, HasSubstr(c.says));
     EXPECT_THAT(result.err, MatchesRegex("imx[^\n]*\n"));
-    EXPECT_THAT(Files(), ElementsAre("a.ppm")) << c.says;
+    EXPECT_THAT(temp.Names(), ElementsAre("a.ppm")) << c.says;
   }
 }
 

@@ -29,7 +29,7 @@ TEST_F(FailureTest, WhatIsNoImageIsSaidInOneLineAndNothingIsWritten) {
       {"missing.png", "imx: missing.png: No such file or directory\n"},
       {"text.trm/below.png", "imx: text.trm/below.png: Not a directory\n"},
   };
-  const std::vector<std::string> before = Files();
+  const std::vector<std::string> before = temp.Names();
   for (const auto& [file, line] : kCases) {
     for (const std::vector<std::string>& arguments :
          {std::vector<std::string>{"info", file}, {"pixels", file}, {"convert", file, "out.png"}}) {
@@ -39,7 +39,7 @@ TEST_F(FailureTest, WhatIsNoImageIsSaidInOneLineAndNothingIsWritten) {
       EXPECT_EQ(result.err, line);
     }
   }
-  EXPECT_EQ(Files(), before);
+  EXPECT_EQ(temp.Names(), before);
 }
 
 TEST_F(FailureTest, AJpegWithoutItsPluginNamesTheLibrary) {
@@ -69,7 +69,7 @@ TEST_F(FailureTest, TooLargeAnImageIsRefusedBeforeItsMemoryIsTaken) {
               "imx: small.ppm: its pixels take 2 MiB, the limit is 1 (--max-memory)\n");
   }
   EXPECT_EQ(Imx({"convert", "--max-memory=1", "small.ppm", "out.ppm"}).status, 1);
-  EXPECT_THAT(Files(), ElementsAre("beyond.ppm", "huge.ppm", "small.ppm"));
+  EXPECT_THAT(temp.Names(), ElementsAre("beyond.ppm", "huge.ppm", "small.ppm"));
   ImxOutput({"info", "--max-memory", "2", "small.ppm"});
 }
 

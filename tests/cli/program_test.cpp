@@ -1,8 +1,6 @@
 #include "tests/cli/program_test.h"
 
-#include <algorithm>
 #include <cstdint>
-#include <filesystem>
 
 namespace imx::test {
 
@@ -28,15 +26,6 @@ std::string ProgramTest::Tool(const std::vector<std::string>& arguments, std::st
   ProgramResult result = RunProgram(arguments, input, temp.path());
   EXPECT_EQ(result.status, 0) << arguments[0] << ": " << result.err;
   return std::move(result.out);
-}
-
-std::vector<std::string> ProgramTest::Files() {
-  std::vector<std::string> names;
-  for (const auto& entry : std::filesystem::directory_iterator(temp.path())) {
-    names.push_back(entry.path().filename().string());
-  }
-  std::sort(names.begin(), names.end());
-  return names;
 }
 
 std::string ProgramTest::Decoded(const std::string& name) {

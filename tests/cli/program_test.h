@@ -27,9 +27,6 @@ class ProgramTest : public testing::Test {
   /// Runs a tool that must end well; its standard output.
   std::string Tool(const std::vector<std::string>& arguments, std::string_view input = {});
 
-  /// Names of the files in the test's folder, sorted.
-  std::vector<std::string> Files();
-
   /// Whether both files are there and hold the same bytes. Keeps pictures out of the tests' output.
   bool SameFiles(const std::string& a, const std::string& b) {
     return FileExists(temp.file(a)) && Contents(a) == Contents(b);

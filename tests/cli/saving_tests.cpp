@@ -31,7 +31,7 @@ TEST_F(SavingTest, AFullDiskLeavesTheOldFile) {
     EXPECT_EQ(result.status, 1) << type;
     EXPECT_EQ(result.err, "imx: out: File too large\n") << type;
     EXPECT_TRUE(Contents("out") == "the old file") << type;
-    EXPECT_THAT(Files(), ElementsAre("in.ppm", "out")) << type;
+    EXPECT_THAT(temp.Names(), ElementsAre("in.ppm", "out")) << type;
   }
 }
 
@@ -40,7 +40,7 @@ TEST_F(SavingTest, TheInputCanBeTheOutput) {
   ImxOutput({"convert", "in.ppm", "in.ppm", "--no-compress"});
   EXPECT_EQ(Contents("in.ppm").substr(0, 2), "P3");
   EXPECT_TRUE(ImxOutput({"pixels", "in.ppm"}) == before);
-  EXPECT_THAT(Files(), ElementsAre("in.ppm"));
+  EXPECT_THAT(temp.Names(), ElementsAre("in.ppm"));
 }
 
 TEST_F(SavingTest, PermissionsAreTheOldFilesOrThoseOfAnyNewOne) {
@@ -77,7 +77,7 @@ TEST_F(SavingTest, AnEndedProgramLeavesTheOldFileAndNothingElse) {
     rm large.ppm)");
   EXPECT_EQ(result.out, "status 143\n");
   EXPECT_TRUE(Contents("out.ppm") == "the old file");
-  EXPECT_THAT(Files(), ElementsAre("in.ppm", "out.ppm"));
+  EXPECT_THAT(temp.Names(), ElementsAre("in.ppm", "out.ppm"));
 }
 
 TEST_F(SavingTest, TheProgressBarIsForTerminalsOnly) {

@@ -42,7 +42,7 @@ TEST_F(StreamTest, AnEmptyOrUnknownStreamFails) {
   EXPECT_EQ(Imx({"info", "-"}).err, "imx: -: is empty\n");
   EXPECT_EQ(Imx({"info", "-"}, "words").err, "imx: -: not an image of a known type\n");
   EXPECT_EQ(Imx({"convert", "-", "out.ppm"}, "words").status, 1);
-  EXPECT_THAT(Files(), ElementsAre("in.ppm"));
+  EXPECT_THAT(temp.Names(), ElementsAre("in.ppm"));
 }
 
 TEST_F(StreamTest, AnEndlessStreamIsCutOff) {

@@ -74,7 +74,7 @@ TEST_F(ImageTest, NamesThatDoNotFitAreGeneratedByOneCounterAndPathsAreEmpty) {
   EXPECT_STREQ(tooLong->path, "");
 }
 
-// Every entry is compared where the fixed palette of the renderer is, which is the same.
+// The renderer's tests compare every entry.
 TEST_F(ImageTest, DefaultPaletteIsAColourCubeAndAGreyRamp) {
   const ImageGuard image(AllocImage(1, 1, "n", nullptr));
   const Palette& palette = image->palette;

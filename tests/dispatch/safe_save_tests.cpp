@@ -1,9 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <string>
-#include <vector>
 
 #include "formats/codec_state.h"
 #include "imagelib/core/guards.h"
@@ -17,8 +15,6 @@
 
 namespace imx::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -36,14 +32,6 @@ class SafeSaveTest : public LibraryTest {
     image->saveDepth = 0;
   }
 
-  std::vector<std::string> FilesInFolder() {
-    std::vector<std::string> names;
-    for (const auto& entry : fs::directory_iterator(temp.path())) {
-      names.push_back(entry.path().filename().string());
-    }
-    return names;
-  }
-
   ImageGuard image = PhotoLike(64, 48);
 };
 
@@ -52,7 +40,7 @@ TEST_F(SafeSaveTest, AWholeFileTakesTheOldOnesPlace) {
   const std::string path = temp.Write("a.ppm", "the old file");
   const SaveResult result = SaveImageSafely(path, image.get());
   EXPECT_TRUE(result.saved) << result.reason;
-  EXPECT_THAT(FilesInFolder(), ElementsAre("a.ppm"));
+  EXPECT_THAT(temp.Names(), ElementsAre("a.ppm"));
   const ImageGuard loaded(LoadImage(path.c_str()));
   ASSERT_TRUE(loaded);
   EXPECT_EQ(Difference(*image, *loaded, Channels::rgb), "");
@@ -67,7 +55,7 @@ TEST_F(SafeSaveTest, EveryFailingWriteLeavesTheOldFile) {
       const WriteFailure failure(n, Afterwards::fail);
       const SaveResult result = SaveImageSafely(path, image.get());
       saved = result.saved;
-      EXPECT_THAT(FilesInFolder(), ElementsAre("kept.bin"));
+      EXPECT_THAT(temp.Names(), ElementsAre("kept.bin"));
       if (saved) continue;
       EXPECT_EQ(ReadTextFile(path), "the old file") << extension << " " << n;
       EXPECT_EQ(result.reason, "No space left on device") << extension << " " << n;
@@ -82,7 +70,7 @@ TEST_F(SafeSaveTest, AStoppedSaveLeavesTheOldFile) {
   host.stopAt = 5;
   EXPECT_FALSE(SaveImageSafely(path, image.get()).saved);
   EXPECT_EQ(ReadTextFile(path), "the old file");
-  EXPECT_THAT(FilesInFolder(), ElementsAre("a.ppm"));
+  EXPECT_THAT(temp.Names(), ElementsAre("a.ppm"));
 }
 
 TEST_F(SafeSaveTest, WhatCannotBeSavedMakesNoFile) {
@@ -96,7 +84,7 @@ TEST_F(SafeSaveTest, WhatCannotBeSavedMakesNoFile) {
   EXPECT_NE(missing.reason, "");
   image->saveDepth = 5;
   EXPECT_FALSE(SaveImageSafely(temp.file("a.ppm"), image.get()).saved);
-  EXPECT_THAT(FilesInFolder(), IsEmpty());
+  EXPECT_THAT(temp.Names(), IsEmpty());
 }
 
 TEST_F(SafeSaveTest, TemporaryFilesEndWithTheirOwnerOrAtAnInterrupt) {
@@ -105,15 +93,15 @@ TEST_F(SafeSaveTest, TemporaryFilesEndWithTheirOwnerOrAtAnInterrupt) {
     const TemporaryFile second(temp.path());
     ASSERT_TRUE(first.ok() && second.ok());
     EXPECT_NE(first.path(), second.path());
-    EXPECT_EQ(FilesInFolder().size(), 2u);
+    EXPECT_EQ(temp.Names().size(), 2u);
   }
-  EXPECT_THAT(FilesInFolder(), IsEmpty());
+  EXPECT_THAT(temp.Names(), IsEmpty());
 
   const TemporaryFile live(temp.path());
   TemporaryFile moved(temp.path());
   ASSERT_TRUE(moved.MoveTo(temp.file("kept")));
   RemoveTemporaryFiles();
-  EXPECT_THAT(FilesInFolder(), ElementsAre("kept"));
+  EXPECT_THAT(temp.Names(), ElementsAre("kept"));
 }
 
 }  // namespace
