@@ -27,7 +27,7 @@ class OperationsTest : public ProgramTest {
 
 TEST_F(OperationsTest, RunInTheirOrderEachOnTheRegion) {
   ExpectGives("--region 2,1,5,3 --clip", "-crop 4x3+2+1");
-  ExpectGives("--region -4,-4,99,99 --clip", "");
+  ExpectGives("--region -4,-4,99,99 --clip --gamma 1", "");
   ExpectGives("--region 1,2,3,4 --rescale 2", "-crop 3x3+1+2 -sample 200%");
   // Without a region, and after each operation that makes a new image, it is the whole one.
   ExpectGives("--rescale 2", "-sample 200%");
@@ -56,6 +56,8 @@ TEST_F(OperationsTest, MergeFillsOnePixelLessThanTheRegionEachWay) {
   temp.Write("flat.ppm", "P6 3 3 255\n" + std::string(27, 'x'));
   ExpectGives("--region 2,1,6,4 --merge flat.ppm",
               "+antialias -fill '#787878' -draw 'rectangle 2,1 5,3'");
+  ImxOutput({"convert", "flat.ppm", "larger.ppm", "--resample", "2"});
+  EXPECT_EQ(Contents("larger.ppm"), "P6\n4 4\n255\n" + std::string(48, 'x'));
 }
 
 TEST_F(OperationsTest, HeaderlessFiles) {
