@@ -82,11 +82,14 @@ PluginRecord* Load(std::string_view how, const Services& host) {
   if (how == "negativerow") first->rowOffsets[1] = -1;
   if (how == "nopixels") first->pixels = nullptr;
   if (how == "freed") host.free(first->pixels);
-  if (how == "mixed") first->rowOffsets = reinterpret_cast<std::int32_t*>(first->pixels);
+  if (how == "mixed") {
+    first->pixels = static_cast<std::uint8_t*>(host.allocate(100, 0));
+    first->rowOffsets = reinterpret_cast<std::int32_t*>(first->pixels);
+  }
   if (how == "shared") {
     if (const PluginRecord* other = MakeCounted(host, 100)) first->pixels = other->pixels;
   }
-  if (how == "owncomment") first->comment = first->author;
+  if (how == "owncomment") first->comment = std::strcpy(first->author, "words");
   if (how == "untidy") {
     host.begin("never ended", 5, 6);
     host.update(2);
