@@ -103,7 +103,7 @@ TEST_F(ArgumentsTest, FormatsListsTheRegistry) {
 
 TEST_F(ArgumentsTest, CompletionAndManualKnowTheOptions) {
   const ProgramResult completed = Bash(R"(
-    source <("$imx" --print-completion)
+    source <(imx --print-completion)
     complete_words() { COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1))
       _imx imx "${!#}" "${COMP_WORDS[COMP_CWORD - 1]}"; echo "${COMPREPLY[@]}"; }
     complete_words imx co

@@ -30,7 +30,7 @@ TEST_F(BatchTest, EachFileIsConvertedAsIfAloneHoweverManyProcessesThereAre) {
     SCOPED_TRACE(jobs);
     const ProgramResult result = Bash(std::string(R"(
       rm -rf out; mkdir out
-      "$imx" convert -o out --type bmp --depth 4 --rescale 2 *.tga )") +
+      imx convert -o out --type bmp --depth 4 --rescale 2 *.tga )") +
                                       jobs);
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(result.out, "");

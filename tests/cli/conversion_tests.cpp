@@ -16,13 +16,13 @@ TEST_F(ConversionTest, TheDepthFollowsAlphaUnlessItIsGivenAndOptionsApply) {
     const char* result;
     const char* colourTypeAndInterlace;
   } kCases[] = {
-      {"in.png a.trm; \"$imx\" convert a.trm a.png", "a.png", "60"},
+      {"in.png a.trm; imx convert a.trm a.png", "a.png", "60"},
       {"in.png b.png --depth 24 --interlace", "b.png", "21"},
       {"b.png c.png", "c.png", "20"},
       {"b.png d.png --depth 32", "d.png", "60"},
   };
   for (const auto& c : kCases) {
-    EXPECT_EQ(Bash(std::string("\"$imx\" convert ") + c.conversion).err, "");
+    EXPECT_EQ(Bash(std::string("imx convert ") + c.conversion).err, "");
     const std::string file = Contents(c.result);
     ASSERT_GT(file.size(), 28u) << c.conversion;
     EXPECT_EQ(std::to_string(file[25]) + std::to_string(file[28]), c.colourTypeAndInterlace);
@@ -36,7 +36,7 @@ TEST_F(ConversionTest, TheDepthFollowsAlphaUnlessItIsGivenAndOptionsApply) {
 TEST_F(ConversionTest, TextsAreSetAndSurvive) {
   temp.Write("in.ppm", Pixmap(3, 3));
   const auto textsOf = [this](const std::string& conversion, const std::string& result) {
-    EXPECT_EQ(Bash("\"$imx\" convert " + conversion + " " + result).err, "");
+    EXPECT_EQ(Bash("imx convert " + conversion + " " + result).err, "");
     const std::string json = ImxOutput({"info", "--json", result});
     const std::size_t begin = json.find("\"author\"");
     return json.substr(begin, json.find('}') - begin);

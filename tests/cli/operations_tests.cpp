@@ -18,7 +18,7 @@ class OperationsTest : public ProgramTest {
 
   /// Expects that the operations make of the picture what ImageMagick makes with its own.
   void ExpectGives(const std::string& operations, const std::string& witness) {
-    const ProgramResult result = Bash("\"$imx\" convert in.ppm out.ppm " + operations +
+    const ProgramResult result = Bash("imx convert in.ppm out.ppm " + operations +
                                       " && convert in.ppm " + witness + " +repage wanted.ppm");
     EXPECT_EQ(result.err, "");
     EXPECT_TRUE(SameFiles("out.ppm", "wanted.ppm")) << operations;
@@ -39,7 +39,7 @@ TEST_F(OperationsTest, RunInTheirOrderEachOnTheRegion) {
 TEST_F(OperationsTest, WhatCannotBeDoneWritesNothing) {
   for (const auto& [operation, names] : {std::pair{"--region 20,0,30,3 --clip", "in.ppm: --clip"},
                                          {"--merge missing.ppm", "missing.ppm: No such file"}}) {
-    const ProgramResult result = Bash(std::string("\"$imx\" convert in.ppm none.ppm ") + operation);
+    const ProgramResult result = Bash(std::string("imx convert in.ppm none.ppm ") + operation);
     EXPECT_EQ(result.status, 1);
     EXPECT_THAT(result.err, StartsWith(std::string("imx: ") + names));
     EXPECT_FALSE(FileExists(temp.file("none.ppm")));
@@ -73,7 +73,7 @@ TEST_F(OperationsTest, HeaderlessFiles) {
       {"c.r --raw 1x1 --raw-as rgb-files", {"rgb\0", 4}},
   };
   for (const auto& [arguments, pixels] : kCases) {
-    const ProgramResult result = Bash(std::string("\"$imx\" pixels ") + arguments);
+    const ProgramResult result = Bash(std::string("imx pixels ") + arguments);
     EXPECT_EQ(result.err, "");
     EXPECT_EQ(result.out.substr(0, 8), pixels) << arguments;
   }
@@ -95,7 +95,7 @@ std::size_t ColoursOf(const std::string& rgba) {
 TEST_F(OperationsTest, AFileOfFewerBitsGetsNoMoreColoursThanItCanName) {
   temp.Write("noise.ppm", Pixmap(64, 64));
   const auto colours = [&](const std::string& options) {
-    EXPECT_EQ(Bash("\"$imx\" convert noise.ppm out.bmp --depth " + options).err, "");
+    EXPECT_EQ(Bash("imx convert noise.ppm out.bmp --depth " + options).err, "");
     return ColoursOf(Decoded("out.bmp"));
   };
   EXPECT_GT(colours("8"), 200u);

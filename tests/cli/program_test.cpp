@@ -19,7 +19,8 @@ std::string ProgramTest::ImxOutput(const std::vector<std::string>& arguments,
 }
 
 ProgramResult ProgramTest::Bash(const std::string& script) {
-  return RunProgram({"bash", "-c", "imx=" IMX_BIN "\n" + script}, {}, temp.path());
+  return RunProgram({"bash", "-c", "PATH=$(dirname " IMX_BIN "):$PATH\n" + script}, {},
+                    temp.path());
 }
 
 std::string ProgramTest::Tool(const std::vector<std::string>& arguments, std::string_view input) {

@@ -21,7 +21,7 @@ class ProgramTest : public testing::Test {
   /// Runs imx, which must end well and say nothing; what it wrote to standard output.
   std::string ImxOutput(const std::vector<std::string>& arguments, std::string_view input = {});
 
-  /// Runs a bash script in the test's folder; "$imx" is the program.
+  /// Runs a bash script in the test's folder; imx is on the PATH.
   ProgramResult Bash(const std::string& script);
 
   /// Runs a tool that must end well; its standard output.

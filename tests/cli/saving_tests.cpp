@@ -27,7 +27,7 @@ TEST_F(SavingTest, AFullDiskLeavesTheOldFile) {
   for (const char* type : {"ppm", "trm", "iff", "png"}) {
     temp.Write("out", "the old file");
     const ProgramResult result =
-        Bash(std::string("ulimit -f 1; \"$imx\" convert in.ppm out --type ") + type);
+        Bash(std::string("ulimit -f 1; imx convert in.ppm out --type ") + type);
     EXPECT_EQ(result.status, 1) << type;
     EXPECT_EQ(result.err, "imx: out: File too large\n") << type;
     EXPECT_TRUE(Contents("out") == "the old file") << type;
@@ -48,7 +48,7 @@ TEST_F(SavingTest, PermissionsAreTheOldFilesOrThoseOfAnyNewOne) {
   chmod(temp.file("old.ppm").c_str(), 0604);
   ImxOutput({"convert", "in.ppm", "old.ppm"});
   EXPECT_EQ(Permissions("old.ppm"), 0604u);
-  Bash("umask 027; \"$imx\" convert in.ppm new.ppm");
+  Bash("umask 027; imx convert in.ppm new.ppm");
   EXPECT_EQ(Permissions("new.ppm"), 0640u);
 }
 
@@ -69,7 +69,7 @@ TEST_F(SavingTest, AnEndedProgramLeavesTheOldFileAndNothingElse) {
   // Many pixels as text take long enough to be met in the middle.
   const ProgramResult result = Bash(R"(
     { printf 'P6 4000 4000 255\n'; head -c 48000000 /dev/zero; } >large.ppm
-    "$imx" convert large.ppm out.ppm --no-compress &
+    imx convert large.ppm out.ppm --no-compress &
     until compgen -G 'imx-*' >/dev/null || ! kill -0 $!; do :; done
     kill -TERM $!
     wait $!
@@ -83,7 +83,7 @@ TEST_F(SavingTest, AnEndedProgramLeavesTheOldFileAndNothingElse) {
 TEST_F(SavingTest, TheProgressBarIsForTerminalsOnly) {
   const std::string convert = "convert in.ppm out.ppm --no-compress";
   const auto onTerminal = [this](const std::string& command) {
-    return Bash("script -qec \"$imx " + command + "\" /dev/null").out;
+    return Bash("script -qec \"imx " + command + "\" /dev/null").out;
   };
   EXPECT_THAT(onTerminal(convert), HasSubstr("Saving PPM Image"));
   EXPECT_THAT(onTerminal(convert), HasSubstr("]  50%"));
@@ -91,7 +91,7 @@ TEST_F(SavingTest, TheProgressBarIsForTerminalsOnly) {
   const std::string batch = "convert -o . --type gif in.ppm out.ppm";
   EXPECT_THAT(onTerminal(batch), HasSubstr("Converting"));
   EXPECT_EQ(onTerminal(batch + " --quiet"), "");
-  EXPECT_EQ(Bash("\"$imx\" " + convert + " 2>&1 | cat").out, "");
+  EXPECT_EQ(Bash("imx " + convert + " 2>&1 | cat").out, "");
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // Long random sequences of renders, the fast renderer beside the plain one: what one render leaves
 // behind decides about the next.
 
+#include <algorithm>
 #include <cstring>
 #include <ostream>
 #include <random>
@@ -41,7 +42,7 @@ ImageGuard Noise(Dice& dice, int width, int height, int spread) {
 ImageGuard AnyPicture(Dice& dice) {
   const int width = 1 + dice.Roll(60);
   const int height = 1 + dice.Roll(40);
-  switch (dice.Roll(8)) {
+  switch (dice.Roll(6)) {
     case 0:
       return Drawing(width, height);
     case 1:
@@ -49,11 +50,7 @@ ImageGuard AnyPicture(Dice& dice) {
     case 2:
       return Solid(width, height, {dice.Byte(), dice.Byte(), dice.Byte(), 255});
     case 3:
-      return Noise(dice, width, height, 256);
-    case 4:
-      return Noise(dice, width, height, 30 + dice.Roll(40));
-    case 5:
-      return Noise(dice, width, height, 2 + dice.Roll(5));
+      return Noise(dice, width, height, dice.Pick({2 + dice.Roll(5), 30 + dice.Roll(40), 256}));
     default:
       return PhotoLike(width, height, static_cast<std::uint32_t>(dice.Roll(1000)));
   }
