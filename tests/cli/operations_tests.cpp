@@ -20,6 +20,7 @@ class OperationsTest : public ProgramTest {
   void ExpectGives(const std::string& operations, const std::string& witness) {
     const ProgramResult result = Bash("imx convert in.ppm out.ppm " + operations +
                                       " && convert in.ppm " + witness + " +repage wanted.ppm");
+    EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.err, "");
     EXPECT_TRUE(SameFiles("out.ppm", "wanted.ppm")) << operations;
   }
