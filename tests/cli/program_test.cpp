@@ -1,8 +1,6 @@
 #include "tests/cli/program_test.h"
 
-#include <algorithm>
 #include <cstdint>
-#include <filesystem>
 
 namespace imx::test {
 
@@ -21,22 +19,14 @@ std::string ProgramTest::ImxOutput(const std::vector<std::string>& arguments,
 }
 
 ProgramResult ProgramTest::Bash(const std::string& script) {
-  return RunProgram({"bash", "-c", "imx=" IMX_BIN "\n" + script}, {}, temp.path());
+  return RunProgram({"bash", "-c", "PATH=$(dirname " IMX_BIN "):$PATH\n" + script}, {},
+                    temp.path());
 }
 
 std::string ProgramTest::Tool(const std::vector<std::string>& arguments, std::string_view input) {
   ProgramResult result = RunProgram(arguments, input, temp.path());
   EXPECT_EQ(result.status, 0) << arguments[0] << ": " << result.err;
   return std::move(result.out);
-}
-
-std::vector<std::string> ProgramTest::Files() {
-  std::vector<std::string> names;
-  for (const auto& entry : std::filesystem::directory_iterator(temp.path())) {
-    names.push_back(entry.path().filename().string());
-  }
-  std::sort(names.begin(), names.end());
-  return names;
 }
 
 std::string ProgramTest::Decoded(const std::string& name) {

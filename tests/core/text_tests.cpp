@@ -7,16 +7,6 @@
 namespace imx::test {
 namespace {
 
-TEST(Text, WholeCopiesFitOrLeaveTheFieldAlone) {
-  TextField field = "old";
-  EXPECT_FALSE(CopyText(field, std::string(255, 'x')));
-  EXPECT_STREQ(field, "old");
-  EXPECT_TRUE(CopyText(field, std::string(254, 'x')));
-  EXPECT_EQ(std::string(field), std::string(254, 'x'));
-  EXPECT_TRUE(CopyText(field, {}));
-  EXPECT_STREQ(field, "");
-}
-
 TEST(Text, CutCopiesAlwaysEnd) {
   TextField field;
   CopyTextCut(field, std::string(1000, 'x'));
@@ -39,7 +29,6 @@ TEST(Text, ComparisonIgnoresCaseOfAsciiLettersOnly) {
 
 TEST(Text, PathsOfBothSystems) {
   EXPECT_EQ(PathFileName("a/b\\c.d"), "c.d");
-  EXPECT_EQ(PathFileName("plain"), "plain");
   EXPECT_EQ(PathExtension("a.b/c.tar.gz"), ".gz");
   EXPECT_EQ(PathExtension("a.b/c"), "");
   EXPECT_EQ(PathExtension("a.b\\c."), ".");

@@ -44,17 +44,11 @@ void GiveLargerPixels(const Services& host, PluginRecord& record) {
   for (std::int32_t y = 0; y < kHeight; ++y) record.rowOffsets[y] = y * kWidth;
 }
 
-void FillTexts(PluginRecord& record) {
+/// Texts without a terminator.
+void Fill(PluginRecord& record) {
   record.red[7] = 70;
   record.green[7] = 71;
   record.blue[7] = 72;
-  std::strcpy(record.comment, "a comment");
-  std::strcpy(record.formatLabel, "TESTFMT");
-  std::strcpy(record.author, "an author");
-  std::strcpy(record.notice, "a notice");
-}
-
-void FillTextsToTheBrim(PluginRecord& record) {
   std::memset(record.name, 'n', sizeof record.name);
   std::memset(record.comment, 'c', imx::kPluginTextSize);
   std::memset(record.formatLabel, 'f', sizeof record.formatLabel);
@@ -69,8 +63,7 @@ PluginRecord* Load(std::string_view how, const Services& host) {
 
   PluginRecord* first = MakeCounted(host, 0);
   if (!first || how == "null") return nullptr;
-  if (how == "texts") FillTexts(*first);
-  if (how == "brim") FillTextsToTheBrim(*first);
+  if (how == "full") Fill(*first);
   if (how == "second") return MakeCounted(host, 100);
   if (how == "first") MakeCounted(host, 100);
   if (how == "larger" || how == "replaced") {
@@ -89,11 +82,14 @@ PluginRecord* Load(std::string_view how, const Services& host) {
   if (how == "negativerow") first->rowOffsets[1] = -1;
   if (how == "nopixels") first->pixels = nullptr;
   if (how == "freed") host.free(first->pixels);
-  if (how == "mixed") first->rowOffsets = reinterpret_cast<std::int32_t*>(first->pixels);
+  if (how == "mixed") {
+    first->pixels = static_cast<std::uint8_t*>(host.allocate(100, 0));
+    first->rowOffsets = reinterpret_cast<std::int32_t*>(first->pixels);
+  }
   if (how == "shared") {
     if (const PluginRecord* other = MakeCounted(host, 100)) first->pixels = other->pixels;
   }
-  if (how == "owncomment") first->comment = first->author;
+  if (how == "owncomment") first->comment = std::strcpy(first->author, "words");
   if (how == "untidy") {
     host.begin("never ended", 5, 6);
     host.update(2);

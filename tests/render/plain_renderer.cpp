@@ -1,10 +1,8 @@
 #include "tests/render/plain_renderer.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstdlib>
-#include <cstring>
 
 namespace imx::test {
 namespace {
@@ -23,36 +21,17 @@ int TableEntry(int flat) {
 }
 
 std::size_t Cell(int r, int g, int b) {
-  const int cell = (r >> 2) * 4096 + (g >> 2) * 64 + (b >> 2);
-  return static_cast<std::size_t>(cell);
+  return static_cast<std::size_t>((r >> 2) * 4096 + (g >> 2) * 64 + (b >> 2));
 }
 
 int Base(int n) {
   return n >= 60 ? 12 : 12 + ((60 - n) * 12) / 44;
 }
 
-std::uint8_t Byte(int value) {
-  return static_cast<std::uint8_t>(value);
-}
-
-void SetEntry(Palette& palette, int i, int r, int g, int b) {
-  palette.red[i] = Byte(r);
-  palette.green[i] = Byte(g);
-  palette.blue[i] = Byte(b);
-}
-
-void CopyEntries(const Palette& from, Palette& to, int count) {
-  for (int i = 0; i < count; ++i) SetEntry(to, i, from.red[i], from.green[i], from.blue[i]);
-}
-
-int GreyOf(const std::uint8_t* p) {
-  return p[0] * 85 / 255 + p[1] * 105 / 255 + p[2] * 65 / 255;
-}
-
-constexpr int kFixed[16][3] = {{0, 0, 0},       {128, 0, 0},   {0, 128, 0},   {128, 128, 0},
-                               {0, 0, 128},     {128, 0, 128}, {0, 128, 128}, {192, 192, 192},
-                               {128, 128, 128}, {255, 0, 0},   {0, 255, 0},   {255, 255, 0},
-                               {0, 0, 255},     {255, 0, 255}, {0, 255, 255}, {255, 255, 255}};
+constexpr std::array<int, 3> kFixed[16] = {
+    {0, 0, 0},     {128, 0, 0},     {0, 128, 0},     {128, 128, 0},  {0, 0, 128}, {128, 0, 128},
+    {0, 128, 128}, {192, 192, 192}, {128, 128, 128}, {255, 0, 0},    {0, 255, 0}, {255, 255, 0},
+    {0, 0, 255},   {255, 0, 255},   {0, 255, 255},   {255, 255, 255}};
 
 constexpr int kM[] = {0, 13, 4, 8, 12, 5, 1, 9, 6, 14, 10, 3, 7, 11, 2, 15};
 constexpr int kR[] = {16, 18, 7, 12, 3, 9, 2, 17, 5, 13, 10, 4, 11, 19, 8, 14, 20, 3, 16, 6, 1};
@@ -61,6 +40,28 @@ constexpr int kB[] = {23, 12, 22, 9, 19, 17, 29, 13, 31, 4,  11, 21, 14, 17, 34,
                       6,  16, 35, 7, 28, 37, 3,  20, 32, 2,  25, 41, 5,  30, 38, 10,
                       24, 27, 39, 8, 26, 33, 3,  18, 1,  36, 0,  13, 4,  8,  12, 5};
 
+int CubeIndex(const std::array<int, 3>& c) {
+  return (c[0] + 18) * 6 / 255 * 32 + (c[1] + 16) * 7 / 255 * 4 + (c[2] + 32) * 3 / 255;
+}
+
+/// The nearest of the sixteen fixed colours to the upper three bits of each channel; distances are
+/// taken sevenfold, so that they are whole numbers.
+int Fixed16Index(const std::array<int, 3>& colour) {
+  int best = 0;
+  int least = 1 << 30;
+  for (int i = 0; i < 16; ++i) {
+    int distance = 0;
+    for (std::size_t c = 0; c < 3; ++c) {
+      const int d = (colour[c] >> 5) * 255 - 7 * kFixed[i][c];
+      distance += d * d;
+    }
+    if (distance >= least) continue;
+    least = distance;
+    best = i;
+  }
+  return best;
+}
+
 /// Column of the n-th pixel that a serpentine walk visits in row y.
 int SerpentineColumn(int n, int y, int width) {
   return y % 2 == 0 ? n : width - 1 - n;
@@ -68,18 +69,27 @@ int SerpentineColumn(int n, int y, int width) {
 
 }  // namespace
 
-const std::uint8_t* PlainRenderer::Pixel(int x, int y) const {
-  return image_->pixels + 4 * (image_->rowOffsets[y] + x);
+PlainRenderer::Colour PlainRenderer::Entry(const Palette& palette, int i) {
+  return {palette.red[i], palette.green[i], palette.blue[i]};
+}
+
+void PlainRenderer::SetEntry(Palette& palette, int i, const Colour& colour) {
+  palette.red[i] = static_cast<std::uint8_t>(colour[0]);
+  palette.green[i] = static_cast<std::uint8_t>(colour[1]);
+  palette.blue[i] = static_cast<std::uint8_t>(colour[2]);
+}
+
+void PlainRenderer::CopyEntries(const Palette& from, Palette& to, int count) {
+  for (int i = 0; i < count; ++i) SetEntry(to, i, Entry(from, i));
+}
+
+PlainRenderer::Colour PlainRenderer::Pixel(int x, int y) const {
+  const std::uint8_t* p = image_->pixels + 4 * (image_->rowOffsets[y] + x);
+  return {p[0], p[1], p[2]};
 }
 
 void PlainRenderer::Put(int x, int y, int index) {
-  output_[static_cast<std::size_t>(y) * static_cast<std::size_t>(image_->width) +
-          static_cast<std::size_t>(x)] = Byte(index);
-}
-
-int PlainRenderer::Scaled(int e) const {
-  return static_cast<int>(
-      std::clamp<std::int64_t>(std::int64_t{e} * strength_ / 100, -100000, 100000));
+  output_[static_cast<std::size_t>(y * image_->width + x)] = static_cast<std::uint8_t>(index);
 }
 
 std::vector<std::uint8_t> PlainRenderer::Render(const ImageRecord& image, Palette& palette,
@@ -107,7 +117,6 @@ std::vector<std::uint8_t> PlainRenderer::Render(const ImageRecord& image, Palett
   if (code == 0) PackRows();
   if (code == 1 || code == 3) ColourPalette(code == 3);
   if (code == 1 && ordered) {
-    SetDirections();
     mode == 0 ? OrderFixed() : OrderMapped();
   } else if (code == 1 || code == 3) {
     DiffuseColour(code == 3);
@@ -122,7 +131,7 @@ void PlainRenderer::PackRows() {
   output_.clear();
   for (int y = 0; y < image_->height; ++y) {
     for (int x = 0; x < image_->width; ++x) {
-      const std::uint8_t* p = Pixel(x, y);
+      const std::uint8_t* p = image_->pixels + 4 * (image_->rowOffsets[y] + x);
       output_.insert(output_.end(), {p[2], p[1], p[0]});
     }
     while (output_.size() % 4 != 0) output_.push_back(0);
@@ -135,15 +144,15 @@ void PlainRenderer::ColourPalette(bool fourBits) {
     palette = renderPalette.colours;
     MapPalette(renderPalette);
   } else if (mode_ == 0 && fourBits) {
-    for (int i = 0; i < 16; ++i) SetEntry(palette, i, kFixed[i][0], kFixed[i][1], kFixed[i][2]);
+    for (int i = 0; i < 16; ++i) SetEntry(palette, i, kFixed[i]);
   } else if (mode_ == 0) {
     for (int i = 0; i < 224; ++i) {
-      SetEntry(palette, i, i / 32 * 255 / 6, i / 4 % 8 * 255 / 7, i % 4 * 255 / 3);
+      SetEntry(palette, i, {i / 32 * 255 / 6, i / 4 % 8 * 255 / 7, i % 4 * 255 / 3});
     }
-    for (int k = 0; k <= 20; ++k) {
-      SetEntry(palette, 224 + k, k * 255 / 21, k * 255 / 21, k * 255 / 21);
+    for (int i = 224; i < std::max(entries_, 245); ++i) {
+      const int grey = i < 245 ? (i - 224) * 255 / 21 : 255;
+      SetEntry(palette, i, {grey, grey, grey});
     }
-    for (int i = 245; i < entries_; ++i) SetEntry(palette, i, 255, 255, 255);
   } else if (mode_ == 4 && !fourBits) {
     local_ = {palette, entries_};
     MapPalette(local_);
@@ -153,149 +162,116 @@ void PlainRenderer::ColourPalette(bool fourBits) {
   }
 }
 
-int PlainRenderer::FixedIndex(int r, int g, int b, bool fourBits) const {
-  if (!fourBits) return (r + 18) * 6 / 255 * 32 + (g + 16) * 7 / 255 * 4 + (b + 32) * 3 / 255;
-  int best = 0;
-  double least = 1e9;
-  for (int i = 0; i < 16; ++i) {
-    const double dr = (r >> 5) * 255.0 / 7 - kFixed[i][0];
-    const double dg = (g >> 5) * 255.0 / 7 - kFixed[i][1];
-    const double db = (b >> 5) * 255.0 / 7 - kFixed[i][2];
-    const double distance = dr * dr + dg * dg + db * db;
-    if (distance < least - 1e-6) {  // less is rounding: the exact values are whole 49ths
-      least = distance;
-      best = i;
-    }
-  }
-  return best;
-}
-
-void PlainRenderer::DiffuseColour(bool fourBits) {
+void PlainRenderer::Diffuse(const std::function<Colour(int x, int y)>& source,
+                            const std::function<int(const Colour&)>& choose,
+                            const std::function<Colour(int index)>& shown) {
   const int width = image_->width;
-  const std::uint8_t* planes[3] = {palette_->red, palette_->green, palette_->blue};
-  std::vector<int> above[3];
-  for (auto& row : above) row.assign(static_cast<std::size_t>(width), 0);
+  std::vector<Colour> above(static_cast<std::size_t>(width));
   for (int y = 0; y < image_->height; ++y) {
-    int error[3] = {0, 0, 0};
+    Colour error = {};
     for (int n = 0; n < width; ++n) {
       const int x = SerpentineColumn(n, y, width);
-      const auto column = static_cast<std::size_t>(x);
-      int v[3];
-      for (int c = 0; c < 3; ++c) {
-        v[c] = std::clamp(Pixel(x, y)[c] + Scaled((error[c] + above[c][column]) / 2), 0, 255);
+      Colour& carried = above[static_cast<std::size_t>(x)];
+      Colour v = source(x, y);
+      for (std::size_t c = 0; c < 3; ++c) {
+        const std::int64_t scaled = std::int64_t{(error[c] + carried[c]) / 2} * strength_ / 100;
+        v[c] = static_cast<int>(std::clamp<std::int64_t>(v[c] + scaled, 0, 255));
       }
-      int index;
-      if (mode_ != 0) {
-        index = NearestIndex(v[0], v[1], v[2]);
-      } else if (!fourBits && v[0] / 32 == v[1] / 32 && v[1] / 32 == v[2] / 32) {
-        const int k = (v[0] + v[1] + v[2]) * 21 / 767;
-        index = k < 3 ? 0 : 224 + k;
-      } else {
-        index = FixedIndex(v[0], v[1], v[2], fourBits);
-      }
-      for (int c = 0; c < 3; ++c) error[c] = above[c][column] = v[c] - planes[c][index];
+      const int index = choose(v);
+      for (std::size_t c = 0; c < 3; ++c) error[c] = carried[c] = v[c] - shown(index)[c];
       Put(x, y, index);
     }
   }
 }
 
-void PlainRenderer::SetDirections() {
-  const std::uint8_t* planes[3] = {palette_->red, palette_->green, palette_->blue};
-  for (int c = 0; c < 3; ++c) {
-    up_[c].assign(256, 0);
-    down_[c].assign(256, 0);
-  }
-  for (int i = 0; i < entries_; ++i) {
-    for (int c = 0; c < 3; ++c) {
-      for (const int step : {1, -1}) {
-        int v[3] = {planes[0][i], planes[1][i], planes[2][i]};
-        int index = i;
-        for (; v[c] >= 0 && v[c] <= 255 && index == i; v[c] += step) {
-          index = mode_ == 0 ? FixedIndex(v[0], v[1], v[2], false) : NearestIndex(v[0], v[1], v[2]);
-        }
-        (step > 0 ? up_ : down_)[c][static_cast<std::size_t>(i)] = index;
-      }
-    }
-  }
+void PlainRenderer::DiffuseColour(bool fourBits) {
+  const auto choose = [&](const Colour& v) {
+    if (mode_ != 0) return NearestIndex(v);
+    if (fourBits) return Fixed16Index(v);
+    if (v[0] / 32 != v[1] / 32 || v[1] / 32 != v[2] / 32) return CubeIndex(v);
+    const int k = (v[0] + v[1] + v[2]) * 21 / 767;
+    return k < 3 ? 0 : 224 + k;
+  };
+  Diffuse([&](int x, int y) { return Pixel(x, y); }, choose,
+          [&](int index) { return Entry(*palette_, index); });
+}
+
+void PlainRenderer::Grey(int code) {
+  const int step = code == 2 ? 1 : code == 4 ? 17 : 255;
+  const auto shown = [&](int index) { return Colour{index * step, index * step, index * step}; };
+  for (int i = 0; i < (code == 5 ? 2 : entries_); ++i) SetEntry(*palette_, i, shown(i));
+  const auto source = [&](int x, int y) {
+    const Colour p = Pixel(x, y);
+    const int grey = p[0] * 85 / 255 + p[1] * 105 / 255 + p[2] * 65 / 255;
+    return Colour{grey, grey, grey};
+  };
+  const auto choose = [&](const Colour& v) {
+    return code == 2 ? v[0] : code == 4 ? v[0] >> 4 : v[0] > 127;
+  };
+  Diffuse(source, choose, shown);
 }
 
 void PlainRenderer::OrderFixed() {
+  constexpr int kTop[3] = {6, 7, 3};
   for (int y = 0; y < image_->height; ++y) {
     for (int x = 0; x < image_->width; ++x) {
-      const int r = Pixel(x, y)[0];
-      const int g = Pixel(x, y)[1];
-      const int b = Pixel(x, y)[2];
-      int index;
+      const auto [r, g, b] = Pixel(x, y);
+      int index = 0;
       if (r / 4 == g / 4 && g / 4 == b / 4) {
         const int k = g * 20 / 255;
         const bool next = ((y / 4 + x) % 4) * ((x / 4 + y) % 5) < (g - k * 255 / 20) / 2;
         index = 224 + k + (next && k < 20 ? 1 : 0);
       } else {
-        int lr = r * 6 / 255;
-        int lg = g * 7 / 255;
-        int lb = b * 3 / 255;
-        const bool nextRed =
-            kR[((y / 2 + x) % 7) + ((x / 3 + y) % 3) * 7] < (r - lr * 255 / 6) / 2 && lr < 6;
-        const bool nextGreen =
-            kG[((y / 3 + x) % 3) + ((x / 2 + y) % 6) * 3] < (g - lg * 255 / 7) / 2 && lg < 7;
-        const bool nextBlue =
-            kB[((y / 4 + x) % 6) + ((x / 5 + y) % 8) * 6] < (b - lb * 255 / 3) / 2 && lb < 3;
-        lr += nextRed;
-        lg += nextGreen;
-        lb += nextBlue;
-        index = lb + (lg + lr * 8) * 4;
+        const int thresholds[3] = {kR[((y / 2 + x) % 7) + ((x / 3 + y) % 3) * 7],
+                                   kG[((y / 3 + x) % 3) + ((x / 2 + y) % 6) * 3],
+                                   kB[((y / 4 + x) % 6) + ((x / 5 + y) % 8) * 6]};
+        for (std::size_t c = 0; c < 3; ++c) {
+          const int v = Pixel(x, y)[c];
+          const int level = v * kTop[c] / 255;
+          const bool next = thresholds[c] < (v - level * 255 / kTop[c]) / 2 && level < kTop[c];
+          index = index * (kTop[c] + 1) + level + (next ? 1 : 0);
+        }
       }
       Put(x, y, index);
     }
   }
+}
+
+/// The first index other than i on the way from entry i to the channel's end, or i itself.
+int PlainRenderer::Neighbour(int i, std::size_t channel, int step) {
+  Colour v = Entry(*palette_, i);
+  int index = i;
+  for (; v[channel] >= 0 && v[channel] <= 255 && index == i; v[channel] += step) {
+    index = NearestIndex(v);
+  }
+  return index;
 }
 
 void PlainRenderer::OrderMapped() {
+  Colour up[256] = {};
+  Colour down[256] = {};
+  for (int i = 0; i < entries_; ++i) {
+    for (std::size_t c = 0; c < 3; ++c) {
+      up[i][c] = Neighbour(i, c, 1);
+      down[i][c] = Neighbour(i, c, -1);
+    }
+  }
   const std::int64_t s = std::int64_t{strength_} * 16 / 100;
-  const std::uint8_t* planes[3] = {palette_->red, palette_->green, palette_->blue};
   for (int y = 0; y < image_->height; ++y) {
     for (int n = 0; n < image_->width; ++n) {
       const int x = SerpentineColumn(n, y, image_->width);
-      const std::uint8_t* p = Pixel(x, y);
+      const Colour p = Pixel(x, y);
       const int thresholds[3] = {kM[(x & 3) + (y & 3) * 4],
                                  kM[((y + 1 + x) & 3) + ((y - 1) & 3) * 4],
                                  kM[((x - 2) & 3) + ((x + y) & 3) * 4]};
-      int index = NearestIndex(p[0], p[1], p[2]);
-      for (int c = 0; c < 3; ++c) {
-        const int d = p[c] - planes[c][index];
+      int index = NearestIndex(p);
+      for (std::size_t c = 0; c < 3; ++c) {
+        const int from = Entry(*palette_, index)[c];
+        const int d = p[c] - from;
         if (d == 0) continue;
-        const int candidate = (d > 0 ? up_ : down_)[c][static_cast<std::size_t>(index)];
-        const int way = planes[c][candidate] - planes[c][index];
-        if (way == 0) continue;
-        if (thresholds[c] < std::abs(d * s / way)) index = candidate;
-      }
-      Put(x, y, index);
-    }
-  }
-}
-
-void PlainRenderer::Grey(int code) {
-  for (int i = 0; i < entries_ && code == 2; ++i) SetEntry(*palette_, i, i, i, i);
-  for (int i = 0; i < entries_ && code == 4; ++i) {
-    SetEntry(*palette_, i, i * 17, i * 17, i * 17);
-  }
-  if (code == 5) {
-    SetEntry(*palette_, 0, 0, 0, 0);
-    SetEntry(*palette_, 1, 255, 255, 255);
-  }
-  const int width = image_->width;
-  std::vector<int> above(static_cast<std::size_t>(width), 0);
-  for (int y = 0; y < image_->height; ++y) {
-    int error = 0;
-    for (int n = 0; n < width; ++n) {
-      const int x = SerpentineColumn(n, y, width);
-      int& carried = above[static_cast<std::size_t>(x)];
-      const int grey = GreyOf(Pixel(x, y));
-      int index = grey;
-      if (code != 2) {
-        const int v = std::clamp(grey + Scaled((error + carried) / 2), 0, 255);
-        index = code == 4 ? v >> 4 : v > 127;
-        error = carried = v - index * (code == 4 ? 17 : 255);
+        const int candidate = (d > 0 ? up : down)[index][c];
+        const int way = Entry(*palette_, candidate)[c] - from;
+        if (way != 0 && thresholds[c] < std::abs(d * s / way)) index = candidate;
       }
       Put(x, y, index);
     }
@@ -313,56 +289,44 @@ void PlainRenderer::StartMapping(int count) {
 
 void PlainRenderer::BuildPalette(int n, bool keepEntryZero) {
   StartMapping(n);
-  if (!keepEntryZero) {
-    SetEntry(local_.colours, 0, 0, 0, 0);
-    AddPaletteEntry(0, 0, 0, 0);
-  }
-  GrowPalette(local_, n, keepEntryZero ? 0 : 1);
-  mirror_ = local_;
-  lastMapped_ = local_;
-  std::memcpy(lastLocks_, entryLocks, sizeof lastLocks_);
-}
-
-void PlainRenderer::GrowPalette(PaletteRecord& record, int n, int first) {
-  Palette& colours = record.colours;
-  int i = first;
+  const auto enter = [&](const Colour& colour, int i) {
+    SetEntry(local_.colours, i, colour);
+    AddPaletteEntry(colour, i);
+  };
+  int i = 0;
+  if (!keepEntryZero) enter({0, 0, 0}, i++);
   int threshold = 4 * Base(n);
   while (i < n && threshold >= 3) {
-    if (entryLocks[i] == 2) {
+    if (LockOf(i) != 0) {
+      if (LockOf(i) == 1) AddPaletteEntry(Entry(local_.colours, i), i);
       ++i;
       continue;
     }
-    if (entryLocks[i] == 1) {
-      AddPaletteEntry(colours.red[i], colours.green[i], colours.blue[i], i);
-      ++i;
-      continue;
-    }
-    for (std::uint32_t k = 0; k < image_->pixelCount && i < n && entryLocks[i] == 0; ++k) {
+    for (std::uint32_t k = 0; k < image_->pixelCount && i < n && LockOf(i) == 0; ++k) {
       const std::uint8_t* p = image_->pixels + 4 * k;
       const bool wanted = threshold >= 9 ? cellDistance_[Cell(p[0], p[1], p[2])] > threshold
-                                         : ExactIndex(p[0], p[1], p[2]) == -1;
-      if (!wanted) continue;
-      SetEntry(colours, i, p[0], p[1], p[2]);
-      AddPaletteEntry(p[0], p[1], p[2], i);
-      ++i;
+                                         : ExactIndex({p[0], p[1], p[2]}) == -1;
+      if (wanted) enter({p[0], p[1], p[2]}, i++);
     }
     threshold = threshold < 5 ? threshold - 1 : (4 * threshold) / 5;
   }
-  record.count = i;
+  local_.count = i;
+  mirror_ = lastMapped_ = local_;
+  lastLocks_ = entryLocks;
 }
 
-void PlainRenderer::AddPaletteEntry(int r, int g, int b, int i) {
-  SetEntry(mirror_.colours, i, r, g, b);
-  mirror_.count = i + 1;
-  if (exactOn_) InsertExact(r, g, b, i);
-  const auto from = [&](int c) { return std::max(c / 4 - radius_, 0); };
-  const auto to = [&](int c) { return std::min(c / 4 + radius_, 63); };
-  static const std::array<int, 33 * 1024> table = [] {
-    std::array<int, 33 * 1024> made = {};
-    int flat = 0;
-    for (int& entry : made) entry = TableEntry(flat++);
+void PlainRenderer::AddPaletteEntry(const Colour& colour, int i) {
+  static const std::vector<int> table = [] {
+    std::vector<int> made;
+    for (int flat = 0; flat < 33 * 1024; ++flat) made.push_back(TableEntry(flat));
     return made;
   }();
+  SetEntry(mirror_.colours, i, colour);
+  mirror_.count = i + 1;
+  if (exactOn_) InsertExact(colour, i);
+  const auto from = [&](int c) { return std::max(c / 4 - radius_, 0); };
+  const auto to = [&](int c) { return std::min(c / 4 + radius_, 63); };
+  const auto [r, g, b] = colour;
   for (int cr = from(r); cr <= to(r); ++cr) {
     for (int cg = from(g); cg <= to(g); ++cg) {
       for (int cb = from(b); cb <= to(b); ++cb) {
@@ -380,37 +344,38 @@ void PlainRenderer::AddPaletteEntry(int r, int g, int b, int i) {
 
 void PlainRenderer::MapPalette(const PaletteRecord& record) {
   bool same = mapped_;
-  for (int i = 0; i < record.count; ++i) {
-    same = same && record.colours.red[i] == lastMapped_.colours.red[i] &&
-           record.colours.green[i] == lastMapped_.colours.green[i] &&
-           record.colours.blue[i] == lastMapped_.colours.blue[i] && entryLocks[i] == lastLocks_[i];
+  for (int i = 0; i < record.count && same; ++i) {
+    same = Entry(record.colours, i) == Entry(lastMapped_.colours, i) &&
+           LockOf(i) == lastLocks_[static_cast<std::size_t>(i)];
   }
   if (same) return;
   StartMapping(record.count);
   for (int i = 0; i < record.count; ++i) {
-    if (entryLocks[i] == 2) continue;
-    const Palette& colours = record.colours;
-    ExactIndex(colours.red[i], colours.green[i], colours.blue[i]);
-    AddPaletteEntry(colours.red[i], colours.green[i], colours.blue[i], i);
+    if (LockOf(i) == 2) continue;
+    const Colour colour = Entry(record.colours, i);
+    ExactIndex(colour);
+    AddPaletteEntry(colour, i);
   }
   lastMapped_ = record;
-  std::memcpy(lastLocks_, entryLocks, sizeof lastLocks_);
+  lastLocks_ = entryLocks;
 }
 
-int PlainRenderer::NearestIndex(int r, int g, int b) {
+int PlainRenderer::NearestIndex(const Colour& colour) {
   if (exactOn_) {
-    if (const int index = ExactIndex(r, g, b); index != -1) return index;
+    if (const int index = ExactIndex(colour); index != -1) return index;
   }
-  const std::size_t cell = Cell(r, g, b);
+  const std::size_t cell = Cell(colour[0], colour[1], colour[2]);
   if (cellDistance_[cell] < 255) return cellIndex_[cell];
   int best = 0;
   int least = 99999;
   for (int i = 0; i < mirror_.count && least > 0; ++i) {
     if (Skipped(i)) continue;
-    const int dr = r - mirror_.colours.red[i];
-    const int dg = g - mirror_.colours.green[i];
-    const int db = b - mirror_.colours.blue[i];
-    const int d = IntegerRoot(dr * dr + dg * dg + db * db);
+    int squares = 0;
+    for (std::size_t c = 0; c < 3; ++c) {
+      const int d = colour[c] - Entry(mirror_.colours, i)[c];
+      squares += d * d;
+    }
+    const int d = IntegerRoot(squares);
     if (d >= least) continue;
     least = d;
     best = i;
@@ -420,25 +385,25 @@ int PlainRenderer::NearestIndex(int r, int g, int b) {
   return best;
 }
 
-void PlainRenderer::InsertExact(int r, int g, int b, int i) {
-  if (!treeRows_.contains({r, g}) && treeRows_.size() == 256) return;
-  treeRows_.insert({r, g});
-  tree_.insert({{r, g, b}, i});  // the first index of a colour stays
+void PlainRenderer::InsertExact(const Colour& colour, int i) {
+  const std::pair row(colour[0], colour[1]);
+  if (!treeRows_.contains(row) && treeRows_.size() == 256) return;
+  treeRows_.insert(row);
+  tree_.insert({colour, i});  // the first index of a colour stays
 }
 
-int PlainRenderer::ExactIndex(int r, int g, int b) {
+int PlainRenderer::ExactIndex(const Colour& colour) {
   if (rebuild_) {
     if (!treeAvailable) return 65534;
     tree_.clear();
     treeRows_.clear();
     for (int i = 0; i < mirror_.count; ++i) {
-      if (Skipped(i)) continue;
-      InsertExact(mirror_.colours.red[i], mirror_.colours.green[i], mirror_.colours.blue[i], i);
+      if (!Skipped(i)) InsertExact(Entry(mirror_.colours, i), i);
     }
     exactOn_ = true;
     rebuild_ = false;
   }
-  const auto found = tree_.find({r, g, b});
+  const auto found = tree_.find(colour);
   return found == tree_.end() ? -1 : found->second;
 }
 

@@ -2,7 +2,9 @@
 /// fast renderer is held against.
 #pragma once
 
+#include <array>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <set>
 #include <utility>
@@ -18,33 +20,43 @@ class PlainRenderer {
   std::int32_t renderBits = 8;
   bool treeAvailable = true;
   PaletteRecord renderPalette = {{}, 256};
-  std::uint8_t entryLocks[256] = {};
+  std::array<std::uint8_t, 256> entryLocks = {};
 
   /// The bytes that RenderImage owes the caller, without what its block holds behind them.
   std::vector<std::uint8_t> Render(const ImageRecord& image, Palette& palette, int code, int mode,
                                    bool ordered, bool keep, int strength);
 
  private:
+  /// Red, green, blue.
+  using Colour = std::array<int, 3>;
+
+  static Colour Entry(const Palette& palette, int i);
+  static void SetEntry(Palette& palette, int i, const Colour& colour);
+  static void CopyEntries(const Palette& from, Palette& to, int count);
+
   void PackRows();
   void ColourPalette(bool fourBits);
   void DiffuseColour(bool fourBits);
+  void Grey(int code);
+  /// Chooses an index for each colour with the error of those before it, the error being what the
+  /// colour shown for the index lacks.
+  void Diffuse(const std::function<Colour(int x, int y)>& source,
+               const std::function<int(const Colour&)>& choose,
+               const std::function<Colour(int index)>& shown);
   void OrderFixed();
   void OrderMapped();
-  void SetDirections();
-  void Grey(int code);
+  int Neighbour(int i, std::size_t channel, int step);
 
   void BuildPalette(int n, bool keepEntryZero);
-  void GrowPalette(PaletteRecord& record, int n, int first);
   void MapPalette(const PaletteRecord& record);
   void StartMapping(int count);
-  void AddPaletteEntry(int r, int g, int b, int i);
-  int NearestIndex(int r, int g, int b);
-  int ExactIndex(int r, int g, int b);
-  void InsertExact(int r, int g, int b, int i);
-  bool Skipped(int i) const { return renderAdaptive_ && entryLocks[i] == 2; }
-  int FixedIndex(int r, int g, int b, bool fourBits) const;
-  int Scaled(int e) const;
-  const std::uint8_t* Pixel(int x, int y) const;
+  void AddPaletteEntry(const Colour& colour, int i);
+  int NearestIndex(const Colour& colour);
+  int ExactIndex(const Colour& colour);
+  void InsertExact(const Colour& colour, int i);
+  bool Skipped(int i) const { return renderAdaptive_ && LockOf(i) == 2; }
+  int LockOf(int i) const { return entryLocks[static_cast<std::size_t>(i)]; }
+  Colour Pixel(int x, int y) const;
   void Put(int x, int y, int index);
 
   // One call.
@@ -55,21 +67,19 @@ class PlainRenderer {
   int entries_ = 0;
   int strength_ = 0;
   std::vector<std::uint8_t> output_;
-  std::vector<int> up_[3];
-  std::vector<int> down_[3];
 
   // From call to call.
   bool renderAdaptive_ = false;
   PaletteRecord mirror_ = {};
   bool mapped_ = false;
   PaletteRecord lastMapped_ = {};
-  std::uint8_t lastLocks_[256] = {};
+  std::array<std::uint8_t, 256> lastLocks_ = {};
   int radius_ = 0;
   std::vector<int> cellDistance_;
   std::vector<int> cellIndex_;
   bool rebuild_ = true;
   bool exactOn_ = false;
-  std::map<std::vector<int>, int> tree_;
+  std::map<Colour, int> tree_;
   std::set<std::pair<int, int>> treeRows_;
 };
 

@@ -1,64 +1,44 @@
 // Memory that runs out, and the buffers that live between renders.
 
 #include <cstring>
+#include <tuple>
 
 #include "tests/render/render_test_fixture.h"
+#include "tests/support/fault_injection.h"
 
 namespace imx::test {
 namespace {
 
-int allocationsLeft;
-
-void FailFrom(int allocation) {
-  allocationsLeft = allocation;
-  SetAllocationGate([] { return allocationsLeft-- > 0; });
-}
-
-struct Request {
-  RenderCode code;
-  std::int32_t mode;
-  bool ordered;
-};
-
-constexpr Request kRequests[] = {
-    {RenderCode::packed24, kRenderFromImage, false},
-    {RenderCode::colour8, kRenderFixed, false},
-    {RenderCode::colour8, kRenderFixed, true},
-    {RenderCode::colour8, kRenderFromImage, false},
-    {RenderCode::colour8, kRenderFromImage, true},
-    {RenderCode::colour8, kRenderPrevious, true},
-    {RenderCode::colour8, kRenderGiven, false},
-    {RenderCode::colour4, kRenderFromImage, false},
-    {RenderCode::colour4, kRenderPrevious, false},
-    {RenderCode::grey8, kRenderFromImage, false},
-    {RenderCode::blackWhite, kRenderFromImage, false},
-};
-
 using RenderFailureTest = RenderTest;
 
+class AnyRequestTest
+    : public RenderTest,
+      public testing::WithParamInterface<std::tuple<RenderCode, std::int32_t, bool>> {};
+
 // The renderer is not even started: the first render makes everything it needs itself.
-TEST_F(RenderFailureTest, EveryFailedAllocationFailsTheRenderAndLeaksNothing) {
+TEST_P(AnyRequestTest, EveryFailedAllocationFailsTheRenderAndLeaksNothing) {
+  const auto [code, mode, ordered] = GetParam();
   const ImageGuard image = PhotoLike(24, 16);
-  for (const Request& request : kRequests) {
+  StopRenderer();
+  const std::size_t before = LiveBlockCount();
+  int failures = 0;
+  for (bool done = false; !done; failures += done ? 0 : 1) {
+    ASSERT_LT(failures, 100);
+    palette = {};
+    palette.green[9] = 80;
+    const AllocationFailure failure(failures, Afterwards::fail);
+    done = !Render(image, code, mode, ordered).empty();
     StopRenderer();
-    const std::size_t before = LiveBlockCount();
-    int failures = 0;
-    bool done = false;
-    for (int n = 0; !done && n < 100; ++n) {
-      palette = {};
-      palette.green[9] = 80;
-      FailFrom(n);
-      done = static_cast<bool>(
-          RenderImage(*image, palette, request.code, request.mode, request.ordered, true, 100));
-      SetAllocationGate(nullptr);
-      failures += done ? 0 : 1;
-      StopRenderer();
-      ASSERT_EQ(LiveBlockCount(), before) << "allocation " << n;
-    }
-    EXPECT_TRUE(done);
-    EXPECT_GE(failures, 5) << "error rows, output and the remembered palette at least";
+    ASSERT_EQ(LiveBlockCount(), before) << "allocation " << failures;
   }
+  EXPECT_GE(failures, 5) << "error rows, output and the remembered palette at least";
 }
+
+INSTANTIATE_TEST_SUITE_P(Requests, AnyRequestTest,
+                         testing::Combine(testing::Values(RenderCode::packed24, RenderCode::colour8,
+                                                          RenderCode::colour4, RenderCode::grey8,
+                                                          RenderCode::blackWhite),
+                                          testing::Range(0, 5), testing::Bool()));
 
 TEST_F(RenderFailureTest, AFailedRenderDoesNotSpoilTheNext) {
   const ImageGuard image = PhotoLike(24, 16);
@@ -67,9 +47,10 @@ TEST_F(RenderFailureTest, AFailedRenderDoesNotSpoilTheNext) {
   const Palette wantedPalette = palette;
   for (int n = 0; n < 12; ++n) {
     StopRenderer();
-    FailFrom(n);
-    Render(image, RenderCode::colour8, kRenderFromImage);
-    SetAllocationGate(nullptr);
+    {
+      const AllocationFailure failure(n, Afterwards::fail);
+      Render(image, RenderCode::colour8, kRenderFromImage);
+    }
     palette = {};
     // A tree that could not be had is not asked for again; all else is.
     if (ExactIndex(0, 0, 0) == kExactUnavailable) continue;
@@ -81,16 +62,17 @@ TEST_F(RenderFailureTest, AFailedRenderDoesNotSpoilTheNext) {
 
 TEST_F(RenderFailureTest, StartReportsMissingMemoryAndLeavesNothing) {
   StopRenderer();
+  EXPECT_EQ(NearestIndex(1, 2, 3), 0) << "no palette was mapped";
   const std::size_t before = LiveBlockCount();
   for (int n = 0; n < 3; ++n) {
-    FailFrom(n);
+    const AllocationFailure failure(n);
     EXPECT_EQ(StartRenderer(), 1);
-    SetAllocationGate(nullptr);
     EXPECT_EQ(LiveBlockCount(), before);
     EXPECT_EQ(RenderPalette(), nullptr);
   }
   EXPECT_EQ(StartRenderer(), 0);
   EXPECT_EQ(RenderPalette()->count, 256);
+  EXPECT_EQ(NearestIndex(1, 2, 3), 0);
 }
 
 TEST_F(RenderFailureTest, AfterTheLibrarysShutdownARenderStartsAfresh) {

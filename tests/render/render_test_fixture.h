@@ -1,9 +1,7 @@
 /// The fixture of tests that render.
 #pragma once
 
-#include <algorithm>
 #include <cstdint>
-#include <initializer_list>
 #include <vector>
 
 #include "render/nearest.h"
@@ -37,11 +35,6 @@ class RenderTest : public LibraryTest {
 
   Palette palette = {};
 };
-
-/// A picture one pixel high.
-inline ImageGuard OneRow(std::initializer_list<Rgba> pixels) {
-  return FromPixels(static_cast<std::int32_t>(pixels.size()), 1, {pixels.begin(), pixels.size()});
-}
 
 inline Rgba GreyPixel(std::uint8_t value) {
   return {value, value, value, 255};

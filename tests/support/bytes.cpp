@@ -39,11 +39,6 @@ ByteBuilder& ByteBuilder::Repeat(std::uint32_t value, std::size_t count) {
   return *this;
 }
 
-ByteBuilder& ByteBuilder::PatchU16(std::size_t offset, std::uint32_t value) {
-  StoreU16(&bytes_.at(offset), static_cast<std::uint16_t>(value), order_);
-  return *this;
-}
-
 ByteBuilder& ByteBuilder::PatchU32(std::size_t offset, std::uint32_t value) {
   StoreU32(&bytes_.at(offset), value, order_);
   return *this;

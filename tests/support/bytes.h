@@ -30,7 +30,6 @@ class ByteBuilder {
   ByteBuilder& Repeat(std::uint32_t value, std::size_t count);
 
   /// Overwrites a number written before.
-  ByteBuilder& PatchU16(std::size_t offset, std::uint32_t value);
   ByteBuilder& PatchU32(std::size_t offset, std::uint32_t value);
 
   std::size_t size() const { return bytes_.size(); }

@@ -1,30 +1,39 @@
 /// Memory that runs out and disks that are full, at a chosen moment.
 #pragma once
 
+#include "imagelib/core/file_writer.h"
+#include "imagelib/core/memory.h"
+
 namespace imx::test {
 
-/// While it lives, the n-th allocation of the library (counted from 0) fails; the others succeed.
-/// One at a time.
-class AllocationFailure {
- public:
-  explicit AllocationFailure(int n);
-  ~AllocationFailure();
-  AllocationFailure(const AllocationFailure&) = delete;
-  AllocationFailure& operator=(const AllocationFailure&) = delete;
+/// Whether the requests after the failing one succeed again.
+enum class Afterwards { succeed, fail };
 
-  /// Whether so many allocations were asked for that one failed.
-  bool reached() const;
+/// While it lives, the n-th request (counted from 0) that passes the gate fails. One of a kind at
+/// a time.
+template <void (*setGate)(bool (*gate)())>
+class Failure {
+ public:
+  explicit Failure(int n, Afterwards afterwards = Afterwards::succeed) {
+    left_ = n;
+    afterwards_ = afterwards;
+    setGate([] { return left_-- > 0 || (left_ < -1 && afterwards_ == Afterwards::succeed); });
+  }
+  ~Failure() { setGate(nullptr); }
+  Failure(const Failure&) = delete;
+  Failure& operator=(const Failure&) = delete;
+
+  /// Whether there were so many requests that one failed.
+  bool reached() const { return left_ < 0; }
+
+ private:
+  static inline int left_;
+  static inline Afterwards afterwards_;
 };
 
-/// The same for the n-th write to the system.
-class WriteFailure {
- public:
-  explicit WriteFailure(int n);
-  ~WriteFailure();
-  WriteFailure(const WriteFailure&) = delete;
-  WriteFailure& operator=(const WriteFailure&) = delete;
-
-  bool reached() const;
-};
+/// Of the library's allocations.
+using AllocationFailure = Failure<SetAllocationGate>;
+/// Of its writes to the system.
+using WriteFailure = Failure<SetWriteGate>;
 
 }  // namespace imx::test

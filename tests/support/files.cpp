@@ -1,5 +1,6 @@
 #include "tests/support/files.h"
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -38,6 +39,15 @@ std::string TempDir::Write(std::string_view name, std::span<const std::uint8_t> 
 
 std::string TempDir::Write(std::string_view name, std::string_view text) {
   return Write(name, Bytes(text.begin(), text.end()));
+}
+
+std::vector<std::string> TempDir::Names() {
+  std::vector<std::string> names;
+  for (const auto& entry : fs::directory_iterator(path())) {
+    names.push_back(entry.path().filename().string());
+  }
+  std::sort(names.begin(), names.end());
+  return names;
 }
 
 Bytes ReadFile(const std::string& path) {

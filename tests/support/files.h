@@ -6,6 +6,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "tests/support/bytes.h"
 
@@ -26,6 +27,8 @@ class TempDir {
   /// Writes `bytes` into `name` inside it and returns that path.
   std::string Write(std::string_view name, std::span<const std::uint8_t> bytes);
   std::string Write(std::string_view name, std::string_view text);
+  /// Names of what is in it, sorted.
+  std::vector<std::string> Names();
 
  private:
   std::string path_;

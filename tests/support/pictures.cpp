@@ -1,7 +1,6 @@
 #include "tests/support/pictures.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstring>
 #include <sstream>
@@ -78,27 +77,14 @@ ImageGuard PhotoLike(std::int32_t width, std::int32_t height, std::uint32_t seed
 }
 
 ImageGuard Drawing(std::int32_t width, std::int32_t height) {
-  constexpr std::array<Rgba, 16> kColours = {{
-      {0, 0, 0, 255},
-      {255, 255, 255, 255},
-      {255, 0, 0, 255},
-      {0, 255, 0, 255},
-      {0, 0, 255, 255},
-      {255, 255, 0, 255},
-      {0, 255, 255, 255},
-      {255, 0, 255, 255},
-      {128, 128, 128, 255},
-      {192, 192, 192, 255},
-      {128, 0, 0, 255},
-      {0, 128, 0, 255},
-      {0, 0, 128, 255},
-      {128, 128, 0, 255},
-      {17, 34, 51, 255},
-      {250, 240, 230, 255},
-  }};
   return Paint(width, height, [&](std::int32_t x, std::int32_t y) {
-    if ((x + y) % 11 == 0) return kColours[0];
-    return kColours[static_cast<std::size_t>(x / 7 + 3 * (y / 5)) % kColours.size()];
+    if ((x + y) % 11 == 0) return Rgba{0, 0, 0, 255};
+    const int colour = (x / 7 + 3 * (y / 5)) % 16;
+    const auto channel = [&](int bit) {
+      const int low = colour < 8 ? 0 : 17;
+      return static_cast<std::uint8_t>(colour & bit ? 255 - 4 * low : low);
+    };
+    return Rgba{channel(1), channel(2), channel(4), 255};
   });
 }
 
@@ -151,9 +137,8 @@ std::string PixelBytes(const ImageRecord& image, Channels channels) {
   std::string bytes;
   for (std::int32_t y = 0; y < image.height; ++y) {
     for (std::int32_t x = 0; x < image.width; ++x) {
-      const Rgba p = PixelAt(image, x, y);
-      bytes.append({static_cast<char>(p.r), static_cast<char>(p.g), static_cast<char>(p.b)});
-      if (channels == Channels::rgba) bytes.push_back(static_cast<char>(p.a));
+      const auto* pixel = reinterpret_cast<const char*>(PixelRow(image, y)) + 4 * x;
+      bytes.append(pixel, channels == Channels::rgba ? 4 : 3);
     }
   }
   return bytes;

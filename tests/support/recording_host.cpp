@@ -49,7 +49,7 @@ int Text(std::vector<std::string>& list, void* argument) {
 
 }  // namespace
 
-RecordingHost::RecordingHost() : savedCallbacks_(Host()), savedServices_(Services()) {
+RecordingHost::RecordingHost() {
   current = this;
   stopPressed = false;
   Host() = {
@@ -68,8 +68,8 @@ RecordingHost::RecordingHost() : savedCallbacks_(Host()), savedServices_(Service
 }
 
 RecordingHost::~RecordingHost() {
-  Host() = savedCallbacks_;
-  Services() = savedServices_;
+  Host() = {};
+  Services() = {};
   current = nullptr;
 }
 

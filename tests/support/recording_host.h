@@ -18,7 +18,7 @@ struct ProgressRun {
   std::vector<std::int32_t> positions;  ///< of update calls; step calls count on by one
 };
 
-/// Fills the host tables while it lives and puts back what was there before. One at a time.
+/// Fills the host tables while it lives and empties them afterwards. One at a time.
 class RecordingHost {
  public:
   RecordingHost();
@@ -48,10 +48,6 @@ class RecordingHost {
   /// Errors that only a fault of the library itself brings: damaged guards, unknown pointers,
   /// leaked blocks.
   std::vector<std::string> MemoryFaults() const;
-
- private:
-  HostCallbacks savedCallbacks_;
-  HostServices savedServices_;
 };
 
 }  // namespace imx::test

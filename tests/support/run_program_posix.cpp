@@ -4,44 +4,18 @@
 
 #include <chrono>
 #include <csignal>
-#include <cstdio>
 #include <stdexcept>
 #include <thread>
 
+#include "tests/support/files.h"
 #include "tests/support/run_program.h"
 
 namespace imx::test {
 namespace {
 
-/// An unnamed file that stands for one of the program's streams; no pipe can then fill up.
-class StreamFile {
- public:
-  StreamFile() : file_(std::tmpfile()) {
-    if (!file_) throw std::runtime_error("no temporary file");
-  }
-  ~StreamFile() { std::fclose(file_); }
-  StreamFile(const StreamFile&) = delete;
-  StreamFile& operator=(const StreamFile&) = delete;
-
-  int descriptor() const { return fileno(file_); }
-
-  void Fill(std::string_view text) {
-    if (!text.empty()) std::fwrite(text.data(), 1, text.size(), file_);
-    std::fflush(file_);
-    lseek(descriptor(), 0, SEEK_SET);
-  }
-
-  std::string Contents() {
-    std::string text;
-    char part[4096];
-    std::rewind(file_);
-    while (const std::size_t got = std::fread(part, 1, sizeof part, file_)) text.append(part, got);
-    return text;
-  }
-
- private:
-  std::FILE* file_;
-};
+bool Redirect(int stream, const std::string& path, int flags) {
+  return dup2(open(path.c_str(), flags, 0600), stream) == stream;
+}
 
 int WaitFor(pid_t child) {
   constexpr std::chrono::milliseconds kPause(2);
@@ -62,20 +36,23 @@ ProgramResult RunProgram(const std::vector<std::string>& arguments, std::string_
   list.reserve(arguments.size() + 1);
   for (const std::string& argument : arguments) list.push_back(const_cast<char*>(argument.c_str()));
   list.push_back(nullptr);
-  StreamFile in, out, err;
-  in.Fill(input);
+  TempDir streams;  // files: unlike a pipe, none can fill up
+  const std::string in = streams.Write("in", input);
+  const std::string out = streams.file("out");
+  const std::string err = streams.file("err");
 
   const pid_t child = fork();
   if (child < 0) throw std::runtime_error("fork failed");
   if (child == 0) {
-    dup2(in.descriptor(), STDIN_FILENO);
-    dup2(out.descriptor(), STDOUT_FILENO);
-    dup2(err.descriptor(), STDERR_FILENO);
-    if (directory.empty() || chdir(directory.c_str()) == 0) execvp(list[0], list.data());
+    if (Redirect(STDIN_FILENO, in, O_RDONLY) && Redirect(STDOUT_FILENO, out, O_RDWR | O_CREAT) &&
+        Redirect(STDERR_FILENO, err, O_RDWR | O_CREAT) &&
+        (directory.empty() || chdir(directory.c_str()) == 0)) {
+      execvp(list[0], list.data());
+    }
     _exit(127);
   }
   const int status = WaitFor(child);
-  return {status, out.Contents(), err.Contents()};
+  return {status, ReadTextFile(out), ReadTextFile(err)};
 }
 
 }  // namespace imx::test
