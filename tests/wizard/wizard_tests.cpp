@@ -129,7 +129,7 @@ class Wizard : public testing::Test {
     SetupRun run(SampleMedium());
     run.AnswerPages(choices);
     run.Install();
-    run.ExpectAndClose("Wizard Finished", IDC_OUTCOME, FinishText(expectation));
+    run.ExpectAndClose("Wizard Finished", FinishText(expectation));
     run.ExpectEnd();
     return expectation;
   }
@@ -208,8 +208,7 @@ TEST_F(Wizard, RejectsPathsAndNames) {
   for (const Rejection& rejection : rejections) {
     SetControlText(run.dialog(), IDC_PROGRAM_DIR, rejection.path);
     run.PressButton(IDC_NEXT);
-    run.ExpectAndClose("Information Requires Change", IDC_PROBLEM,
-                       problem("Glimmerix folder", rejection.error));
+    run.ExpectAndClose("Information Requires Change", problem("Glimmerix folder", rejection.error));
     run.Expect("Install Locations");
   }
 
@@ -225,7 +224,7 @@ TEST_F(Wizard, RejectsPathsAndNames) {
                            {"Help folder", "Illegal character in filename [|]"},
                            {"Data folder", "Illegal character in filename [/]"}};
   for (const auto& [label, error] : all) {
-    run.ExpectAndClose("Information Requires Change", IDC_PROBLEM, problem(label, error));
+    run.ExpectAndClose("Information Requires Change", problem(label, error));
   }
 
   run.Expect("Install Locations");
@@ -233,7 +232,7 @@ TEST_F(Wizard, RejectsPathsAndNames) {
   run.PressButton(IDC_NEXT);
   if (run.Expect("Program Group Selection")) SetControlText(run.dialog(), IDC_GROUP, "a\\b");
   run.PressButton(IDC_NEXT);
-  run.ExpectAndClose("Information Requires Change", IDC_PROBLEM,
+  run.ExpectAndClose("Information Requires Change",
                      problem("Glimmerix group", "Illegal character in filename [\\]"));
   run.Expect("Program Group Selection");
   run.PressButton(IDC_EXIT);
@@ -375,7 +374,7 @@ TEST_F(WizardStopped, AndContinued) {
   SetupRun run(medium);
   Stop(run);
   run.PressButton(IDC_CONTINUE);
-  run.ExpectAndClose("Wizard Finished", IDC_OUTCOME, FinishText(expectation));
+  run.ExpectAndClose("Wizard Finished", FinishText(expectation));
   run.ExpectEnd();
 
   EXPECT_EQ(Names(Installed()), Names(expectation.tree));
@@ -387,7 +386,7 @@ TEST_F(Wizard, ExitOnTheStoragePageInstalls) {
   SetupRun run(SampleMedium());
   run.AnswerPages(choices);
   run.PressButton(IDC_EXIT);
-  run.ExpectAndClose("Wizard Finished", IDC_OUTCOME, FinishText(expectation));
+  run.ExpectAndClose("Wizard Finished", FinishText(expectation));
   run.ExpectEnd();
   ExpectInstalled(expectation);
 }
