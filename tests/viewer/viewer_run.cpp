@@ -53,6 +53,9 @@ ViewerRun::ViewerRun(const std::vector<std::string>& files)
 
 HWND ViewerRun::Menu(char letter) {
   if (lost()) return nullptr;
+  // Work that shows progress, and dialogs, would take the letters away from the menu.
+  Becomes(
+      [&] { return IsWindowEnabled(window_) && !FindWindowOfClass(program(), "KZ_prgz_clazz"); });
   const HWND menu = OpenMenu(program(), window_, letter, kAnswerMilliseconds);
   if (!menu) Lose(std::string("no menu ") + letter);
   return menu;

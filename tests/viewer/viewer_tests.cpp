@@ -22,6 +22,11 @@ using testing::ElementsAre;
 
 class ViewerTest : public LibraryTest {
  protected:
+  void TearDown() override {
+    Operations() = {};
+    LibraryTest::TearDown();
+  }
+
   /// A file of the image, of the type that its name tells and the depth at this place of the list.
   std::string Stored(const char* name, const ImageRecord& image, std::int32_t depth) {
     const ImageGuard copy = Copy(image);
@@ -141,11 +146,11 @@ TEST_F(ViewerTest, OpensLooksEditsAndSaves) {
   run.Choose("tg");
   run.TypeFactor("Apply Gamma Correction", "2.000000", "0.5");
   run.Drag(first, {7, 7}, {7, 7});
-  run.Choose("fu");
-  run.PickImage("Select File to Save", 1);
   Operations().gammaValue = 0.5f;
   ApplyGamma(photo.get());
-
+  run.ExpectShown(first, *photo);
+  run.Choose("fu");
+  run.PickImage("Select File to Save", 1);
   run.Choose("fx");
   run.ExpectEnd();
   EXPECT_TRUE(ReadFile(temp.file("large.gif")) == ReadFile(Stored("wanted.gif", *large, 0)));
@@ -266,24 +271,32 @@ TEST_F(ViewerTest, AHundredWindows) {
 }
 
 TEST_F(ViewerTest, DoesWhatTheCommandLineDoes) {
-  const std::string in = Stored("in.tga", *PhotoLike(300, 200), 1);
+  const ImageGuard image = PhotoLike(300, 200);
+  const std::string in = Stored("in.tga", *image, 1);
   const std::string out = temp.file("out.png");
   DrivenRun imx(ProgramOfBuild("imx.exe"), "",
                 {"convert", in, "--region", "10,10,200,150", "--clip", "--rescale", "2", "--gamma",
                  "1.5", out});
   imx.ExpectEnd();
+  const ImageGuard wanted = Loaded(out);
 
   ViewerRun run({in});
+  const HWND first = run.Image(1, "in.tga");
+  run.ExpectShown(first, *image);
   run.Choose("tc");
-  run.Drag(run.Image(1, "in.tga"), {10, 10}, {200, 150});
+  run.Drag(first, {10, 10}, {200, 150});
   const HWND clip = run.Image(2, "NEW_");
+  run.ExpectShown(clip, *Made(ClipToRegion, *image, {10, 10, 200, 150}));
   run.Choose("tr");
   run.TypeFactor("Scale Region", "1.000000", "2");
   run.Drag(clip, {0, 0}, {190, 140});
   const HWND large = run.Image(3, "NEW_");
+  Operations().scaleFactor = 2;
+  run.ExpectShown(large, *Made(RescaleRegion, *image, {10, 10, 200, 150}));
   run.Choose("tg");
   run.TypeFactor("Apply Gamma Correction", "1.000000", "1.5");
   run.Drag(large, {5, 5}, {5, 5});
+  run.ExpectShown(large, *wanted);
   run.Choose("fs");
   run.PickImage("Select File to Save", 3);
   run.Save("PNG", "24-bit", temp.file("viewer.png"));
@@ -292,7 +305,7 @@ TEST_F(ViewerTest, DoesWhatTheCommandLineDoes) {
   run.PressButton(IDOK);
   run.Choose("fx");
   run.ExpectEnd();
-  EXPECT_EQ(Difference(*Loaded(out), *Loaded(temp.file("viewer.png"))), "");
+  EXPECT_EQ(Difference(*wanted, *Loaded(temp.file("viewer.png"))), "");
 }
 
 }  // namespace
