@@ -109,17 +109,29 @@ void ViewerRun::PickFifthFrame() {
   if (!Expect("Extract Image from Sequence")) return;
   EXPECT_EQ(ControlTextOf(dialog(), IDC_FRAME_TEXT), "0");
   EXPECT_EQ(ControlTextOf(dialog(), IDC_LAST_FRAME_TEXT), "5");
-  for (int i = 0; i < 4; ++i) TypeKey(GetDlgItem(dialog(), IDC_FRAME), VK_RIGHT);
-  EXPECT_TRUE(Becomes([&] { return ControlTextOf(dialog(), IDC_FRAME_TEXT) == "4"; }));
+  const HWND bar = GetDlgItem(dialog(), IDC_FRAME);
+  const auto frameBecomes = [&](const char* frame) {
+    EXPECT_TRUE(Becomes([&] { return ControlTextOf(dialog(), IDC_FRAME_TEXT) == frame; }));
+  };
+  PostMessageA(dialog(), WM_HSCROLL, MAKEWPARAM(SB_THUMBTRACK, 2), reinterpret_cast<LPARAM>(bar));
+  frameBecomes("2");
+  TypeKey(bar, VK_LEFT);
+  frameBecomes("1");
+  TypeKey(bar, VK_NEXT);
+  frameBecomes("5");
+  TypeKey(bar, VK_PRIOR);
+  for (int i = 0; i < 4; ++i) TypeKey(bar, VK_RIGHT);
+  frameBecomes("4");
   PressButton(IDOK);
 }
 
-void ViewerRun::Save(const char* type, const char* depth, const std::string& path) {
+void ViewerRun::Save(const char* type, const char* depth, int option, const std::string& path) {
   if (!Expect("Output Render Choices")) return;
   if (!SelectInDropDown(dialog(), IDC_FILE_TYPE, type)) Lose(std::string("no type ") + type);
   if (!SelectInDropDown(dialog(), IDC_DEPTH, depth)) Lose(std::string("no depth ") + depth);
   const std::string title = "Save As " + ControlTextOf(dialog(), IDC_FILE_TYPE) + " Image in " +
                             ControlTextOf(dialog(), IDC_DEPTH) + " mode";
+  if (option != kNoOption) PressButton(option);
   PressButton(IDOK);
   TypePath(title, path);
 }
@@ -139,6 +151,11 @@ void ViewerRun::Drag(HWND image, POINT from, POINT to) {
 void ViewerRun::Close(HWND image) {
   if (lost()) return;
   PostMessageA(image, WM_SYSCOMMAND, SC_CLOSE, 0);
+  ExpectGone(image);
+}
+
+void ViewerRun::ExpectGone(HWND image) {
+  if (lost()) return;
   if (!Becomes([&] { return !IsWindow(image); })) Lose("an image window does not close");
 }
 

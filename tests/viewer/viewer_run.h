@@ -13,6 +13,8 @@ namespace imx::test {
 /// A program that the build leaves beside the viewer.
 std::string ProgramOfBuild(const char* name);
 
+inline constexpr int kNoOption = 0;
+
 class ViewerRun : public DrivenRun {
  public:
   /// Starts the viewer with these files on its command line and waits for its window.
@@ -34,8 +36,9 @@ class ViewerRun : public DrivenRun {
   /// Answers the frame dialog of a sequence of six frames: the fifth one.
   void PickFifthFrame();
 
-  /// Saves the image under a type and depth (the first words of their entries) as `path`.
-  void Save(const char* type, const char* depth, const std::string& path);
+  /// Saves the image under a type and depth (the first words of their entries) as `path`, with one
+  /// of the options switched over.
+  void Save(const char* type, const char* depth, int option, const std::string& path);
 
   /// The window of the image with this number, whose name begins so.
   HWND Image(int number, const std::string& name);
@@ -43,6 +46,8 @@ class ViewerRun : public DrivenRun {
   void Drag(HWND image, POINT from, POINT to);
   /// Closes an image's window.
   void Close(HWND image);
+  /// Waits until an image's window is closed.
+  void ExpectGone(HWND image);
 
   /// Expects the screen to show the image's colours in the window, which it brings to the front.
   void ExpectShown(HWND image, const ImageRecord& wanted);

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "formats/codec_state.h"
 #include "imagelib/core/registry.h"
 #include "imagelib/dispatch/load.h"
 #include "imagelib/dispatch/save.h"
@@ -24,6 +25,7 @@ class ViewerTest : public LibraryTest {
  protected:
   void TearDown() override {
     Operations() = {};
+    Output() = {};
     LibraryTest::TearDown();
   }
 
@@ -75,6 +77,10 @@ ImageGuard OverCheckerboard(const ImageRecord& image) {
   return shown;
 }
 
+void Resize(HWND window, int width, int height) {
+  SetWindowPos(window, nullptr, 0, 0, width, height, SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
+}
+
 TEST_F(ViewerTest, OpensLooksEditsAndSaves) {
   const ImageGuard photo = PhotoLike(120, 80);
   const ImageGuard veil = AlphaGradient(256, 40);
@@ -92,6 +98,11 @@ TEST_F(ViewerTest, OpensLooksEditsAndSaves) {
   run.Choose("va");
   run.ExpectShown(second, *veil);
   EXPECT_THAT(run.Ticks('v', 1), ElementsAre(false));
+  // What was out of sight while it was drawn comes into sight.
+  Resize(second, 150, 50);
+  run.Choose("va");
+  Resize(second, 300, 100);
+  run.ExpectShown(second, *OverCheckerboard(*veil));
 
   EXPECT_THAT(run.Ticks('t', 6), ElementsAre(false, false, false, false, false, false));
   run.Choose("tc");
@@ -134,13 +145,14 @@ TEST_F(ViewerTest, OpensLooksEditsAndSaves) {
 
   TypeControlKey('s');
   run.PickImage("Select File to Save", 4);
-  run.Save("GIF", "8-bit", temp.file("large.gif"));
+  run.Save("GIF", "8-bit", IDC_INTERLACE, temp.file("large.gif"));
   run.Choose("fs");
   run.PickImage("Select File to Save", 3);
-  run.Save("Softimage", "24-bit", temp.file("clip.pic"));
+  run.Save("Softimage", "24-bit", kNoOption, temp.file("clip.pic"));
   run.Choose("fs");
   run.PickImage("Select File to Save", 1);
-  run.Save("Targa", "24-bit", temp.file("photo"));  // the ending comes from the type
+  run.Save("Targa", "24-bit", IDC_COMPRESSION,
+           temp.file("photo"));  // the ending comes from the type
 
   // Once more with what has changed since, to the path last confirmed.
   run.Choose("tg");
@@ -151,10 +163,16 @@ TEST_F(ViewerTest, OpensLooksEditsAndSaves) {
   run.ExpectShown(first, *photo);
   run.Choose("fu");
   run.PickImage("Select File to Save", 1);
+  run.Choose("fu");  // only one is left, which has no type yet
+  run.ExpectAndClose("Failure", "The image could not be saved as\n" + temp.file("photo.tga") +
+                                    ":\nno file type has been chosen for it yet.");
+
   run.Choose("fx");
   run.ExpectEnd();
+  Output().interlace = 1;
   EXPECT_TRUE(ReadFile(temp.file("large.gif")) == ReadFile(Stored("wanted.gif", *large, 0)));
   EXPECT_EQ(Difference(*clip, *Loaded(temp.file("clip.pic")), Channels::rgb), "");
+  EXPECT_GT(ReadFile(temp.file("photo.tga")).size(), 120U * 80U * 3U) << "not compressed";
   const ImageGuard targa = Loaded(temp.file("photo.tga"));
   EXPECT_EQ(targa->depth, 24u);
   EXPECT_EQ(Difference(*photo, *targa, Channels::rgb), "");
@@ -241,13 +259,21 @@ TEST_F(ViewerTest, AsksForWhatFilesDoNotTell) {
   run.Close(flic);
   run.Choose("tm");
   run.Expect("Select Image to use as Source");
+  EXPECT_FALSE(IsWindowEnabled(shot));
   run.PressButton(IDCANCEL);
   run.Drag(shot, {0, 0}, {3, 0});
   const ImageGuard source = Frame(4);
   Operations().mergeSource = source.get();
   Made(MergeRegion, *wanted, {0, 0, 2, 1});
   run.ExpectShown(shot, *wanted);
-  run.Close(shot);
+
+  // A window that is to close waits for the dialog that lists it.
+  run.Choose("fs");
+  run.Expect("Select File to Save");
+  PostMessageA(shot, WM_CLOSE, 0, 0);
+  run.ExpectShown(shot, *wanted);
+  run.PressButton(IDCANCEL);
+  run.ExpectGone(shot);
   run.Close(avi);
   run.Choose("fs");
   run.ExpectAndClose("Info", "No files to save!");
@@ -299,7 +325,7 @@ TEST_F(ViewerTest, DoesWhatTheCommandLineDoes) {
   run.ExpectShown(large, *wanted);
   run.Choose("fs");
   run.PickImage("Select File to Save", 3);
-  run.Save("PNG", "24-bit", temp.file("viewer.png"));
+  run.Save("PNG", "24-bit", kNoOption, temp.file("viewer.png"));
   run.Choose("ha");
   run.Expect("About Quillmark Viewer");
   run.PressButton(IDOK);
