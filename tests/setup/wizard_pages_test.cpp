@@ -273,18 +273,6 @@ TEST_F(WizardPages, StorageShowsSixSlotsAndKeepsTheFormerAnswer) {
   EXPECT_EQ(-1, settings.navStep);
 }
 
-TEST_F(WizardPages, AbortQueryAnswers) {
-  settings.userAborted = 1;
-  open(Page::abortQuery);
-  EXPECT_EQ(0U, settings.userAborted);
-  window->press(IDC_ABORT);
-  EXPECT_TRUE(window->closed);
-  EXPECT_EQ(1U, settings.userAborted);
-  open(Page::abortQuery).press(IDC_CONTINUE);
-  EXPECT_TRUE(window->closed);
-  EXPECT_EQ(0U, settings.userAborted);
-}
-
 TEST_F(WizardPages, MessagesCloseByOkAndByTheCloseBox) {
   copyPath(settings.haltMessage, "what");
   copyPath(settings.haltSuggestion, "do this");
