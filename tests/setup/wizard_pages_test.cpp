@@ -42,32 +42,6 @@ class WizardPages : public testing::Test {
   std::vector<std::string> shown;
 };
 
-TEST_F(WizardPages, NextBackAndExitLeaveTheirMarks) {
-  for (const Page page : {Page::components, Page::documentation, Page::locations,
-                          Page::programGroup, Page::confirmation}) {
-    settings.pageAccepted = 1;
-    settings.navStep = -1;
-    open(page);
-    EXPECT_EQ(0U, settings.pageAccepted);
-    window->press(IDC_NEXT);
-    EXPECT_TRUE(window->closed);
-    EXPECT_EQ(1U, settings.pageAccepted);
-    EXPECT_EQ(1, settings.navStep);
-    open(page).press(IDC_BACK);
-    EXPECT_TRUE(window->closed);
-    EXPECT_EQ(1U, settings.pageAccepted);
-    EXPECT_EQ(-1, settings.navStep);
-    open(page).press(IDC_EXIT);
-    EXPECT_TRUE(window->closed);
-    EXPECT_EQ(0U, settings.pageAccepted);
-  }
-  open(Page::welcome).press(IDC_NEXT);
-  EXPECT_EQ(1U, settings.pageAccepted);
-  EXPECT_EQ(-1, settings.navStep) << "the first page has no direction";
-  open(Page::welcome).press(IDC_EXIT);
-  EXPECT_EQ(0U, settings.pageAccepted);
-}
-
 TEST_F(WizardPages, TwistelGoesOnlyWithGlint) {
   open(Page::components);
   EXPECT_TRUE(window->isChecked(IDC_GLINT));

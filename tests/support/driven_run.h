@@ -9,7 +9,7 @@
 namespace imx::test {
 
 /// Most that a driven program needs for anything.
-inline constexpr DWORD kAnswerMilliseconds = 5'000;
+inline constexpr DWORD kAnswerMilliseconds = 30'000;
 
 /// The path that the environment variable gives (of either system), else the place `fromTests` as
 /// seen from the test programs' folder.

@@ -13,7 +13,6 @@ namespace imx::test {
 namespace {
 
 constexpr DWORD kPollMilliseconds = 20;
-constexpr DWORD kPaintMilliseconds = 100;
 constexpr int kNameField = 0x47C;  // of the system's file dialogs
 const char kImageClass[] = "KZ_kidz_clazz";
 
@@ -73,16 +72,15 @@ void ViewerRun::Choose(const char* letters) {
   ExpectClosed(menu);
 }
 
-std::vector<bool> ViewerRun::Ticks(char letter, int items) {
+void ViewerRun::ExpectTicks(char letter, const std::vector<bool>& expected) {
   const HWND menu = Menu(letter);
-  if (!menu) return {};
-  Sleep(kPaintMilliseconds);
-  std::vector<bool> ticks = ReadTicks(menu, items);
+  if (!menu) return;
+  const auto items = static_cast<int>(expected.size());
+  EXPECT_TRUE(Becomes([&] { return ReadTicks(menu, items) == expected; })) << "in menu " << letter;
   // The first closes the menu, the second leaves the menu bar.
   TypeKey(window_, VK_ESCAPE);
   TypeKey(window_, VK_ESCAPE);
   ExpectClosed(menu);
-  return ticks;
 }
 
 void ViewerRun::TypePath(const std::string& title, const std::string& path) {

@@ -24,8 +24,8 @@ class ViewerRun : public DrivenRun {
 
   /// Opens the menu with the first of two underlined letters and chooses the item with the second.
   void Choose(const char* letters);
-  /// Opens a menu by its letter, sees which of its items have a tick, and closes it.
-  std::vector<bool> Ticks(char letter, int items);
+  /// Opens a menu by its letter, expects ticks on just these of its items, and closes it.
+  void ExpectTicks(char letter, const std::vector<bool>& expected);
 
   /// Answers a file dialog with this title by typing a path.
   void TypePath(const std::string& title, const std::string& path);

@@ -1,6 +1,6 @@
 // The real viewer, driven as by a user: what its windows show and what it saves, pixel by pixel.
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <cstdint>
 
@@ -18,8 +18,6 @@
 
 namespace imx::test {
 namespace {
-
-using testing::ElementsAre;
 
 class ViewerTest : public LibraryTest {
  protected:
@@ -94,23 +92,23 @@ TEST_F(ViewerTest, OpensLooksEditsAndSaves) {
   run.TypePath("Open Image", veilPath);
   const HWND second = run.Image(2, "veil.png");
   run.ExpectShown(second, *OverCheckerboard(*veil));
-  EXPECT_THAT(run.Ticks('v', 1), ElementsAre(true));
+  run.ExpectTicks('v', {true});
   run.Choose("va");
   run.ExpectShown(second, *veil);
-  EXPECT_THAT(run.Ticks('v', 1), ElementsAre(false));
+  run.ExpectTicks('v', {false});
   // What was out of sight while it was drawn comes into sight.
   Resize(second, 150, 50);
   run.Choose("va");
   Resize(second, 300, 100);
   run.ExpectShown(second, *OverCheckerboard(*veil));
 
-  EXPECT_THAT(run.Ticks('t', 6), ElementsAre(false, false, false, false, false, false));
+  run.ExpectTicks('t', {false, false, false, false, false, false});
   run.Choose("tc");
   run.Drag(first, {49, 59}, {10, 20});
   const ImageGuard clip = Made(ClipToRegion, *photo, {10, 20, 49, 59});
   const HWND third = run.Image(3, "NEW_");
   run.ExpectShown(third, *clip);
-  EXPECT_THAT(run.Ticks('t', 6), ElementsAre(false, true, false, false, false, false));
+  run.ExpectTicks('t', {false, true, false, false, false, false});
   EXPECT_EQ(WindowText(run.window()), "Quillmark Viewer - Clip Region");
 
   run.Choose("tr");
@@ -141,7 +139,7 @@ TEST_F(ViewerTest, OpensLooksEditsAndSaves) {
   Operations().mergeSource = veil.get();
   Made(MergeRegion, *photo, {20, 10, 69, 17});
   run.ExpectShown(first, *photo);
-  EXPECT_THAT(run.Ticks('t', 6), ElementsAre(false, false, false, false, false, true));
+  run.ExpectTicks('t', {false, false, false, false, false, true});
 
   TypeControlKey('s');
   run.PickImage("Select File to Save", 4);

@@ -251,13 +251,6 @@ TEST_F(WizardBlocked, ByAFileInTheWay) {
   }
 }
 
-// The particle systems' folder is not empty yet when its removal is tried, so it stays.
-TEST_F(WizardBlocked, ByAFileInPlaceOfTheGroup) {
-  std::ofstream(GroupFolder()) << "in the way";
-  ExpectHalt();
-  EXPECT_EQ(Names(ReadTree(kBase)), choices.dataDir + "\\\n" + choices.dataDir + "\\psys\\\n");
-}
-
 /// Copying from a medium with so many files that there is time to press Stop.
 class WizardStopped : public Wizard {
  protected:
@@ -329,16 +322,6 @@ TEST_F(WizardStopped, AndContinued) {
 
   EXPECT_EQ(Names(Installed()), Names(expectation.tree));
   EXPECT_EQ(Shortcuts(), (std::vector{GlintLink(), ManualLink(), TwistelLink()}));
-}
-
-TEST_F(Wizard, ExitOnTheStoragePageInstalls) {
-  const Expectation expectation = ExpectInstallation(SampleMedium(), choices);
-  SetupRun run(SampleMedium());
-  run.AnswerPages(choices);
-  run.PressButton(IDC_EXIT);
-  run.ExpectAndClose("Wizard Finished", FinishText(expectation));
-  run.ExpectEnd();
-  ExpectInstalled(expectation);
 }
 
 }  // namespace
