@@ -10,7 +10,6 @@ namespace imx::test {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 class WizardPages : public testing::Test {
  protected:
@@ -248,18 +247,12 @@ TEST_F(WizardPages, StorageShowsSixSlotsAndKeepsTheFormerAnswer) {
 }
 
 TEST_F(WizardPages, MessagesCloseByOkAndByTheCloseBox) {
-  copyPath(settings.haltMessage, "what");
-  copyPath(settings.haltSuggestion, "do this");
-  EXPECT_EQ("what", open(Page::halted).text(IDC_HALT_MESSAGE));
-  EXPECT_EQ("do this", window->text(IDC_HALT_SUGGESTION));
-  EXPECT_EQ("what", open(Page::finished).text(IDC_OUTCOME));
   for (const Page page : {Page::halted, Page::changeRequired, Page::finished}) {
     for (const int id : {IDC_OK, IDC_EXIT}) {
       open(page).press(id);
       EXPECT_TRUE(window->closed);
     }
   }
-  EXPECT_THAT(shown, IsEmpty());
 }
 
 }  // namespace
