@@ -59,6 +59,10 @@ bool FillRecord(DisplayRecord& record, const char* name, ImageRecord* image) {
   return true;
 }
 
+void Raise(HWND window) {
+  SetWindowPos(window, HWND_TOP, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
+}
+
 BOOL CALLBACK CollectImageWindow(HWND window, LPARAM list) {
   if (FindImageWindow(window, false)) {
     reinterpret_cast<std::vector<HWND>*>(list)->push_back(window);
@@ -132,9 +136,9 @@ HWND WindowOf(const DisplayRecord& record) {
 void RaiseImageWindows() {
   std::vector<HWND> topDown;
   EnumThreadWindows(GetCurrentThreadId(), CollectImageWindow, reinterpret_cast<LPARAM>(&topDown));
-  for (auto window = topDown.rbegin(); window != topDown.rend(); ++window) {
-    SetWindowPos(*window, HWND_TOP, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
-  }
+  for (auto window = topDown.rbegin(); window != topDown.rend(); ++window) Raise(*window);
+  HWND dialog = GetLastActivePopup(Shell().mainWindow);
+  if (!IsWindowEnabled(Shell().mainWindow) && !FindImageWindow(dialog, false)) Raise(dialog);
 }
 
 void RepaintFromPixels(const DisplayRecord& record) {

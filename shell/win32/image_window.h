@@ -19,8 +19,8 @@ DisplayRecord* FindImageWindow(HWND window, bool detach);
 /// The record's window, typed.
 HWND WindowOf(const DisplayRecord& record);
 
-/// Puts the image windows above the main window, in the order that they have among themselves. Some
-/// systems raise a window without the windows that it owns.
+/// Puts the image windows above the main window, in the order that they have among themselves, and
+/// below an open dialog. Some systems raise a window without the windows that it owns.
 void RaiseImageWindows();
 
 /// Repaints the window at once from the image's pixels.

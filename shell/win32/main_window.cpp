@@ -70,7 +70,7 @@ LRESULT CALLBACK MainWindowProc(HWND window, UINT message, WPARAM wParam, LPARAM
       if (LOWORD(wParam) != WA_INACTIVE) PostMessageA(window, kActivated, 0, 0);
       break;
     case kActivated:
-      if (IsWindowEnabled(window)) RaiseImageWindows();  // else a dialog is open above it
+      RaiseImageWindows();
       return 0;
     case WM_CLOSE:
       if (DeferWhileBusy(window, message, wParam, lParam)) return 0;

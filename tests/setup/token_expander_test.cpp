@@ -51,15 +51,6 @@ TEST(TokenExpander, ExpandsEachCode) {
   EXPECT_EQ("a", expand(texts, "a%q xyz"));
 }
 
-TEST(TokenExpander, HelpIsEmptyUnlessItIsInstalled) {
-  InstallSettings settings = tokenSettings();
-  settings.installDocs = 0;
-  EXPECT_EQ("[]", expand(makeTokenTexts(settings), "[%h..]"));
-  settings.installDocs = 1;
-  settings.installGlint = 0;
-  EXPECT_EQ("[]", expand(makeTokenTexts(settings), "[%h..]"));
-}
-
 // All texts of up to seven bytes over an alphabet that drives every state, cut tokens included.
 TEST(TokenExpander, AgreesWithASearchOnAllShortTexts) {
   const InstallSettings settings = tokenSettings();

@@ -10,7 +10,6 @@ namespace imx::test {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 class WizardPages : public testing::Test {
  protected:
@@ -41,32 +40,6 @@ class WizardPages : public testing::Test {
   std::unique_ptr<FakeWindow> window;
   std::vector<std::string> shown;
 };
-
-TEST_F(WizardPages, NextBackAndExitLeaveTheirMarks) {
-  for (const Page page : {Page::components, Page::documentation, Page::locations,
-                          Page::programGroup, Page::confirmation}) {
-    settings.pageAccepted = 1;
-    settings.navStep = -1;
-    open(page);
-    EXPECT_EQ(0U, settings.pageAccepted);
-    window->press(IDC_NEXT);
-    EXPECT_TRUE(window->closed);
-    EXPECT_EQ(1U, settings.pageAccepted);
-    EXPECT_EQ(1, settings.navStep);
-    open(page).press(IDC_BACK);
-    EXPECT_TRUE(window->closed);
-    EXPECT_EQ(1U, settings.pageAccepted);
-    EXPECT_EQ(-1, settings.navStep);
-    open(page).press(IDC_EXIT);
-    EXPECT_TRUE(window->closed);
-    EXPECT_EQ(0U, settings.pageAccepted);
-  }
-  open(Page::welcome).press(IDC_NEXT);
-  EXPECT_EQ(1U, settings.pageAccepted);
-  EXPECT_EQ(-1, settings.navStep) << "the first page has no direction";
-  open(Page::welcome).press(IDC_EXIT);
-  EXPECT_EQ(0U, settings.pageAccepted);
-}
 
 TEST_F(WizardPages, TwistelGoesOnlyWithGlint) {
   open(Page::components);
@@ -273,31 +246,13 @@ TEST_F(WizardPages, StorageShowsSixSlotsAndKeepsTheFormerAnswer) {
   EXPECT_EQ(-1, settings.navStep);
 }
 
-TEST_F(WizardPages, AbortQueryAnswers) {
-  settings.userAborted = 1;
-  open(Page::abortQuery);
-  EXPECT_EQ(0U, settings.userAborted);
-  window->press(IDC_ABORT);
-  EXPECT_TRUE(window->closed);
-  EXPECT_EQ(1U, settings.userAborted);
-  open(Page::abortQuery).press(IDC_CONTINUE);
-  EXPECT_TRUE(window->closed);
-  EXPECT_EQ(0U, settings.userAborted);
-}
-
 TEST_F(WizardPages, MessagesCloseByOkAndByTheCloseBox) {
-  copyPath(settings.haltMessage, "what");
-  copyPath(settings.haltSuggestion, "do this");
-  EXPECT_EQ("what", open(Page::halted).text(IDC_HALT_MESSAGE));
-  EXPECT_EQ("do this", window->text(IDC_HALT_SUGGESTION));
-  EXPECT_EQ("what", open(Page::finished).text(IDC_OUTCOME));
   for (const Page page : {Page::halted, Page::changeRequired, Page::finished}) {
     for (const int id : {IDC_OK, IDC_EXIT}) {
       open(page).press(id);
       EXPECT_TRUE(window->closed);
     }
   }
-  EXPECT_THAT(shown, IsEmpty());
 }
 
 }  // namespace

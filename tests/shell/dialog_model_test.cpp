@@ -1,16 +1,14 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <cstring>
+#include <string>
 
-#include "formats/codec_state.h"
+#include "ops/operations.h"
 #include "shell/model/about_text.h"
 #include "shell/model/number_text.h"
-#include "shell/model/raw_guide.h"
+#include "shell/model/open_filter.h"
 #include "shell/model/save_texts.h"
 #include "shell/model/scroll.h"
-#include "shell/model/window_list.h"
-#include "tests/support/pictures.h"
 
 namespace imx {
 namespace {
@@ -73,28 +71,6 @@ TEST(Scroll, StepsStayOnTheBar) {
   EXPECT_EQ(ScrolledPosition(INT_MAX - 2, INT_MAX, ScrollStep::pageOn, 0), INT_MAX);
 }
 
-TEST(RawGuideTest, RemembersWhatWasAccepted) {
-  Raw() = {.guideWanted = true, .kind = -1, .width = 4, .height = 6};
-  RawGuide guide = BeginRawGuide();
-  EXPECT_FALSE(IsComplete(guide));
-  guide.kind = 10;
-  SwapDimensions(guide);
-  EXPECT_TRUE(IsComplete(guide));
-  EXPECT_EQ(Raw().kind, -1);
-  AcceptRawGuide(guide);
-  EXPECT_EQ(Raw().kind, 10);
-  EXPECT_EQ(Raw().width, 6);
-  EXPECT_EQ(Raw().height, 4);
-  guide.height = 0;
-  EXPECT_FALSE(IsComplete(guide));
-  Raw() = {};
-
-  const std::vector<std::string> labels = RawKindLabels();
-  ASSERT_EQ(labels.size(), 11U);
-  EXPECT_EQ(labels.front(), "Greyscale File");
-  EXPECT_EQ(labels.back(), "R, G & B Files");
-}
-
 TEST(SaveTexts, StartNameLosesItsEnding) {
   EXPECT_EQ(SaveStartName("photo.png"), "photo");
   EXPECT_EQ(SaveStartName("clip.fli {fr #4}"), "clip");
@@ -104,34 +80,20 @@ TEST(SaveTexts, StartNameLosesItsEnding) {
   EXPECT_EQ(SaveStartName("a."), "a.");
 }
 
-TEST(SaveTexts, FoldersAndFailures) {
-  EXPECT_EQ(FolderOfPath("C:\\pictures\\a.png"), "C:\\pictures\\");
-  EXPECT_EQ(FolderOfPath("a.png"), "");
-  EXPECT_EQ(SaveFailureText("C:\\a.gif", "No space left on device"),
-            "The image could not be saved as\nC:\\a.gif:\nNo space left on device");
-  EXPECT_EQ(SaveFailureText("", ""), "The image could not be saved.");
+TEST(ColourCount, BeyondWhat32BitsCount) {
+  EXPECT_EQ(ColourCountText(2, 3, 1), "This image has 2 colors. 66.67% utilization.");
+  EXPECT_EQ(ColourCountText(16777216, 100000, 100000),
+            "This image has 16777216 colors. 0.17% utilization.");
 }
 
-TEST(WindowList, LinesInSlotOrder) {
-  const ImageGuard named = test::Solid(1, 1, {1, 2, 3, 255});
-  const ImageGuard changed = test::Solid(1, 1, {1, 2, 3, 255});
-  const ImageGuard made = test::Solid(1, 1, {1, 2, 3, 255});
-  named->flags = 0;
-  changed->flags = kFlagChanged;
-  made->flags = kFlagNameGenerated;
-  std::strcpy(changed->name, "photo.png");
-  DisplayRecord records[] = {{nullptr, kImageMagic, 4, 0, named.get(), nullptr},
-                             {nullptr, kImageMagic, 12, 0, changed.get(), nullptr},
-                             {nullptr, kImageMagic, 2, 0, made.get(), nullptr}};
-  WindowTable table;
-  table.slots[0] = &records[2];
-  table.slots[5] = &records[0];
-  table.slots[99] = &records[1];
-  using Records = std::vector<DisplayRecord*>;
-  EXPECT_EQ(ListWindows(table, ListedImages::all),
-            (Records{&records[2], &records[0], &records[1]}));
-  EXPECT_EQ(ListWindows(table, ListedImages::unsaved), (Records{&records[2], &records[1]}));
-  EXPECT_EQ(WindowListLine(records[1]), "[12] photo.png");
+TEST(OpenFilter, PairsInTableOrder) {
+  std::string filter = BuildOpenFilter();
+  for (char& c : filter) c = c == '\0' ? '|' : c;
+  EXPECT_TRUE(filter.starts_with("All Files (*.*)|*.*|Targa (*.tga)|*.tga|BMP (*.bmp)|*.bmp|"));
+  EXPECT_TRUE(filter.ends_with(
+      "|QMK Trim (*.trm)|*.trm|All Images|"
+      "*.tga;*.bmp;*.gif;*.fs;*.flc;*.avi;*.psd;*.pic;*.rla;*.pix;*.fli;*.dem;*.red;*.grn;*.blu;"
+      "*.gry;*.raw;*.jpg;*.tif;*.iff;*.pcx;*.rgb;*.ppm;*.png;*.trm||"));
 }
 
 TEST(About, NamesTheFileTypes) {

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <vector>
 
 namespace imx {
@@ -21,19 +20,6 @@ TEST(DisplayRow, PlainTurnsTheChannelsAround) {
   Row bgrx(8);
   PlainDisplayRow(rgba, bgrx);
   EXPECT_EQ(bgrx, (Row{3, 2, 1, 0, 252, 251, 250, 0}));
-}
-
-TEST(DisplayRow, CellsAreFourPixelsWideAndHigh) {
-  const Row clear(4 * 12);
-  for (std::int32_t y = 0; y < 12; ++y) {
-    const Row row = Checkered(clear, y);
-    for (std::int32_t x = 0; x < 12; ++x) {
-      const int wanted = (x / 4 + y / 4) % 2 == 0 ? 128 : 0;
-      for (std::int32_t channel = 0; channel < 3; ++channel) {
-        EXPECT_EQ(row[static_cast<std::size_t>(4 * x + channel)], wanted) << x << ", " << y;
-      }
-    }
-  }
 }
 
 // Every channel value at every alpha over both cells, beside whole-number arithmetic. Where that

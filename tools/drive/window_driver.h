@@ -19,8 +19,9 @@ struct DrivenProgram {
   DWORD id = 0;
 };
 
-/// Starts `path` without arguments in `folder` (empty: the caller's). False when that fails.
-bool StartProgram(const std::string& path, const std::string& folder, DrivenProgram* program);
+/// Starts `path` in `folder` (empty: the caller's). False when that fails.
+bool StartProgram(const std::string& path, const std::string& folder, DrivenProgram* program,
+                  const std::vector<std::string>& arguments = {});
 
 /// While it lives, Wine places the windows of programs with this file name and draws their frames
 /// itself, as Windows does. For a screen without a window manager: else they have no frames, and
@@ -54,8 +55,9 @@ HWND FindWindowOfClass(const DrivenProgram& program, const char* className);
 /// time runs out or the program ends.
 HWND WaitForDialog(const DrivenProgram& program, HWND previous, DWORD milliseconds);
 
-/// Polls FindWindowOfClass likewise.
-HWND WaitForWindowOfClass(const DrivenProgram& program, const char* className, DWORD milliseconds);
+/// Polls likewise for a visible top-level window of this class whose title begins with `title`.
+HWND WaitForWindowOfClass(const DrivenProgram& program, const char* className, DWORD milliseconds,
+                          const std::string& title = {});
 
 /// The window's title or the control's text.
 std::string WindowText(HWND window);
@@ -80,7 +82,9 @@ bool SetControlText(HWND dialog, int id, const std::string& text);
 /// such control or it is disabled.
 bool Press(HWND dialog, int id);
 
-/// Writes what the screen shows as a PNG picture.
-bool SaveScreen(const std::string& path);
+/// Selects the entry of a drop-down list that begins with `text`. False when there is none.
+bool SelectInDropDown(HWND dialog, int id, const std::string& text);
+/// The same in a list box.
+bool SelectInListBox(HWND dialog, int id, const std::string& text);
 
 }  // namespace imx

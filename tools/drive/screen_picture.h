@@ -1,0 +1,23 @@
+/// Reads what the screen shows.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "imagelib/core/guards.h"
+#include "shell/win32/windows_api.h"
+
+namespace imx {
+
+/// What the screen shows of the window's client area, other windows above it included. Null on
+/// failure.
+ImageGuard ReadClientArea(HWND window);
+
+/// Which of a menu's items have a tick, by what is in front of their texts. The menu is open, and
+/// its `items` items are all of one height.
+std::vector<bool> ReadTicks(HWND menu, int items);
+
+/// Writes what the screen shows as a PNG picture.
+bool SaveScreen(const std::string& path);
+
+}  // namespace imx
