@@ -226,17 +226,30 @@ inline std::string Repeated(std::string_view text, int times) {
   return all;
 }
 
-/// The A record, a letter in the place of each character of the file name.
+/// `text` at the right end of a field.
+inline std::string Field(std::string_view text, std::size_t width) {
+  return std::string(width - text.size(), ' ').append(text);
+}
+
+/// The A record, a letter in the place of each character of the file name. Corners are those of a
+/// quadrangle of one degree.
 inline std::string DemHeader(const DemFields& f) {
-  return std::string(144, 'x') + "1 1 0 0 " + Repeated("0.0D+00", 15) + " 1 2 " +
-         std::to_string(f.sides) + " " + Repeated("1.5D+00 ", 8) + f.minimum + " " + f.maximum +
-         " 0.0 1 3.0 3.0 1.0 1 " + std::to_string(f.profiles) + " ";
+  const std::string zero = Field("0.0D+00", 24), degree = Field("3.6D+03", 24);
+  std::string text = std::string(144, 'x') + "     1     1     0     0" + Repeated(zero, 15) +
+                     "     3     2" + Field(std::to_string(f.sides), 6);
+  for (const std::string& ordinate : {zero, zero, zero, degree, degree, degree, degree, zero}) {
+    text += ordinate;
+  }
+  text += Field(f.minimum, 24) + Field(f.maximum, 24) + zero + "     1" +
+          Repeated("0.300000E+01", 2) + "0.100000E+01     1" + Field(std::to_string(f.profiles), 6);
+  return text + std::string(1024 - text.size(), ' ');
 }
 
 /// The start of a B record: row, column, elevations, profiles in the record and five reals.
 inline std::string DemProfile(int column, int count = 1201) {
-  return "1 " + std::to_string(column) + " " + std::to_string(count) + " 1 " +
-         Repeated("0.0D+00 ", 5);
+  const std::string zero = Field("0.0D+00", 24);
+  return "     1" + Field(std::to_string(column), 6) + Field(std::to_string(count), 6) + "     1" +
+         Field(std::to_string(3 * (column - 1)) + ".0D+00", 24) + Repeated(zero, 4);
 }
 
 // Photoshop
