@@ -9,12 +9,6 @@
 
 namespace imx::test {
 
-inline Bytes Joined(std::initializer_list<Bytes> parts) {
-  Bytes whole;
-  for (const Bytes& part : parts) whole.insert(whole.end(), part.begin(), part.end());
-  return whole;
-}
-
 inline constexpr int kTargaTopDown = 0x20;
 
 struct TargaFields {
@@ -133,7 +127,7 @@ inline Bytes GifPixels(int codeSize, const Bytes& indices) {
   }
   put(clear + 1);
   if (held > 0) data.push_back(static_cast<std::uint8_t>(bits));
-  return Joined({{static_cast<std::uint8_t>(codeSize)}, GifBlocks(data)});
+  return Bytes{static_cast<std::uint8_t>(codeSize)} + GifBlocks(data);
 }
 
 /// Signature, screen and, for `tableBits` above 0, a global table of SomeColours.
@@ -164,7 +158,7 @@ inline Bytes GifFrame(int left, int top, int width, int height, int flags = 0) {
 }
 
 inline Bytes GifExtension(int label, const Bytes& data) {
-  return Joined({{0x21, static_cast<std::uint8_t>(label)}, GifBlocks(data)});
+  return Bytes{0x21, static_cast<std::uint8_t>(label)} + GifBlocks(data);
 }
 
 struct PcxFields {

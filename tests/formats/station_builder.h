@@ -1,4 +1,4 @@
-/// SGI, Softimage, Alias, RLA, FLIC, AVI, DEM and Photoshop files built field by field. Layouts:
+/// SGI, Softimage, Alias, RLA, FLIC, bitmap, DEM and Photoshop files built field by field. Layouts:
 /// see the codecs' headers.
 #pragma once
 
@@ -128,7 +128,7 @@ inline Bytes FlicFile(std::uint32_t magic, std::uint32_t width, std::uint32_t he
   return file.bytes();
 }
 
-// Device-independent bitmaps and AVI
+// Device-independent bitmaps, as AVI streams give them
 
 struct DibFields {
   std::uint32_t width = 2, height = 1, bits = 24, coloursUsed = 0;
@@ -149,68 +149,6 @@ inline Bytes Dib(const DibFields& f, const Bytes& rest) {
       .U32(0)
       .Raw(rest)
       .bytes();
-}
-
-inline Bytes RiffChunk(std::string_view id, const Bytes& data) {
-  ByteBuilder chunk = LittleEndian();
-  chunk.Text(id).U32(static_cast<std::uint32_t>(data.size())).Raw(data);
-  return chunk.Repeat(0, data.size() % 2).bytes();
-}
-
-/// An uncompressed video stream of `frames`, each the rows of a bitmap.
-inline Bytes AviFile(const DibFields& f, const Bytes& colours, const std::vector<Bytes>& frames) {
-  const auto count = static_cast<std::uint32_t>(frames.size());
-  const auto frameSize = static_cast<std::uint32_t>(frames.empty() ? 0 : frames[0].size());
-  const Bytes mainHeader = LittleEndian()
-                               .U32(100000)  // microseconds for a frame
-                               .U32(frameSize * 10)
-                               .U32(0)
-                               .U32(0x10)  // has an index
-                               .U32(count)
-                               .U32(0)
-                               .U32(1)  // streams
-                               .U32(frameSize)
-                               .U32(f.width)
-                               .U32(f.height)
-                               .Repeat(0, 16)
-                               .bytes();
-  const Bytes streamHeader = LittleEndian()
-                                 .Text("vidsDIB ")
-                                 .Repeat(0, 12)
-                                 .U32(1)   // scale
-                                 .U32(10)  // rate
-                                 .U32(0)   // start
-                                 .U32(count)
-                                 .U32(frameSize)
-                                 .U32(0xFFFFFFFF)
-                                 .U32(0)
-                                 .U16(0)
-                                 .U16(0)
-                                 .U16(f.width)
-                                 .U16(f.height)
-                                 .bytes();
-  const Bytes stream = LittleEndian()
-                           .Text("strl")
-                           .Raw(RiffChunk("strh", streamHeader))
-                           .Raw(RiffChunk("strf", Dib(f, colours)))
-                           .bytes();
-  const Bytes headers = LittleEndian()
-                            .Text("hdrl")
-                            .Raw(RiffChunk("avih", mainHeader))
-                            .Raw(RiffChunk("LIST", stream))
-                            .bytes();
-  ByteBuilder movie = LittleEndian(), index = LittleEndian();
-  movie.Text("movi");
-  for (const Bytes& frame : frames) {
-    index.Text("00db").U32(0x10).U32(static_cast<std::uint32_t>(movie.size())).U32(frameSize);
-    movie.Raw(RiffChunk("00db", frame));
-  }
-  return RiffChunk("RIFF", LittleEndian()
-                               .Text("AVI ")
-                               .Raw(RiffChunk("LIST", headers))
-                               .Raw(RiffChunk("LIST", movie.bytes()))
-                               .Raw(RiffChunk("idx1", index.bytes()))
-                               .bytes());
 }
 
 // DEM

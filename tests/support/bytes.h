@@ -48,4 +48,12 @@ inline ByteBuilder LittleEndian() {
   return ByteBuilder(ByteOrder::little);
 }
 
+Bytes operator+(Bytes a, const Bytes& b);
+/// `count` bytes (fewer at the end) from `at` on.
+Bytes Part(const Bytes& bytes, std::size_t at, std::size_t count = SIZE_MAX);
+/// The same with another byte at `at`.
+Bytes WithByte(Bytes bytes, std::size_t at, int value);
+/// Always the same bytes in no order, all below `limit`.
+Bytes NoiseBytes(std::size_t count, std::uint32_t seed, unsigned limit = 256);
+
 }  // namespace imx::test
