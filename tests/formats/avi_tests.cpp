@@ -54,7 +54,7 @@ TEST_F(AviTest, Frames) {
     int tolerance;  // of five bits, and of Cinepak's colour differences
   };
   for (const Stream& stream : {Stream{"raw24.avi", 6, 4, 24, 0},
-                               {"raw16.avi", 6, 4, 16, 8},
+                               {"raw16.avi", 16, 4, 16, 8},
                                {"raw8.avi", 6, 4, 8, 0},
                                {"msvideo1.avi", 32, 24, 16, 8},
                                {"cinepak.avi", 32, 24, 24, 9}}) {
