@@ -88,7 +88,7 @@ TEST_F(PngTest, TextsOnBothSidesOfThePixels) {
 TEST_F(PngTest, LargeExtrasAreNoObstacle) {
   const Bytes megabytes(2 << 20, 'x');
   const auto packed = [](const char* type, const char* key, const Bytes& data) {
-    return PngChunk(type, BigEndian().Text(key).U16(0).Raw(ZlibStored(data)).bytes());
+    return PngChunk(type, BigEndian().Text(key).U16(0).Raw(Deflated(data)).bytes());
   };
   const ImageGuard image =
       Load(PngFile(PngHeader(1, 1, 8, kPngGrey), {0, 5},

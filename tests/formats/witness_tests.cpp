@@ -79,14 +79,6 @@ TEST_F(WitnessTest, ImageMagickReadsPng) {
   }
 }
 
-TEST_F(WitnessTest, ImageMagickReadsPalettePng) {
-  const ImageGuard picture = Drawing(31, 17);
-  const std::string path = temp.file("out.png");
-  Output().depthBits = 8;
-  ASSERT_EQ(SavePng(picture.get(), path.c_str(), 1), 0);
-  EXPECT_TRUE(Ours<LoadPng>(path) == MagickPixels(path));
-}
-
 TEST_F(WitnessTest, PixmapsThereAndBack) {
   const ImageGuard picture = PhotoLike(45, 23);
   const std::string rgb = RgbOf(*picture), path = temp.file("picture.ppm");

@@ -31,6 +31,16 @@ ByteBuilder& ByteBuilder::List(std::initializer_list<int> values) {
   return *this;
 }
 
+ByteBuilder& ByteBuilder::Words(std::initializer_list<std::int64_t> values) {
+  for (const std::int64_t value : values) U16(static_cast<std::uint32_t>(value));
+  return *this;
+}
+
+ByteBuilder& ByteBuilder::Longs(std::initializer_list<std::int64_t> values) {
+  for (const std::int64_t value : values) U32(static_cast<std::uint32_t>(value));
+  return *this;
+}
+
 ByteBuilder& ByteBuilder::Raw(const std::uint8_t* data, std::size_t count) {
   bytes_.insert(bytes_.end(), data, data + count);
   return *this;

@@ -25,6 +25,9 @@ class ByteBuilder {
   ByteBuilder& Text(std::string_view text);
   /// One byte each.
   ByteBuilder& List(std::initializer_list<int> values);
+  /// Two bytes, or four, each.
+  ByteBuilder& Words(std::initializer_list<std::int64_t> values);
+  ByteBuilder& Longs(std::initializer_list<std::int64_t> values);
   ByteBuilder& Raw(const std::uint8_t* data, std::size_t count);
   ByteBuilder& Raw(const Bytes& more) { return Raw(more.data(), more.size()); }
   ByteBuilder& Repeat(std::uint32_t value, std::size_t count);
