@@ -43,12 +43,6 @@ TEST_F(PcxTest, IndicesUseTheTrailer) {
   EXPECT_EQ(host.progress.back().total, 4) << "rows are read, then mapped";
 }
 
-TEST_F(PcxTest, TrueColourComesInThreeLines) {
-  const ImageGuard image = Load(PcxFile({2, 1, 8, 3, 3}, {1, 2, 99, 3, 4, 99, 0xC2, 5, 99}));
-  EXPECT_THAT(Pixels(image), ElementsAre(Rgba{1, 3, 5, 0}, Rgba{2, 4, 5, 0}));
-  EXPECT_EQ(image->depth, 24u);
-}
-
 TEST_F(PcxTest, RefusedHeaders) {
   EXPECT_TRUE(Load(PcxFile({}, {1, 2})));
   EXPECT_FALSE(Load(WithByte(PcxFile({}, {1, 2}), 0, 11)));

@@ -20,9 +20,6 @@ class PsdTest : public FormatTest<LoadPsd> {
 
 TEST_F(PsdTest, Modes) {
   using Row = std::vector<Rgba>;
-  EXPECT_EQ(Loaded({.channels = 1, .bits = 1, .mode = 0}, {0x40}),
-            (Row{{255, 255, 255, 0}, {0, 0, 0, 0}}));
-  EXPECT_EQ(Loaded({.channels = 1, .mode = 1}, {1, 2}), (Row{{1, 1, 1, 0}, {2, 2, 2, 0}}));
   EXPECT_EQ(Loaded({.channels = 2, .mode = 1}, {1, 2, 3, 4}), (Row{{1, 1, 1, 3}, {2, 2, 2, 4}}));
   EXPECT_EQ(Loaded({.channels = 5}, {1, 2, 3, 4, 5, 6, 7, 8, 9, 9}),
             (Row{{1, 3, 5, 7}, {2, 4, 6, 8}}));
@@ -32,9 +29,6 @@ TEST_F(PsdTest, Modes) {
   EXPECT_EQ(Loaded({.channels = 4, .width = 3, .mode = 4},
                    {255, 255, 255, 255, 100, 255, 255, 0, 255, 255, 128, 0}),
             (Row{{255, 255, 255, 0}, {128, 50, 0, 0}, {0, 0, 0, 0}}));
-  const Bytes colours = NoiseBytes(768, 1);
-  EXPECT_EQ(Loaded({.channels = 1, .width = 1, .mode = 2, .colours = colours}, {9}),
-            (Row{{colours[9], colours[256 + 9], colours[512 + 9], 0}}));
 }
 
 TEST_F(PsdTest, PackedRows) {

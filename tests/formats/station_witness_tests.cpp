@@ -58,26 +58,24 @@ std::string HighBytes(const std::string& words) {
 
 TEST_F(StationWitnessTest, OthersWriteSgi) {
   const std::string path = temp.file("in.sgi");
-  for (const char* form : {"-verbatim", "-rle"}) {
-    temp.Write("in.sgi", OutputOf({"pnmtosgi", form, Portable()}));
-    EXPECT_EQ(Ours<LoadSgi>(path), RgbOf(*picture_)) << form;
-  }
-  const auto write = [&](const char* layout, const char* rle) {
-    OutputOf({"ffmpeg", "-v", "error", "-y", "-i", PortableAlpha(), "-pix_fmt", layout,
-              "-sws_flags", "accurate_rnd", "-rle", rle, path});
-  };
-  for (const char* rle : {"0", "1"}) {
-    SCOPED_TRACE(rle);
-    write("rgba", rle);
-    EXPECT_EQ(Ours<LoadSgi>(path, Channels::rgba), PixelBytes(*transparent_));
-    write("gray", rle);
-    EXPECT_EQ(Ours<LoadSgi>(path), FfmpegPixels(path));
-  }
+  Portable();
+  PortableAlpha();
+  ExpectAlike<LoadSgi>("in.sgi", FfmpegRgb,
+                       {{"pnmtosgi -verbatim picture.ppm", ""},
+                        {"pnmtosgi -rle picture.ppm", ""},
+                        {"ffmpeg -v error -i picture.ppm -pix_fmt gray -rle 0 in.sgi", ""},
+                        {"ffmpeg -v error -i picture.ppm -pix_fmt gray -rle 1 in.sgi", ""}});
+  ExpectAlike<LoadSgi>(
+      "in.sgi", [&](const std::string&) { return PixelBytes(*transparent_); },
+      {{"ffmpeg -v error -i picture.pam -pix_fmt rgba -rle 0 in.sgi", ""},
+       {"ffmpeg -v error -i picture.pam -pix_fmt rgba -rle 1 in.sgi", ""}},
+      Channels::rgba);
   // Words are divided by 257 and truncated. Run-length coded ones give the first channel, as red.
   for (const char* layout : {"rgb48be", "rgba64be"}) {
     for (const char* rle : {"0", "1"}) {
       SCOPED_TRACE(std::string(layout) + " " + rle);
-      write(layout, rle);
+      OutputOf({"ffmpeg", "-v", "error", "-y", "-i", PortableAlpha(), "-pix_fmt", layout, "-rle",
+                rle, path});
       const std::string words = FfmpegPixels(path, "rgba64be"),
                         ours = Ours<LoadSgi>(path, Channels::rgba);
       ASSERT_EQ(2 * ours.size(), words.size());
@@ -166,24 +164,21 @@ TEST_F(StationWitnessTest, FfmpegSeesAliasColoursSwapped) {
 }
 
 TEST_F(StationWitnessTest, ImageMagickWritesPhotoshopFiles) {
-  const std::string path = temp.file("in.psd");
-  const Words kinds[] = {{"-alpha", "off", "-depth", "8"},
-                         {"-alpha", "off", "-depth", "16"},
-                         {"-alpha", "off", "-colorspace", "Gray", "-depth", "16"}};
-  for (const Words& kind : kinds) {
-    for (const char* compression : {"None", "RLE"}) {
-      SCOPED_TRACE(kind[2] + " " + kind.back() + " " + compression);
-      OutputOf(Words{"convert", Portable()} + kind + Words{"-compress", compression, path});
-      const std::string words =
-          OutputOf({"convert", path + "[0]", "-depth", "16", "-endian", "MSB", "rgb:-"});
-      EXPECT_EQ(Ours<LoadPsd>(path), HighBytes(words));
-    }
+  Portable();
+  const auto magick = [](const std::string& path) {
+    return HighBytes(
+        OutputOf({"convert", path + "[0]", "-depth", "16", "-endian", "MSB", "rgb:-"}));
+  };
+  for (const std::string kind : {"-depth 8", "-depth 16", "-colorspace Gray -depth 16"}) {
+    const std::string start = "convert picture.ppm -alpha off " + kind + " -compress ";
+    ExpectAlike<LoadPsd>("in.psd", magick,
+                         {{start + "None in.psd", ""}, {start + "RLE in.psd", ""}});
   }
   // It takes the colours for blended with white when it reads, but not when it writes.
+  const std::string path = temp.file("in.psd"), colours = temp.file("colours.ppm");
   OutputOf({"convert", PortableAlpha(), "-depth", "8", path});
   EXPECT_EQ(Ours<LoadPsd>(path, Channels::rgba), PixelBytes(*transparent_));
   // It cannot read the indexed files that it writes, so the colours it was given count.
-  const std::string colours = temp.file("colours.ppm");
   OutputOf({"convert", Portable(), "+dither", "-colors", "100", colours});
   OutputOf({"convert", colours, "-type", "Palette", path});
   EXPECT_EQ(Ours<LoadPsd>(path), MagickPixels(colours));

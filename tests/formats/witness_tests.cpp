@@ -10,46 +10,36 @@
 namespace imx::test {
 namespace {
 
-struct PngKind {
-  int colourType;
-  int bits;
-  Words extra;
-};
-
 // Interlaced throughout: the other order is met with hand-made files and in the tests below.
 TEST_F(WitnessTest, ImageMagickWritesPng) {
-  const Words grey = {"-alpha", "off", "-colorspace", "Gray"};
-  const Words greyAlpha = {"-colorspace", "Gray"};
-  const Words opaque = {"-alpha", "off"};
-  const auto colours = [](const char* count) {
-    return Words{"-alpha", "off", "+dither", "-colors", count};
+  struct Kind {
+    int type, bits;
+    const char* options;
   };
-  const Words twoColours = {"-alpha", "off", "-threshold", "50%"};
-  const Words transparent = {"-channel", "A",       "-threshold", "50%",
-                             "+channel", "+dither", "-colors",    "100"};
-  const PngKind kinds[] = {
-      {0, 1, grey},          {0, 2, grey},           {0, 4, grey},
-      {0, 8, grey},          {0, 16, grey},          {2, 8, opaque},
-      {2, 16, opaque},       {3, 1, twoColours},     {3, 2, colours("3")},
-      {3, 4, colours("15")}, {3, 8, colours("200")}, {3, 8, transparent},
-      {4, 8, greyAlpha},     {4, 16, greyAlpha},     {6, 8, {}},
-      {6, 16, {}},
-  };
-  const std::string path = temp.file("in.png");
-  const ImageGuard picture = AlphaGradient(37, 29);
-  const std::string pixels = PixelBytes(*picture);
-  for (const PngKind& kind : kinds) {
-    const std::string type = std::to_string(kind.colourType), bits = std::to_string(kind.bits);
-    SCOPED_TRACE("colour type " + type + ", bits " + bits);
-    OutputOf(Words{"convert", "-size", "37x29", "-depth", "8", "rgba:-"} + kind.extra +
-                 Words{"-interlace", "PNG", "-define", "png:color-type=" + type, "-define",
-                       "png:bit-depth=" + bits, path},
-             pixels);
-    // That the file is of the kind that was asked for. It names the bits and the type in words too.
-    EXPECT_THAT(OutputOf({"identify", "-format",
-                          "%[png:IHDR.color-type-orig] %[png:IHDR.bit-depth-orig]", path}),
-                testing::StartsWith(type + " " + bits));
-    EXPECT_TRUE(Ours<LoadPng>(path, Channels::rgba) == MagickPixels(path, "rgba"));
+  const Kind kinds[] = {{0, 1, "-alpha off -colorspace Gray"},
+                        {0, 2, "-alpha off -colorspace Gray"},
+                        {0, 4, "-alpha off -colorspace Gray"},
+                        {0, 8, "-alpha off -colorspace Gray"},
+                        {0, 16, "-alpha off -colorspace Gray"},
+                        {2, 8, "-alpha off"},
+                        {2, 16, "-alpha off"},
+                        {3, 1, "-alpha off -threshold 50%"},
+                        {3, 2, "-alpha off +dither -colors 3"},
+                        {3, 4, "-alpha off +dither -colors 15"},
+                        {4, 8, "-colorspace Gray"},
+                        {4, 16, "-colorspace Gray"},
+                        {6, 8, ""},
+                        {6, 16, ""},
+                        {3, 8, "-channel A -threshold 50% +channel +dither -colors 100"}};
+  const auto magick = [](const std::string& path) { return MagickPixels(path, "rgba"); };
+  for (const Kind& kind : kinds) {
+    std::ostringstream command;
+    command << "convert -size 37x29 -depth 8 rgba:- " << kind.options << " -interlace PNG -define "
+            << "png:color-type=" << kind.type << " -define png:bit-depth=" << kind.bits << " a.png";
+    ExpectAlike<LoadPng>(
+        "a.png", magick,
+        {{command.str(), PixelBytes(*AlphaGradient(37, 29)), {{24, kind.bits}, {25, kind.type}}}},
+        Channels::rgba);
   }
 }
 
@@ -87,15 +77,11 @@ TEST_F(WitnessTest, PixmapsThereAndBack) {
   SavePpm(picture.get(), path.c_str(), 1);
   EXPECT_EQ(ReadTextFile(path), Pixmap(*picture));
   EXPECT_EQ(FfmpegPixels(path), rgb);
-  temp.Write("picture.ppm", OutputOf({"pnmtoplainpnm"}, Pixmap(*picture)));
-  EXPECT_EQ(Ours<LoadPpm>(path), rgb);
-  OutputOf({"ffmpeg", "-v", "error", "-y", "-f", "rawvideo", "-pix_fmt", "rgb24", "-video_size",
-            "45x23", "-i", "-", path},
-           rgb);
-  EXPECT_EQ(Ours<LoadPpm>(path), rgb);
-}
-
-TEST_F(WitnessTest, NetpbmScalesTextSamples) {
+  ExpectAlike<LoadPpm>("theirs.ppm", [&](const std::string&) { return rgb; },
+                       {{"pnmtoplainpnm", Pixmap(*picture)},
+                        {"ffmpeg -v error -f rawvideo -pix_fmt rgb24 -video_size 45x23 -i - "
+                         "theirs.ppm",
+                         rgb}});
   // netpbm rounds where we truncate, so the samples are those that come out even.
   const std::string text =
       "P3\n# five levels\n5 1\n51\n0 0 0  10 20 30  51 51 51  1 2 3  40 41 42\n";
@@ -125,35 +111,20 @@ TEST_F(WitnessTest, OthersReadIlbm) {
 }
 
 TEST_F(WitnessTest, OthersWriteIlbm) {
-  const ImageGuard photo = PhotoLike(53, 31);
-  const ImageGuard drawing = Drawing(53, 31);
-  struct Kind {
-    const ImageRecord* picture;
-    Words options;
-  };
-  const Kind kinds[] = {
-      {drawing.get(), {"-compress"}},
-      {drawing.get(), {"-nocompress"}},
-      {drawing.get(), {"-fixplanes", "5"}},
-      {drawing.get(), {"-transparent", "red", "-mmethod", "maskplane"}},
-      {photo.get(), {"-24force", "-compress"}},
-      {photo.get(), {"-24force", "-nocompress"}},
-  };
-  for (const Kind& kind : kinds) {
-    SCOPED_TRACE(testing::PrintToString(kind.options));
-    const std::string path = temp.Write(
-        "theirs.iff", OutputOf(Words{"ppmtoilbm"} + kind.options, Pixmap(*kind.picture)));
-    EXPECT_EQ(Ours<LoadIff>(path), NetpbmPixels(path, kind.picture->pixelCount));
-  }
+  const std::string photo = Pixmap(*PhotoLike(53, 31)), drawing = Pixmap(*Drawing(53, 31));
+  ExpectAlike<LoadIff>("a.iff", [](const std::string& path) { return NetpbmPixels(path, 53 * 31); },
+                       {{"ppmtoilbm -compress", drawing},
+                        {"ppmtoilbm -nocompress", drawing},
+                        {"ppmtoilbm -fixplanes 5", drawing},
+                        {"ppmtoilbm -transparent red -mmethod maskplane", drawing},
+                        {"ppmtoilbm -24force -compress", photo},
+                        {"ppmtoilbm -24force -nocompress", photo}});
   // Four and six bits FFmpeg widens as the hardware did; netpbm keeps what was in the lower bits.
-  for (const char* bits : {"-ham6", "-ham8"}) {
-    for (const char* compression : {"-compress", "-nocompress"}) {
-      SCOPED_TRACE(testing::Message() << bits << " " << compression);
-      const std::string path = temp.Write(
-          "held.iff", OutputOf({"ppmtoilbm", bits, "-hamforce", compression}, Pixmap(*photo)));
-      EXPECT_EQ(Ours<LoadIff>(path), FfmpegPixels(path));
-    }
-  }
+  ExpectAlike<LoadIff>("a.iff", FfmpegRgb,
+                       {{"ppmtoilbm -ham6 -hamforce -compress", photo},
+                        {"ppmtoilbm -ham6 -hamforce -nocompress", photo},
+                        {"ppmtoilbm -ham8 -hamforce -compress", photo},
+                        {"ppmtoilbm -ham8 -hamforce -nocompress", photo}});
 }
 
 TEST_F(WitnessTest, HalfBriteAsTheyDo) {
