@@ -201,12 +201,5 @@ TEST_F(PngTest, FailedSaves) {
   EXPECT_THAT(host.notes, ElementsAre("PNG Writer Unrecoverable Error"));
 }
 
-TEST(PngSignatureTest, NeedsAllEightBytes) {
-  const Bytes signature = PngSignature();
-  EXPECT_TRUE(IsPng(signature.data(), 8));
-  EXPECT_FALSE(IsPng(signature.data(), 7));
-  EXPECT_FALSE(IsPng(WithByte(signature, 7, '\r').data(), 8));
-}
-
 }  // namespace
 }  // namespace imx::test

@@ -112,7 +112,7 @@ Bytes MixedRuns(const Bytes& row, std::size_t size) {
 // OpenImageIO gives black for uncompressed rows, so it is shown what we save as mixed runs.
 TEST_F(StationWitnessTest, OpenImageIoAndSoftimage) {
   constexpr std::size_t kHeader = 104, kRow = kWidth;
-  const std::string path = temp.file("out.pic"), png = temp.file("alpha.png");
+  const std::string path = temp.file("out.pic");
   for (const ImageGuard& picture : {Drawing(kWidth, kHeight), AlphaGradient(kWidth, kHeight)}) {
     const bool alpha = (picture->flags & kFlagAlpha) != 0;
     SaveSoftimage(path.c_str(), picture.get());
@@ -131,10 +131,9 @@ TEST_F(StationWitnessTest, OpenImageIoAndSoftimage) {
     EXPECT_EQ(Ours<LoadSoftimage>(path, Channels::rgba), PixelBytes(*picture));
     EXPECT_EQ(OpenImageIoPixels(path, picture->pixelCount), RgbOf(*picture));
     if (!alpha) continue;
-    OutputOf({"oiiotool", path, "--ch", "A", "-o", png});
-    const std::string alphas = MagickPixels(png, "gray");
+    const std::string alphas = OpenImageIoPixels(path, picture->pixelCount, "A,A,A");
     for (std::size_t i = 0; i < picture->pixelCount; ++i) {
-      ASSERT_EQ(static_cast<std::uint8_t>(alphas.at(i)), picture->pixels[4 * i + 3]) << i;
+      ASSERT_EQ(static_cast<std::uint8_t>(alphas[3 * i]), picture->pixels[4 * i + 3]) << i;
     }
   }
 }

@@ -108,8 +108,8 @@ Bytes DecodeTrimBlock(const Bytes& bytes, std::size_t* position, std::size_t cou
   const auto take = [&](unsigned width) {
     unsigned field = 0;
     for (; width > 0; --width, ++at) {
-      const unsigned bit = at / 8 < bytes.size() ? bytes[at / 8] >> (7 - at % 8) & 1u : 0;
-      field = field * 2 + bit;
+      const unsigned byte = at / 8 < bytes.size() ? bytes[at / 8] : 0u;
+      field = field * 2 + (byte >> (7 - at % 8) & 1);
     }
     return field;
   };

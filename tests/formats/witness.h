@@ -96,9 +96,10 @@ class WitnessTest : public CodecTest {
   }
 
   /// What OpenImageIO decodes, by way of a pixmap; alpha is neither shown nor multiplied in.
-  std::string OpenImageIoPixels(const std::string& path, std::size_t pixels) {
+  std::string OpenImageIoPixels(const std::string& path, std::size_t pixels,
+                                const char* channels = "R,G,B") {
     const std::string converted = temp.file("converted.ppm");
-    OutputOf({"oiiotool", "--iconfig", "oiio:UnassociatedAlpha", "1", path, "--ch", "R,G,B", "-d",
+    OutputOf({"oiiotool", "--iconfig", "oiio:UnassociatedAlpha", "1", path, "--ch", channels, "-d",
               "uint8", "-o", converted});
     const std::string file = ReadTextFile(converted);
     return file.substr(file.size() - std::min(file.size(), 3 * pixels));

@@ -1,5 +1,5 @@
-// Public tools read what we write and write what we read: ImageMagick for PNG, netpbm and FFmpeg
-// for pixmaps and ILBM files. Their own decoding is the truth.
+// ImageMagick reads our PNG files; netpbm and FFmpeg read our pixmaps and ILBM files and write what
+// we read. Their own decoding is the truth.
 
 #include "formats/iff.h"
 #include "formats/png.h"
@@ -9,39 +9,6 @@
 
 namespace imx::test {
 namespace {
-
-// Interlaced throughout: the other order is met with hand-made files and in the tests below.
-TEST_F(WitnessTest, ImageMagickWritesPng) {
-  struct Kind {
-    int type, bits;
-    const char* options;
-  };
-  const Kind kinds[] = {{0, 1, "-alpha off -colorspace Gray"},
-                        {0, 2, "-alpha off -colorspace Gray"},
-                        {0, 4, "-alpha off -colorspace Gray"},
-                        {0, 8, "-alpha off -colorspace Gray"},
-                        {0, 16, "-alpha off -colorspace Gray"},
-                        {2, 8, "-alpha off"},
-                        {2, 16, "-alpha off"},
-                        {3, 1, "-alpha off -threshold 50%"},
-                        {3, 2, "-alpha off +dither -colors 3"},
-                        {3, 4, "-alpha off +dither -colors 15"},
-                        {4, 8, "-colorspace Gray"},
-                        {4, 16, "-colorspace Gray"},
-                        {6, 8, ""},
-                        {6, 16, ""},
-                        {3, 8, "-channel A -threshold 50% +channel +dither -colors 100"}};
-  const auto magick = [](const std::string& path) { return MagickPixels(path, "rgba"); };
-  for (const Kind& kind : kinds) {
-    std::ostringstream command;
-    command << "convert -size 37x29 -depth 8 rgba:- " << kind.options << " -interlace PNG -define "
-            << "png:color-type=" << kind.type << " -define png:bit-depth=" << kind.bits << " a.png";
-    ExpectAlike<LoadPng>(
-        "a.png", magick,
-        {{command.str(), PixelBytes(*AlphaGradient(37, 29)), {{24, kind.bits}, {25, kind.type}}}},
-        Channels::rgba);
-  }
-}
 
 TEST_F(WitnessTest, ImageMagickReadsPng) {
   const ImageGuard picture = AlphaGradient(31, 17);
