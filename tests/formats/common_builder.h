@@ -40,10 +40,7 @@ inline Bytes WithTargaTexts(const Bytes& file, std::string_view author, std::str
 struct BmpFields {
   int width = 2, height = 1;
   int bits = 24;
-  std::uint32_t compression = 0;
-  std::uint32_t imageSize = 0;
-  std::uint32_t coloursUsed = 0;
-  std::uint32_t headerSize = 40;
+  std::uint32_t compression = 0, imageSize = 0, coloursUsed = 0, headerSize = 40;
 };
 
 /// `palette` follows the info header as it stands, `data` the palette.

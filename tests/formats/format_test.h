@@ -22,6 +22,12 @@ inline std::vector<Rgba> Pixels(const ImageGuard& image) {
   return pixels;
 }
 
+/// The same as red, green and blue bytes.
+inline Bytes RgbBytes(const ImageGuard& image) {
+  const std::string bytes = image ? PixelBytes(*image, Channels::rgb) : "";
+  return Bytes(bytes.begin(), bytes.end());
+}
+
 /// What hosts tell codecs is forgotten when a test is over.
 class CodecTest : public LibraryTest {
  protected:

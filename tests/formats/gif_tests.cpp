@@ -232,11 +232,7 @@ TEST_F(GifTest, InterlacedRowsOfEveryHeight) {
 
     const ImageGuard image = PhotoLike(5, height);
     const Bytes plain = Saved<SaveGif>(*image, 0), interlaced = Saved<SaveGif>(*image, 1);
-    std::size_t at = 13 + 768 + 10, other = at;
-    const Bytes rows = DecodePlainly(plain, &at).indices;
-    Bytes reordered;
-    for (const std::uint8_t row : order) reordered = reordered + Part(rows, 5u * row, 5);
-    EXPECT_EQ(DecodePlainly(interlaced, &other).indices, reordered);
+    EXPECT_EQ(Difference(*Load(plain), *Load(interlaced)), "");
     EXPECT_EQ(interlaced[13 + 768 + 9], kGifInterlaced);
   }
 }

@@ -88,19 +88,10 @@ TEST_F(IffTest, HoldAndModify) {
   // 6 planes: colour 1; blue, red, green made 15, 10 and 5 times 17; colour 2. Every row begins
   // with colour 0.
   const Bytes six = PlaneRows(6, {0x1F, 0x01, 0x1F, 0x2A, 0x35, 0x02});
-  EXPECT_EQ(Pixels(LoadIlbm({6, 2, 6}, ColourMap(16), Body(six + PlaneRows(6, {0x2F})))),
-            (Row{{0, 255, 255, 0},
-                 {4, 254, 101, 0},
-                 {4, 254, 255, 0},
-                 {170, 254, 255, 0},
-                 {170, 85, 255, 0},
-                 {8, 253, 102, 0},
-                 {255, 255, 100, 0},
-                 {0, 255, 100, 0},
-                 {0, 255, 100, 0},
-                 {0, 255, 100, 0},
-                 {0, 255, 100, 0},
-                 {0, 255, 100, 0}}));
+  EXPECT_EQ(
+      RgbBytes(LoadIlbm({6, 2, 6}, ColourMap(16), Body(six + PlaneRows(6, {0x2F})))),
+      (Bytes{0,   255, 255, 4, 254, 101, 4, 254, 255, 170, 254, 255, 170, 85,  255, 8, 253, 102,
+             255, 255, 100, 0, 255, 100, 0, 255, 100, 0,   255, 100, 0,   255, 100, 0, 255, 100}));
   // The map's size tells it: the same values with 32 colours are indices. Or the view mode does.
   EXPECT_EQ(Pixels(LoadIlbm({1, 1, 6}, ColourMap(32), Body(six))), Colours({31}));
   EXPECT_EQ(Pixels(LoadIlbm({2, 1, 4}, ColourMap(16), Body(PlaneRows(4, {15, 9})))),

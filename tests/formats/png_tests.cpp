@@ -194,8 +194,6 @@ TEST_F(PngTest, FailedSaves) {
   EXPECT_FALSE(FileExists(path)) << "nothing is begun that cannot be rendered";
   SetMemoryCeiling(UINT64_MAX);
   Output().depthBits = 24;
-  EXPECT_EQ(SavePng(image.get(), temp.file("no/such/folder.png").c_str(), 0), 1);
-  EXPECT_TRUE(host.notes.empty());
   SetWriteGate([] { return false; });
   EXPECT_EQ(SavePng(image.get(), path.c_str(), 0), 1);
   EXPECT_THAT(host.notes, ElementsAre("PNG Writer Unrecoverable Error"));

@@ -52,8 +52,7 @@ TEST_F(PpmTest, Readings) {
     const ImageGuard image = Load(reading.file);
     ASSERT_TRUE(image);
     EXPECT_EQ(image->width, reading.width);
-    EXPECT_EQ(PixelBytes(*image, Channels::rgb),
-              std::string(reading.rgb.begin(), reading.rgb.end()));
+    EXPECT_EQ(RgbBytes(image), reading.rgb);
     EXPECT_EQ(image->depth, 24u);
   }
 }

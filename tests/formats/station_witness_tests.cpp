@@ -17,34 +17,29 @@ constexpr int kWidth = 37, kHeight = 29;
 
 class StationWitnessTest : public WitnessTest {
  protected:
-  void TearDown() override {
-    picture_ = ImageGuard();
-    transparent_ = ImageGuard();
-    WitnessTest::TearDown();
-  }
+  ImageGuard Picture() { return PhotoLike(kWidth, kHeight); }
+  ImageGuard Transparent() { return AlphaGradient(kWidth, kHeight); }
 
-  std::string Portable() { return temp.Write("picture.ppm", Pixmap(*picture_)); }
+  std::string Portable() { return temp.Write("picture.ppm", Pixmap(*Picture())); }
   std::string PortableAlpha() {
     return temp.Write("picture.pam",
                       "P7\nWIDTH 37\nHEIGHT 29\nDEPTH 4\nMAXVAL 255\nTUPLTYPE RGB_ALPHA\nENDHDR\n" +
-                          PixelBytes(*transparent_));
+                          PixelBytes(*Transparent()));
   }
-
-  ImageGuard picture_ = PhotoLike(kWidth, kHeight);
-  ImageGuard transparent_ = AlphaGradient(kWidth, kHeight);
 };
 
 TEST_F(StationWitnessTest, OthersReadSgi) {
+  const ImageGuard picture = Picture(), transparent = Transparent();
   const std::string path = temp.file("out.sgi");
   for (const int compress : {0, 1}) {
     SCOPED_TRACE(compress);
-    SaveSgi(picture_.get(), path.c_str(), 24, compress);
-    EXPECT_EQ(MagickPixels(path), RgbOf(*picture_));
-    EXPECT_EQ(FfmpegPixels(path), RgbOf(*picture_));
-    EXPECT_EQ(OutputOf({"sgitopnm", path}), Pixmap(*picture_));
-    SaveSgi(transparent_.get(), path.c_str(), 32, compress);
-    EXPECT_EQ(FfmpegPixels(path, "rgba"), PixelBytes(*transparent_));
-    SaveSgi(picture_.get(), path.c_str(), 8, compress);
+    SaveSgi(picture.get(), path.c_str(), 24, compress);
+    EXPECT_EQ(MagickPixels(path), RgbOf(*picture));
+    EXPECT_EQ(FfmpegPixels(path), RgbOf(*picture));
+    EXPECT_EQ(OutputOf({"sgitopnm", path}), Pixmap(*picture));
+    SaveSgi(transparent.get(), path.c_str(), 32, compress);
+    EXPECT_EQ(FfmpegPixels(path, "rgba"), PixelBytes(*transparent));
+    SaveSgi(picture.get(), path.c_str(), 8, compress);
     EXPECT_EQ(OutputOf({"sgitopnm", path}), OutputOf({"convert", path, "pgm:-"}));
   }
 }
@@ -57,6 +52,7 @@ std::string HighBytes(const std::string& words) {
 }
 
 TEST_F(StationWitnessTest, OthersWriteSgi) {
+  const ImageGuard transparent = Transparent();
   const std::string path = temp.file("in.sgi");
   Portable();
   PortableAlpha();
@@ -66,7 +62,7 @@ TEST_F(StationWitnessTest, OthersWriteSgi) {
                         {"ffmpeg -v error -i picture.ppm -pix_fmt gray -rle 0 in.sgi", ""},
                         {"ffmpeg -v error -i picture.ppm -pix_fmt gray -rle 1 in.sgi", ""}});
   ExpectAlike<LoadSgi>(
-      "in.sgi", [&](const std::string&) { return PixelBytes(*transparent_); },
+      "in.sgi", [&](const std::string&) { return PixelBytes(*transparent); },
       {{"ffmpeg -v error -i picture.pam -pix_fmt rgba -rle 0 in.sgi", ""},
        {"ffmpeg -v error -i picture.pam -pix_fmt rgba -rle 1 in.sgi", ""}},
       Channels::rgba);
@@ -139,9 +135,10 @@ TEST_F(StationWitnessTest, OpenImageIoAndSoftimage) {
 }
 
 TEST_F(StationWitnessTest, OpenImageIoAndRla) {
+  const ImageGuard picture = Picture();
   const std::string path = temp.file("out.rla");
-  SaveWavefront(path.c_str(), picture_.get());
-  EXPECT_EQ(OpenImageIoPixels(path, picture_->pixelCount), RgbOf(*picture_));
+  SaveWavefront(path.c_str(), picture.get());
+  EXPECT_EQ(OpenImageIoPixels(path, picture->pixelCount), RgbOf(*picture));
   // It stores the top row first and says so in the offsets, which are not looked at: scanlines are
   // read in sequence, bottom row first. So its files come out upside down. (Its runs lose a single
   // last pixel, which this picture does not have.)
@@ -154,9 +151,10 @@ TEST_F(StationWitnessTest, OpenImageIoAndRla) {
 // Our Alias files hold red, green, blue; other programs take the bytes for blue, green, red. The
 // order is wanted, so red and blue change places between them and us.
 TEST_F(StationWitnessTest, FfmpegSeesAliasColoursSwapped) {
+  const ImageGuard picture = Picture();
   const std::string path = temp.file("out.pix");
-  SaveAlias(path.c_str(), picture_.get());
-  EXPECT_EQ(FfmpegPixels(path, "bgr24"), RgbOf(*picture_));
+  SaveAlias(path.c_str(), picture.get());
+  EXPECT_EQ(FfmpegPixels(path, "bgr24"), RgbOf(*picture));
   OutputOf({"ffmpeg", "-v", "error", "-y", "-i", Portable(), "-c:v", "alias_pix", "-pix_fmt",
             "bgr24", "-f", "image2", path});
   EXPECT_EQ(Ours<LoadAlias>(path), MagickPixels(Portable(), "bgr"));
@@ -176,7 +174,7 @@ TEST_F(StationWitnessTest, ImageMagickWritesPhotoshopFiles) {
   // It takes the colours for blended with white when it reads, but not when it writes.
   const std::string path = temp.file("in.psd"), colours = temp.file("colours.ppm");
   OutputOf({"convert", PortableAlpha(), "-depth", "8", path});
-  EXPECT_EQ(Ours<LoadPsd>(path, Channels::rgba), PixelBytes(*transparent_));
+  EXPECT_EQ(Ours<LoadPsd>(path, Channels::rgba), PixelBytes(*Transparent()));
   // It cannot read the indexed files that it writes, so the colours it was given count.
   OutputOf({"convert", Portable(), "+dither", "-colors", "100", colours});
   OutputOf({"convert", colours, "-type", "Palette", path});
