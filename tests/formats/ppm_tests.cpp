@@ -97,11 +97,13 @@ TEST_F(PpmTest, WrittenTextBreaksLinesByLengthNotByRow) {
   const std::string white = "255 255 255 ", three = white + white + white;
   EXPECT_EQ(Save(*Solid(4, 2, {255, 255, 255, 255}), 0),
             "P3\n4 2\n255\n" + three + three + "\n" + white + white);
-  // 67 is not above 67; the seventh pixel then is. Any value but 1 means text.
+  // 67 is not above 67, 68 is. Any value but 1 means text.
   std::vector<Rgba> pixels(5, Rgba{255, 255, 255, 255});
   pixels.insert(pixels.end(), {{10, 0, 0, 255}, {1, 2, 3, 255}, {4, 5, 6, 255}});
-  EXPECT_EQ(Save(*FromPixels(8, 1, pixels), 2),
-            "P3\n8 1\n255\n" + three + white + white + "10 0 0 1 2 3 \n4 5 6 ");
+  const std::string start = "P3\n8 1\n255\n" + three + white + white;
+  EXPECT_EQ(Save(*FromPixels(8, 1, pixels), 2), start + "10 0 0 1 2 3 \n4 5 6 ");
+  pixels[5].g = 10;
+  EXPECT_EQ(Save(*FromPixels(8, 1, pixels), 2), start + "10 10 0 \n1 2 3 4 5 6 ");
 }
 
 TEST_F(PpmTest, StoppedSaveEndsTheFileThere) {

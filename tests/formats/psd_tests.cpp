@@ -27,8 +27,8 @@ TEST_F(PsdTest, Modes) {
             (Row{{1, 2, 3, 4}}));
   // Ink inverted: no ink, half black, all black.
   EXPECT_EQ(Loaded({.channels = 4, .width = 3, .mode = 4},
-                   {255, 255, 255, 255, 100, 255, 255, 0, 255, 255, 128, 0}),
-            (Row{{255, 255, 255, 0}, {128, 50, 0, 0}, {0, 0, 0, 0}}));
+                   {255, 255, 255, 255, 101, 255, 255, 0, 255, 255, 128, 0}),
+            (Row{{255, 255, 255, 0}, {128, 51, 0, 0}, {0, 0, 0, 0}}));
 }
 
 TEST_F(PsdTest, PackedRows) {
