@@ -127,8 +127,7 @@ TEST_P(HostileTest, WhatIsSavedLoadsTheSame) {
 }
 
 TEST_P(HostileTest, SamplesLoadAndPromisesAreBorne) {
-  for (const SampleFile& sample : codec().samples)
-    EXPECT_TRUE(LoadBytes(sample.bytes)) << sample.name;
+  for (const auto& [name, bytes] : codec().samples) EXPECT_TRUE(LoadBytes(bytes)) << name;
   for (const SampleFile& promise : codec().promises) LoadBytes(promise.bytes);
 }
 

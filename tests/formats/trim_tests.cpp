@@ -99,16 +99,6 @@ TEST_F(TrimTest, LoadsByHand) {
   EXPECT_EQ(Pixels(Load(IffForm("TRIM", header, IffChunk("MONO", PlainRanks() + red)))), shades);
 }
 
-TEST_F(TrimTest, RanksAreReordered) {
-  // Symbols by rank: 5, 0, 1, 2, 3, 4, 6, 7 ... Steps +5, -5, +1, +1, +1, +1, +2, +1 ...
-  const Bytes ranks = BigEndian().List({0x80, 10, 9, 2, 2, 2, 2, 4}).Repeat(2, 249).bytes();
-  // Residuals: rank 0 is symbol 5, -3; rank 1 symbol 0; rank 6 symbol 6, +3.
-  const Bytes tile = {0x80, 6, 6, 1, 0};
-  const ImageGuard image = Load(IffForm("TRIM", IffHeader({4, 1}), IffChunk("MONO", ranks + tile)));
-  ASSERT_TRUE(image);
-  EXPECT_EQ(PixelBytes(*image, Channels::rgb), "\x03\x03\x03\x06\x06\x06\x06\x06\x06\x03\x03\x03");
-}
-
 TEST_F(TrimTest, SavesByHand) {
   // 40 x 1 black: so flat that the thumbnail has no rows. One symbol, 0, is counted; the others
   // follow in order.
