@@ -75,14 +75,6 @@ TEST_F(SgiTest, RunLengthScanlines) {
   EXPECT_EQ(Refusal(file({6, 7, 0})), "") << "too long";
 }
 
-// Runs of two-byte samples: only the first channel is read, into red.
-TEST_F(SgiTest, RunLengthWordsGiveRedAlone) {
-  const SgiFields fields = {.sampleBytes = 2, .width = 2, .channels = 3, .pixMax = 65535};
-  const Bytes other = {0, 2, 0x77, 0x77, 0, 0};
-  const Bytes file = SgiRunLengthFile(fields, {{0, 0x82, 0xFF, 0xFF, 0x80, 0, 0, 0}, other, other});
-  EXPECT_THAT(Pixels(Load(file)), ElementsAre(Rgba{255, 0, 0, 0}, Rgba{127, 0, 0, 0}));
-}
-
 TEST_F(SgiTest, AStopKeepsRunLengthRowsAlone) {
   SgiFields fields = kGrey;
   fields.height = 2;
