@@ -238,8 +238,8 @@ ImageRecord* LoadPsd(const char* path) {
   PsdHeader header;
   Palette palette{};
   if (!ReadHeader(in, &header) || !SkipSections(in, header, &palette)) return nullptr;
+  ChannelReader reader{in, header};  // holds what `blocks` clears when it ends
   BlockGroup blocks;
-  ChannelReader reader{in, header};
   if (!reader.Open(blocks)) return nullptr;
   ImageGuard image(AllocImage(header.width, header.height, "Photoshop", nullptr));
   if (!image) {

@@ -1,10 +1,6 @@
-#include <string>
-#include <vector>
-
 #include "formats/bmp.h"
 #include "tests/formats/common_builder.h"
-#include "tests/support/library_test.h"
-#include "tests/support/pictures.h"
+#include "tests/formats/format_test.h"
 
 namespace imx::test {
 namespace {
@@ -12,12 +8,8 @@ namespace {
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 
-class BmpTest : public LibraryTest {
+class BmpTest : public FormatTest<LoadBmp> {
  protected:
-  ImageGuard Load(const Bytes& file) {
-    return ImageGuard(LoadBmp(std::fopen(temp.Write("in.bmp", file).c_str(), "rb")));
-  }
-
   /// The pixels as palette indices into SomeColours, one digit each, rows from the top; '.' for
   /// what was not written.
   std::string Indices(const BmpFields& fields, const Bytes& data, int colours = 16,
@@ -26,25 +18,18 @@ class BmpTest : public LibraryTest {
     const ImageGuard image = Load(BmpFile(fields, SomeBmpColours(colours, entryBytes), data));
     if (!image) return "refused";
     std::string text;
-    for (std::int32_t y = 0; y < image->height; ++y) {
-      if (y > 0) text += '/';
-      for (std::int32_t x = 0; x < image->width; ++x) {
-        const Rgba p = PixelAt(*image, x, y);
-        char digit = '.';
-        for (std::size_t i = 0; i < static_cast<std::size_t>(colours); ++i) {
-          const Rgba colour{rgb[3 * i], rgb[3 * i + 1], rgb[3 * i + 2], 0};
-          if (p == colour) digit = "0123456789abcdef"[i % 16];
+    for (const Rgba& p : Pixels(image)) {
+      const std::size_t across = static_cast<std::size_t>(image->width) + 1;
+      if (text.size() % across == across - 1) text += '/';
+      char digit = '.';
+      for (std::size_t i = 0; i < rgb.size() / 3; ++i) {
+        if (p == Rgba{rgb[3 * i], rgb[3 * i + 1], rgb[3 * i + 2], 0}) {
+          digit = "0123456789abcdef"[i % 16];
         }
-        text += digit;
       }
+      text += digit;
     }
     return text;
-  }
-
-  Bytes Save(const ImageRecord& image, int depth) {
-    const std::string path = temp.file("out.bmp");
-    EXPECT_EQ(SaveBmp(&image, path.c_str(), depth), 0);
-    return ReadFile(path);
   }
 };
 
@@ -76,10 +61,8 @@ TEST_F(BmpTest, OfTwoColoursTheSecondIsTheLastAsWell) {
 TEST_F(BmpTest, SixteenBitsTakeRedFromTheTopFive) {
   const BmpFields f = {.width = 2, .height = 1, .bits = 16};
   const ImageGuard image = Load(BmpFile(f, {}, {0x41, 0xFC, 0x00, 0x84}));
-  ASSERT_TRUE(image);
   // 0xFC41: red bits 11-15 = 31, green bits 5-9 = 2, blue 1. 0x8400: bit 10 belongs to nobody.
-  EXPECT_EQ(PixelAt(*image, 0, 0), (Rgba{0xF8, 16, 8, 0}));
-  EXPECT_EQ(PixelAt(*image, 1, 0), (Rgba{0x80, 0, 0, 0}));
+  EXPECT_THAT(Pixels(image), ElementsAre(Rgba{0xF8, 16, 8, 0}, Rgba{0x80, 0, 0, 0}));
   EXPECT_EQ(image->depth, 16u);
 }
 
@@ -131,19 +114,17 @@ TEST_F(BmpTest, FourBitRunsTakeTheLowNibbleAndGoOnAbove) {
 
 TEST_F(BmpTest, HeadersAsWritten) {
   const ImageGuard image = Drawing(5, 3);
-  Bytes file = Save(*image, 4);
+  const Bytes file = Saved<SaveBmp>(*image, 4);
   ASSERT_EQ(file.size(), 54u + 64 + 4 * 3);
-  const Bytes palette(file.begin() + 54, file.begin() + 118);
-  for (std::size_t i = 3; i < palette.size(); i += 4) EXPECT_EQ(palette[i], 0);
-  file.resize(54);
+  for (std::size_t i = 57; i < 118; i += 4) EXPECT_EQ(file[i], 0) << "fourth byte of a colour";
   const int wanted[] = {'B', 'M', 130, 0, 0, 0, 0, 0, 0, 0, 118, 0, 0, 0, 40, 0, 0,  0,
                         5,   0,   0,   0, 3, 0, 0, 0, 1, 0, 4,   0, 0, 0, 0,  0, 12, 0,
                         0,   0,   0,   0, 0, 0, 0, 0, 0, 0, 16,  0, 0, 0, 16, 0, 0,  0};
-  EXPECT_THAT(file, ElementsAreArray(wanted));
-  EXPECT_EQ(Save(*image, 32)[28], 24) << "32 bits need the alpha flag";
-  EXPECT_EQ(Save(*image, 24).size(), 54u + 16 * 3);
-  EXPECT_EQ(Save(*image, 1).size(), 54u + 8 + 4 * 3);
-  EXPECT_EQ(Save(*image, 8).size(), 54u + 1024 + 8 * 3);
+  EXPECT_THAT(Part(file, 0, 54), ElementsAreArray(wanted));
+  EXPECT_EQ(Saved<SaveBmp>(*image, 32)[28], 24) << "32 bits need the alpha flag";
+  EXPECT_EQ(Saved<SaveBmp>(*image, 24).size(), 54u + 16 * 3);
+  EXPECT_EQ(Saved<SaveBmp>(*image, 1).size(), 54u + 8 + 4 * 3);
+  EXPECT_EQ(Saved<SaveBmp>(*image, 8).size(), 54u + 1024 + 8 * 3);
 }
 
 }  // namespace

@@ -9,12 +9,6 @@
 
 namespace imx::test {
 
-inline Bytes Joined(std::initializer_list<Bytes> parts) {
-  Bytes whole;
-  for (const Bytes& part : parts) whole.insert(whole.end(), part.begin(), part.end());
-  return whole;
-}
-
 inline constexpr int kTargaTopDown = 0x20;
 
 struct TargaFields {
@@ -28,60 +22,37 @@ struct TargaFields {
 
 /// `rest` is the colour map, if any, and the pixels.
 inline Bytes TargaFile(const TargaFields& f, const Bytes& rest) {
-  const auto u = [](int value) { return static_cast<std::uint32_t>(value); };
-  return LittleEndian()
-      .List({static_cast<int>(f.id.size()), f.mapType, f.type})
-      .U16(u(f.mapStart))
-      .U16(u(f.mapLength))
-      .U8(u(f.mapBits))
-      .U32(0)
-      .U16(u(f.width))
-      .U16(u(f.height))
-      .List({f.depth, f.descriptor})
-      .Text(f.id)
-      .Raw(rest)
-      .bytes();
+  ByteBuilder file = LittleEndian();
+  file.List({static_cast<int>(f.id.size()), f.mapType, f.type}).Words({f.mapStart, f.mapLength});
+  file.List({f.mapBits, 0, 0, 0, 0}).Words({f.width, f.height}).List({f.depth, f.descriptor});
+  return file.Text(f.id).Raw(rest).bytes();
 }
 
 /// An extension area with these texts and its footer, to stand behind `file`.
 inline Bytes WithTargaTexts(const Bytes& file, std::string_view author, std::string_view comment) {
-  return LittleEndian()
-      .Raw(file)
-      .U16(495)
-      .Text(author)
-      .Repeat(0, 41 - author.size())
-      .Text(comment)
-      .Repeat(0, 324 - comment.size())
-      .Repeat(0, 12 + 41 + 6 + 41 + 3 + 24 + 1)
-      .U32(static_cast<std::uint32_t>(file.size()))
-      .U32(0)
-      .Text("TRUEVISION-XFILE.")
-      .U8(0)
-      .bytes();
+  ByteBuilder area = LittleEndian();
+  area.U16(495).Text(author).Repeat(0, 41 - author.size());
+  area.Text(comment).Repeat(0, 324 - comment.size()).Repeat(0, 12 + 41 + 6 + 41 + 3 + 24 + 1);
+  area.U32(static_cast<std::uint32_t>(file.size())).U32(0).Text("TRUEVISION-XFILE.").U8(0);
+  return file + area.bytes();
 }
 
 struct BmpFields {
   int width = 2, height = 1;
   int bits = 24;
-  std::uint32_t compression = 0;
-  std::uint32_t imageSize = 0;
-  std::uint32_t coloursUsed = 0;
-  std::uint32_t headerSize = 40;
+  std::uint32_t compression = 0, imageSize = 0, coloursUsed = 0, headerSize = 40;
 };
 
 /// `palette` follows the info header as it stands, `data` the palette.
 inline Bytes BmpFile(const BmpFields& f, const Bytes& palette, const Bytes& data) {
   ByteBuilder file = LittleEndian();
-  file.Text("BM").U32(0).U32(0).U32(static_cast<std::uint32_t>(14 + f.headerSize + palette.size()));
-  file.U32(f.headerSize);
-  const auto width = static_cast<std::uint32_t>(f.width);
-  const auto height = static_cast<std::uint32_t>(f.height);
-  const auto bits = static_cast<std::uint32_t>(f.bits);
+  const auto start = static_cast<std::uint32_t>(14 + f.headerSize + palette.size());
+  file.Text("BM").Longs({0, 0, start, f.headerSize});
   if (f.headerSize == 12) {
-    file.U16(width).U16(height).U16(1).U16(bits);
+    file.Words({f.width, f.height, 1, f.bits});
   } else {
-    file.U32(width).U32(height).U16(1).U16(bits).U32(f.compression).U32(f.imageSize);
-    file.U32(0).U32(0).U32(f.coloursUsed).U32(0).Repeat(0, f.headerSize - 40);
+    file.Longs({f.width, f.height}).Words({1, f.bits}).Longs({f.compression, f.imageSize});
+    file.Longs({0, 0, f.coloursUsed, 0}).Repeat(0, f.headerSize - 40);
   }
   return file.Raw(palette).Raw(data).bytes();
 }
@@ -133,17 +104,15 @@ inline Bytes GifPixels(int codeSize, const Bytes& indices) {
   }
   put(clear + 1);
   if (held > 0) data.push_back(static_cast<std::uint8_t>(bits));
-  return Joined({{static_cast<std::uint8_t>(codeSize)}, GifBlocks(data)});
+  return Bytes{static_cast<std::uint8_t>(codeSize)} + GifBlocks(data);
 }
 
 /// Signature, screen and, for `tableBits` above 0, a global table of SomeColours.
 inline Bytes GifScreen(int width, int height, int tableBits, int aspect = 0,
                        std::string_view signature = "GIF89a") {
   ByteBuilder screen = LittleEndian();
-  screen.Text(signature)
-      .U16(static_cast<std::uint32_t>(width))
-      .U16(static_cast<std::uint32_t>(height))
-      .List({tableBits > 0 ? 0x80 | (tableBits - 1) : 0, 0, aspect});
+  screen.Text(signature).Words({width, height});
+  screen.List({tableBits > 0 ? 0x80 | (tableBits - 1) : 0, 0, aspect});
   if (tableBits > 0) screen.Raw(SomeColours(1 << tableBits));
   return screen.bytes();
 }
@@ -152,19 +121,11 @@ inline constexpr int kGifInterlaced = 0x40;
 
 /// A descriptor without the table that a flag may announce.
 inline Bytes GifFrame(int left, int top, int width, int height, int flags = 0) {
-  const auto u = [](int value) { return static_cast<std::uint32_t>(value); };
-  return LittleEndian()
-      .U8(0x2C)
-      .U16(u(left))
-      .U16(u(top))
-      .U16(u(width))
-      .U16(u(height))
-      .U8(u(flags))
-      .bytes();
+  return LittleEndian().U8(0x2C).Words({left, top, width, height}).List({flags}).bytes();
 }
 
 inline Bytes GifExtension(int label, const Bytes& data) {
-  return Joined({{0x21, static_cast<std::uint8_t>(label)}, GifBlocks(data)});
+  return Bytes{0x21, static_cast<std::uint8_t>(label)} + GifBlocks(data);
 }
 
 struct PcxFields {
@@ -175,21 +136,10 @@ struct PcxFields {
 
 /// The header's palette is SomeColours(16). `lines` are run-length coded.
 inline Bytes PcxFile(const PcxFields& f, const Bytes& lines) {
-  const auto u = [](int value) { return static_cast<std::uint32_t>(value); };
-  return LittleEndian()
-      .List({10, 5, 1, f.bits})
-      .U16(7)  // the image need not start at 0
-      .U16(9)
-      .U16(u(f.width + 6))
-      .U16(u(f.height + 8))
-      .U32(0)
-      .Raw(SomeColours(16))
-      .List({0, f.planes})
-      .U16(u(f.bytesPerLine))
-      .U16(0)
-      .Repeat(0, 58)
-      .Raw(lines)
-      .bytes();
+  ByteBuilder file = LittleEndian();
+  file.List({10, 5, 1, f.bits}).Words({7, 9, f.width + 6, f.height + 8});  // need not start at 0
+  file.U32(0).Raw(SomeColours(16)).List({0, f.planes}).Words({f.bytesPerLine, 0}).Repeat(0, 58);
+  return file.Raw(lines).bytes();
 }
 
 }  // namespace imx::test

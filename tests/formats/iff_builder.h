@@ -31,19 +31,15 @@ Bytes IffForm(std::string_view type, const Chunks&... chunks) {
 }
 
 struct IlbmHeader {
-  std::uint32_t width = 1;
-  std::uint32_t height = 1;
-  std::uint32_t planes = 24;
-  std::uint32_t masking = 0;
-  std::uint32_t compression = 0;
+  std::uint32_t width = 1, height = 1, planes = 24, masking = 0, compression = 0;
 };
 
 /// A "BMHD" chunk.
 inline Bytes IffHeader(const IlbmHeader& header) {
   ByteBuilder data = BigEndian();
-  data.U16(header.width).U16(header.height).U16(0).U16(0);
-  data.U8(header.planes).U8(header.masking).U8(header.compression).U8(0);
-  data.U16(0).U8(10).U8(11).U16(320).U16(200);  // key colour, aspect, page: of no effect
+  data.Words({header.width, header.height, 0, 0}).U8(header.planes).U8(header.masking);
+  data.U8(header.compression).U8(0);
+  data.U16(0).List({10, 11}).Words({320, 200});  // key colour, aspect, page: of no effect
   return IffChunk("BMHD", data.bytes());
 }
 

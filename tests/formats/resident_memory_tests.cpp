@@ -1,5 +1,5 @@
 // What a header promises costs nothing until there is data: measured from outside, as the memory
-// and the processor time of a child process that loads the file.
+// of a child process that loads the file.
 
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -14,14 +14,8 @@ namespace {
 
 class ResidentMemoryTest : public LibraryTest {};
 
-struct Cost {
-  bool ended;
-  long kilobytes;
-  double seconds;
-};
-
-/// Loads in a child process, which a hang does not outlive.
-Cost CostOfLoading(const Codec& codec, const std::string& path) {
+/// Kilobytes of a child process that loads the file, or -1 when it hangs or crashes.
+long CostOfLoading(const Codec& codec, const std::string& path) {
   constexpr unsigned kHang = 20;
   const pid_t child = fork();
   if (child == 0) {
@@ -32,23 +26,17 @@ Cost CostOfLoading(const Codec& codec, const std::string& path) {
   int status = -1;
   rusage usage = {};
   wait4(child, &status, 0, &usage);
-  const auto seconds = [](const timeval& t) {
-    return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_usec) * 1e-6;
-  };
-  return {WIFEXITED(status) && WEXITSTATUS(status) == 0, usage.ru_maxrss,
-          seconds(usage.ru_utime) + seconds(usage.ru_stime)};
+  return WIFEXITED(status) && WEXITSTATUS(status) == 0 ? usage.ru_maxrss : -1;
 }
 
 TEST_F(ResidentMemoryTest, PromisesStayPromises) {
   constexpr long kMostKilobytes = 256 * 1024;
-  constexpr double kMostSeconds = 1;
   for (const Codec& codec : Codecs()) {
     for (const SampleFile& promise : codec.promises) {
       SCOPED_TRACE(testing::Message() << codec.name << " " << promise.name);
-      const Cost cost = CostOfLoading(codec, temp.Write("promise", promise.bytes));
-      EXPECT_TRUE(cost.ended);
-      EXPECT_LT(cost.kilobytes, kMostKilobytes);
-      EXPECT_LT(cost.seconds, kMostSeconds);
+      const long cost = CostOfLoading(codec, temp.Write("promise", promise.bytes));
+      EXPECT_GT(cost, 0);
+      EXPECT_LT(cost, kMostKilobytes);
     }
   }
 }

@@ -1,4 +1,4 @@
-/// SGI, Softimage, Alias, RLA, FLIC, AVI, DEM and Photoshop files built field by field. Layouts:
+/// SGI, Softimage, Alias, RLA, FLIC, bitmap, DEM and Photoshop files built field by field. Layouts:
 /// see the codecs' headers.
 #pragma once
 
@@ -20,21 +20,10 @@ struct SgiFields {
 };
 
 inline Bytes SgiFile(const SgiFields& f, const Bytes& body) {
-  return BigEndian()
-      .U16(474)
-      .U8(f.storage)
-      .U8(f.sampleBytes)
-      .U16(f.dimension)
-      .U16(f.width)
-      .U16(f.height)
-      .U16(f.channels)
-      .U32(f.pixMin)
-      .U32(f.pixMax)
-      .Repeat(0, 4 + 80)
-      .U32(f.colourMap)
-      .Repeat(0, 404)
-      .Raw(body)
-      .bytes();
+  ByteBuilder file = BigEndian();
+  file.U16(474).U8(f.storage).U8(f.sampleBytes).Words({f.dimension, f.width, f.height, f.channels});
+  file.Longs({f.pixMin, f.pixMax}).Repeat(0, 4 + 80).U32(f.colourMap).Repeat(0, 404);
+  return file.Raw(body).bytes();
 }
 
 /// `scanlines` are packed, in the order of the tables.
@@ -53,18 +42,9 @@ inline Bytes SgiRunLengthFile(SgiFields f, const std::vector<Bytes>& scanlines) 
 
 inline Bytes SoftimageFile(std::uint32_t width, std::uint32_t height, const Bytes& packets,
                            const Bytes& body, std::uint32_t fields = 3) {
-  return BigEndian()
-      .List({0x53, 0x80, 0xF6, 0x34})
-      .Repeat(0, 4 + 80)
-      .Text("PICT")
-      .U16(width)
-      .U16(height)
-      .U32(0x3F800000)
-      .U16(fields)
-      .U16(0)
-      .Raw(packets)
-      .Raw(body)
-      .bytes();
+  ByteBuilder file = BigEndian();
+  file.U32(0x5380F634).Repeat(0, 4 + 80).Text("PICT").Words({width, height}).U32(0x3F800000);
+  return file.Words({fields, 0}).Raw(packets).Raw(body).bytes();
 }
 
 // Alias
@@ -82,39 +62,23 @@ struct RlaWindow {
 
 /// `body` starts behind the table of offsets, all of which are 0.
 inline Bytes RlaFile(const RlaWindow& w, std::uint32_t matte, const Bytes& body) {
-  return BigEndian()
-      .Repeat(0, 8)
-      .U16(w.left)
-      .U16(w.right)
-      .U16(w.bottom)
-      .U16(w.top)
-      .Repeat(0, 6)
-      .U16(matte)
-      .Repeat(0, 740 - 24 + 4 * std::size_t{w.top - w.bottom + 1})
-      .Raw(body)
-      .bytes();
+  ByteBuilder file = BigEndian();
+  file.Repeat(0, 8).Words({w.left, w.right, w.bottom, w.top}).Repeat(0, 6).U16(matte);
+  return file.Repeat(0, 740 - 24 + 4 * std::size_t{w.top - w.bottom + 1}).Raw(body).bytes();
 }
 
 // FLIC
 
 inline Bytes FlicChunk(std::uint32_t type, const Bytes& data) {
-  return LittleEndian()
-      .U32(static_cast<std::uint32_t>(6 + data.size()))
-      .U16(type)
-      .Raw(data)
-      .bytes();
+  const auto size = static_cast<std::uint32_t>(6 + data.size());
+  return LittleEndian().U32(size).U16(type).Raw(data).bytes();
 }
 
 inline Bytes FlicFrame(const std::vector<Bytes>& chunks, std::uint32_t type = 0xF1FA) {
-  ByteBuilder body = LittleEndian();
-  for (const Bytes& chunk : chunks) body.Raw(chunk);
-  return LittleEndian()
-      .U32(static_cast<std::uint32_t>(16 + body.size()))
-      .U16(type)
-      .U16(static_cast<std::uint32_t>(chunks.size()))
-      .Repeat(0, 8)
-      .Raw(body.bytes())
-      .bytes();
+  ByteBuilder frame = LittleEndian();
+  frame.U32(0).U16(type).U16(static_cast<std::uint32_t>(chunks.size())).Repeat(0, 8);
+  for (const Bytes& chunk : chunks) frame.Raw(chunk);
+  return frame.PatchU32(0, static_cast<std::uint32_t>(frame.size())).bytes();
 }
 
 inline constexpr std::uint32_t kFli = 0xAF11, kFlc = 0xAF12;
@@ -123,12 +87,12 @@ inline Bytes FlicFile(std::uint32_t magic, std::uint32_t width, std::uint32_t he
                       const std::vector<Bytes>& frames) {
   ByteBuilder file = LittleEndian();
   file.U32(0).U16(magic).U16(static_cast<std::uint32_t>(frames.size()));
-  file.U16(width).U16(height).U16(8).Repeat(0, 128 - 14);
+  file.Words({width, height, 8}).Repeat(0, 128 - 14);
   for (const Bytes& frame : frames) file.Raw(frame);
   return file.bytes();
 }
 
-// Device-independent bitmaps and AVI
+// Device-independent bitmaps, as AVI streams give them
 
 struct DibFields {
   std::uint32_t width = 2, height = 1, bits = 24, coloursUsed = 0;
@@ -136,81 +100,10 @@ struct DibFields {
 
 /// The header with what follows it: colours and rows.
 inline Bytes Dib(const DibFields& f, const Bytes& rest) {
-  return LittleEndian()
-      .U32(40)
-      .U32(f.width)
-      .U32(f.height)
-      .U16(1)
-      .U16(f.bits)
-      .U32(0)
-      .U32((f.width * f.bits + 31) / 32 * 4 * f.height)
-      .Repeat(0, 8)
-      .U32(f.coloursUsed)
-      .U32(0)
-      .Raw(rest)
-      .bytes();
-}
-
-inline Bytes RiffChunk(std::string_view id, const Bytes& data) {
-  ByteBuilder chunk = LittleEndian();
-  chunk.Text(id).U32(static_cast<std::uint32_t>(data.size())).Raw(data);
-  return chunk.Repeat(0, data.size() % 2).bytes();
-}
-
-/// An uncompressed video stream of `frames`, each the rows of a bitmap.
-inline Bytes AviFile(const DibFields& f, const Bytes& colours, const std::vector<Bytes>& frames) {
-  const auto count = static_cast<std::uint32_t>(frames.size());
-  const auto frameSize = static_cast<std::uint32_t>(frames.empty() ? 0 : frames[0].size());
-  const Bytes mainHeader = LittleEndian()
-                               .U32(100000)  // microseconds for a frame
-                               .U32(frameSize * 10)
-                               .U32(0)
-                               .U32(0x10)  // has an index
-                               .U32(count)
-                               .U32(0)
-                               .U32(1)  // streams
-                               .U32(frameSize)
-                               .U32(f.width)
-                               .U32(f.height)
-                               .Repeat(0, 16)
-                               .bytes();
-  const Bytes streamHeader = LittleEndian()
-                                 .Text("vidsDIB ")
-                                 .Repeat(0, 12)
-                                 .U32(1)   // scale
-                                 .U32(10)  // rate
-                                 .U32(0)   // start
-                                 .U32(count)
-                                 .U32(frameSize)
-                                 .U32(0xFFFFFFFF)
-                                 .U32(0)
-                                 .U16(0)
-                                 .U16(0)
-                                 .U16(f.width)
-                                 .U16(f.height)
-                                 .bytes();
-  const Bytes stream = LittleEndian()
-                           .Text("strl")
-                           .Raw(RiffChunk("strh", streamHeader))
-                           .Raw(RiffChunk("strf", Dib(f, colours)))
-                           .bytes();
-  const Bytes headers = LittleEndian()
-                            .Text("hdrl")
-                            .Raw(RiffChunk("avih", mainHeader))
-                            .Raw(RiffChunk("LIST", stream))
-                            .bytes();
-  ByteBuilder movie = LittleEndian(), index = LittleEndian();
-  movie.Text("movi");
-  for (const Bytes& frame : frames) {
-    index.Text("00db").U32(0x10).U32(static_cast<std::uint32_t>(movie.size())).U32(frameSize);
-    movie.Raw(RiffChunk("00db", frame));
-  }
-  return RiffChunk("RIFF", LittleEndian()
-                               .Text("AVI ")
-                               .Raw(RiffChunk("LIST", headers))
-                               .Raw(RiffChunk("LIST", movie.bytes()))
-                               .Raw(RiffChunk("idx1", index.bytes()))
-                               .bytes());
+  ByteBuilder bitmap = LittleEndian();
+  bitmap.Longs({40, f.width, f.height}).Words({1, f.bits});
+  bitmap.Longs({0, (f.width * f.bits + 31) / 32 * 4 * f.height, 0, 0, f.coloursUsed, 0});
+  return bitmap.Raw(rest).bytes();
 }
 
 // DEM
@@ -226,17 +119,30 @@ inline std::string Repeated(std::string_view text, int times) {
   return all;
 }
 
-/// The A record, a letter in the place of each character of the file name.
+/// `text` at the right end of a field.
+inline std::string Field(std::string_view text, std::size_t width) {
+  return std::string(width - text.size(), ' ').append(text);
+}
+
+/// The A record, a letter in the place of each character of the file name. Corners are those of a
+/// quadrangle of one degree.
 inline std::string DemHeader(const DemFields& f) {
-  return std::string(144, 'x') + "1 1 0 0 " + Repeated("0.0D+00", 15) + " 1 2 " +
-         std::to_string(f.sides) + " " + Repeated("1.5D+00 ", 8) + f.minimum + " " + f.maximum +
-         " 0.0 1 3.0 3.0 1.0 1 " + std::to_string(f.profiles) + " ";
+  const std::string zero = Field("0.0D+00", 24), degree = Field("3.6D+03", 24);
+  std::string text = std::string(144, 'x') + "     1     1     0     0" + Repeated(zero, 15) +
+                     "     3     2" + Field(std::to_string(f.sides), 6);
+  for (const std::string& ordinate : {zero, zero, zero, degree, degree, degree, degree, zero}) {
+    text += ordinate;
+  }
+  text += Field(f.minimum, 24) + Field(f.maximum, 24) + zero + "     1" +
+          Repeated("0.300000E+01", 2) + "0.100000E+01     1" + Field(std::to_string(f.profiles), 6);
+  return text + std::string(1024 - text.size(), ' ');
 }
 
 /// The start of a B record: row, column, elevations, profiles in the record and five reals.
 inline std::string DemProfile(int column, int count = 1201) {
-  return "1 " + std::to_string(column) + " " + std::to_string(count) + " 1 " +
-         Repeated("0.0D+00 ", 5);
+  const std::string zero = Field("0.0D+00", 24);
+  return "     1" + Field(std::to_string(column), 6) + Field(std::to_string(count), 6) + "     1" +
+         Field(std::to_string(3 * (column - 1)) + ".0D+00", 24) + Repeated(zero, 4);
 }
 
 // Photoshop
@@ -249,24 +155,11 @@ struct PsdFields {
 
 /// `body` starts behind the compression word: the packed rows' lengths, if any, and the channels.
 inline Bytes PsdFile(const PsdFields& f, const Bytes& body) {
-  return BigEndian()
-      .Text("8BPS")
-      .U16(1)
-      .Repeat(0, 6)
-      .U16(f.channels)
-      .U32(f.height)
-      .U32(f.width)
-      .U16(f.bits)
-      .U16(f.mode)
-      .U32(static_cast<std::uint32_t>(f.colours.size()))
-      .Raw(f.colours)
-      .U32(3)
-      .List({1, 2, 3})  // resources, passed over
-      .U32(2)
-      .List({4, 5})  // layers and masks, passed over
-      .U16(f.compression)
-      .Raw(body)
-      .bytes();
+  ByteBuilder file = BigEndian();
+  file.Text("8BPS").U16(1).Repeat(0, 6).U16(f.channels).Longs({f.height, f.width});
+  file.Words({f.bits, f.mode}).U32(static_cast<std::uint32_t>(f.colours.size())).Raw(f.colours);
+  file.U32(3).List({1, 2, 3}).U32(2).List({4, 5});  // resources, layers and masks: passed over
+  return file.U16(f.compression).Raw(body).bytes();
 }
 
 }  // namespace imx::test

@@ -9,30 +9,12 @@
 namespace imx::test {
 namespace {
 
-Bytes Pack(std::string bits) {
-  while (bits.size() % 8 != 0) bits += '0';
-  Bytes bytes;
-  for (std::size_t i = 0; i < bits.size(); i += 8) {
-    bytes.push_back(static_cast<std::uint8_t>(std::bitset<8>(bits.substr(i, 8)).to_ulong()));
-  }
-  return bytes;
-}
-
-std::string Unpack(const Bytes& bytes, std::size_t from) {
-  std::string bits;
-  const std::size_t end = std::min(bytes.size(), from + 1200);  // more than any block has
-  for (std::size_t i = from; i < end; ++i) bits += TrimBits(bytes[i], 8);
-  return bits;
+std::string Bits(unsigned value, unsigned width) {
+  return std::bitset<32>(value).to_string().substr(32 - width);
 }
 
 bool HasSecondByte(const TrimWidths& w) {
   return w[1] != 0 && w[1] != 8;
-}
-
-Bytes Header(const TrimWidths& w) {
-  Bytes header = {static_cast<std::uint8_t>(w[0] * 16 + w[1])};
-  if (HasSecondByte(w)) header.push_back(static_cast<std::uint8_t>(w[2] * 16 + w[3]));
-  return header;
 }
 
 /// The level that holds the value.
@@ -49,43 +31,24 @@ unsigned ElementSize(const TrimWidths& w, unsigned value) {
 
 std::string ElementBits(const TrimWidths& w, unsigned value) {
   const std::size_t level = LevelOf(w, value);
-  const unsigned escapes = ElementSize(w, value) - w[level];
-  return std::string(escapes, '1') + TrimBits(value - TrimThresholds(w)[level], w[level]);
-}
-
-std::string ElementsBits(const TrimWidths& w, const Bytes& values) {
-  std::string bits;
-  for (const std::uint8_t value : values) bits += ElementBits(w, value);
-  return bits;
+  return std::string(ElementSize(w, value) - w[level], '1') +
+         Bits(value - TrimThresholds(w)[level], w[level]);
 }
 
 int Unzigzag(int symbol) {
   return symbol % 2 == 0 ? symbol / 2 : -(symbol + 1) / 2;
 }
 
-/// Reads fields of a bit string, with zeros behind its end.
-class BitSource {
- public:
-  explicit BitSource(std::string bits) : bits_(std::move(bits)) {}
-
-  unsigned Take(unsigned width) {
-    unsigned value = 0;
-    for (unsigned i = 0; i < width; ++i, ++at_) {
-      value = value * 2 + (at_ < bits_.size() && bits_[at_] == '1' ? 1 : 0);
-    }
-    return value;
-  }
-  std::size_t bytes() const { return (at_ + 7) / 8; }
-
- private:
-  std::string bits_;
-  std::size_t at_ = 0;
-};
-
 }  // namespace
 
-std::string TrimBits(unsigned value, unsigned width) {
-  return std::bitset<32>(value).to_string().substr(32 - width);
+Bytes TrimPack(std::string bits) {
+  std::erase(bits, ' ');
+  while (bits.size() % 8 != 0) bits += '0';
+  Bytes bytes;
+  for (std::size_t i = 0; i < bits.size(); i += 8) {
+    bytes.push_back(static_cast<std::uint8_t>(std::bitset<8>(bits.substr(i, 8)).to_ulong()));
+  }
+  return bytes;
 }
 
 std::array<unsigned, 4> TrimThresholds(const TrimWidths& w) {
@@ -95,11 +58,11 @@ std::array<unsigned, 4> TrimThresholds(const TrimWidths& w) {
   return {0, t1, t2, t3};
 }
 
-Bytes EncodeTrimBlockWith(const TrimWidths& widths, const Bytes& values) {
-  Bytes block = Header(widths);
-  const Bytes data = Pack(ElementsBits(widths, values));
-  block.insert(block.end(), data.begin(), data.end());
-  return block;
+Bytes EncodeTrimBlockWith(const TrimWidths& w, const Bytes& values) {
+  std::string bits = Bits(w[0] * 16 + w[1], 8);
+  if (HasSecondByte(w)) bits += Bits(w[2] * 16 + w[3], 8);
+  for (const std::uint8_t value : values) bits += ElementBits(w, value);
+  return TrimPack(bits);
 }
 
 Bytes EncodeTrimBlock(const Bytes& values) {
@@ -141,17 +104,23 @@ Bytes DecodeTrimBlock(const Bytes& bytes, std::size_t* position, std::size_t cou
     w[3] = second % 16;
   }
   const auto t = TrimThresholds(w);
-  BitSource source(Unpack(bytes, *position));
+  std::size_t at = 8 * *position;
+  const auto take = [&](unsigned width) {
+    unsigned field = 0;
+    for (; width > 0; --width, ++at) {
+      const unsigned byte = at / 8 < bytes.size() ? bytes[at / 8] : 0u;
+      field = field * 2 + (byte >> (7 - at % 8) & 1);
+    }
+    return field;
+  };
   Bytes values;
   for (std::size_t i = 0; i < count; ++i) {
     std::size_t level = 0;
-    unsigned field = source.Take(w[0]);
-    while (level < 3 && w[level] != 8 && field == (1u << w[level]) - 1) {
-      field = source.Take(w[++level]);
-    }
+    unsigned field = take(w[0]);
+    while (level < 3 && w[level] != 8 && field == (1u << w[level]) - 1) field = take(w[++level]);
     values.push_back(static_cast<std::uint8_t>(field + t[level]));
   }
-  *position = std::min(bytes.size(), *position + source.bytes());
+  *position = std::min(bytes.size(), (at + 7) / 8);
   return values;
 }
 
@@ -164,10 +133,9 @@ Bytes DecodeTrimChannel(const Bytes& bytes, std::size_t* position, int width, in
     symbol = (symbol + Unzigzag(table[rank])) & 255;
     residual[rank] = Unzigzag(symbol);
   }
-  Bytes plane(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
+  Bytes plane(static_cast<std::size_t>(width * height));
   const auto at = [&](int x, int y) -> std::uint8_t& {
-    return plane[static_cast<std::size_t>(y) * static_cast<std::size_t>(width) +
-                 static_cast<std::size_t>(x)];
+    return plane[static_cast<std::size_t>(y * width + x)];
   };
   const auto predict = [&](int x, int y) -> int {
     if (y == 0) return x == 0 ? 0 : at(x - 1, 0);
@@ -177,14 +145,13 @@ Bytes DecodeTrimChannel(const Bytes& bytes, std::size_t* position, int width, in
   };
   for (int top = 0; top < height; top += 16) {
     for (int start = 0; start < width; start += 16) {
-      const int w = std::min(16, width - start);
-      const int h = std::min(16, height - top);
-      const Bytes ranks = DecodeTrimBlock(
-          bytes, position, static_cast<std::size_t>(w) * static_cast<std::size_t>(h));
-      for (int i = 0; i < w * h; ++i) {
+      const int w = std::min(16, width - start), h = std::min(16, height - top);
+      int i = 0;
+      for (const std::uint8_t rank :
+           DecodeTrimBlock(bytes, position, static_cast<std::size_t>(w * h))) {
         const int x = start + i % w, y = top + i / w;
-        at(x, y) =
-            static_cast<std::uint8_t>(predict(x, y) + residual[ranks[static_cast<std::size_t>(i)]]);
+        at(x, y) = static_cast<std::uint8_t>(predict(x, y) + residual[rank]);
+        ++i;
       }
     }
   }

@@ -15,8 +15,9 @@ namespace imx::test {
 /// Widths of a block's four levels.
 using TrimWidths = std::array<unsigned, 4>;
 
-/// "0" and "1" characters, most significant bit first.
-std::string TrimBits(unsigned value, unsigned width);
+/// Bytes of "0" and "1" characters, most significant bit first, with zeros to the last byte's end;
+/// spaces do not count.
+Bytes TrimPack(std::string bits);
 
 /// The smallest value of each level: 0, t1, t2, t3.
 std::array<unsigned, 4> TrimThresholds(const TrimWidths& widths);

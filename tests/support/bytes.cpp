@@ -1,5 +1,7 @@
 #include "tests/support/bytes.h"
 
+#include <algorithm>
+
 namespace imx::test {
 
 ByteBuilder& ByteBuilder::U8(std::uint32_t value) {
@@ -29,6 +31,16 @@ ByteBuilder& ByteBuilder::List(std::initializer_list<int> values) {
   return *this;
 }
 
+ByteBuilder& ByteBuilder::Words(std::initializer_list<std::int64_t> values) {
+  for (const std::int64_t value : values) U16(static_cast<std::uint32_t>(value));
+  return *this;
+}
+
+ByteBuilder& ByteBuilder::Longs(std::initializer_list<std::int64_t> values) {
+  for (const std::int64_t value : values) U32(static_cast<std::uint32_t>(value));
+  return *this;
+}
+
 ByteBuilder& ByteBuilder::Raw(const std::uint8_t* data, std::size_t count) {
   bytes_.insert(bytes_.end(), data, data + count);
   return *this;
@@ -42,6 +54,31 @@ ByteBuilder& ByteBuilder::Repeat(std::uint32_t value, std::size_t count) {
 ByteBuilder& ByteBuilder::PatchU32(std::size_t offset, std::uint32_t value) {
   StoreU32(&bytes_.at(offset), value, order_);
   return *this;
+}
+
+Bytes operator+(Bytes a, const Bytes& b) {
+  a.insert(a.end(), b.begin(), b.end());
+  return a;
+}
+
+Bytes Part(const Bytes& bytes, std::size_t at, std::size_t count) {
+  const std::size_t start = std::min(at, bytes.size());
+  const std::uint8_t* first = bytes.data() + start;
+  return Bytes(first, first + std::min(count, bytes.size() - start));
+}
+
+Bytes WithByte(Bytes bytes, std::size_t at, int value) {
+  bytes.at(at) = static_cast<std::uint8_t>(value);
+  return bytes;
+}
+
+Bytes NoiseBytes(std::size_t count, std::uint32_t seed, unsigned limit) {
+  Bytes bytes(count);
+  for (std::uint8_t& byte : bytes) {
+    seed = seed * 1664525 + 1013904223;
+    byte = static_cast<std::uint8_t>((seed >> 16) % limit);
+  }
+  return bytes;
 }
 
 }  // namespace imx::test

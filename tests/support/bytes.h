@@ -25,6 +25,9 @@ class ByteBuilder {
   ByteBuilder& Text(std::string_view text);
   /// One byte each.
   ByteBuilder& List(std::initializer_list<int> values);
+  /// Two bytes, or four, each.
+  ByteBuilder& Words(std::initializer_list<std::int64_t> values);
+  ByteBuilder& Longs(std::initializer_list<std::int64_t> values);
   ByteBuilder& Raw(const std::uint8_t* data, std::size_t count);
   ByteBuilder& Raw(const Bytes& more) { return Raw(more.data(), more.size()); }
   ByteBuilder& Repeat(std::uint32_t value, std::size_t count);
@@ -46,5 +49,13 @@ inline ByteBuilder BigEndian() {
 inline ByteBuilder LittleEndian() {
   return ByteBuilder(ByteOrder::little);
 }
+
+Bytes operator+(Bytes a, const Bytes& b);
+/// `count` bytes (fewer at the end) from `at` on.
+Bytes Part(const Bytes& bytes, std::size_t at, std::size_t count = SIZE_MAX);
+/// The same with another byte at `at`.
+Bytes WithByte(Bytes bytes, std::size_t at, int value);
+/// Always the same bytes in no order, all below `limit`.
+Bytes NoiseBytes(std::size_t count, std::uint32_t seed, unsigned limit = 256);
 
 }  // namespace imx::test
