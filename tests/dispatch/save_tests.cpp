@@ -41,7 +41,7 @@ class SaveTest : public LibraryTest {
     return SaveImage(path.c_str(), image.get());
   }
 
-  ImageGuard image = AlphaGradient(64, 48);
+  ImageGuard image = AlphaGradient(18, 6);
   std::string path;
 };
 
@@ -110,7 +110,7 @@ using SafeSaveTest = SaveTest;
 
 TEST_F(SafeSaveTest, AWholeFileTakesTheOldOnesPlace) {
   Choose("ppm");
-  const std::string path = temp.Write("a.ppm", "the old file");
+  path = temp.Write("a.ppm", "the old file");
   const SaveResult result = SaveImageSafely(path, image.get());
   EXPECT_TRUE(result.saved) << result.reason;
   EXPECT_THAT(temp.Names(), ElementsAre("a.ppm"));
@@ -120,9 +120,10 @@ TEST_F(SafeSaveTest, AWholeFileTakesTheOldOnesPlace) {
 }
 
 TEST_F(SafeSaveTest, EveryFailingWriteLeavesTheOldFile) {
+  image = PhotoLike(160, 100);  // several writes
   for (const char* extension : {"ppm", "trm", "iff", "png"}) {
     Choose(extension);
-    const std::string path = temp.Write("kept.bin", "the old file");
+    path = temp.Write("kept.bin", "the old file");
     bool saved = false;
     for (int n = 0; !saved && n < 200; ++n) {
       const WriteFailure failure(n, Afterwards::fail);
@@ -139,7 +140,7 @@ TEST_F(SafeSaveTest, EveryFailingWriteLeavesTheOldFile) {
 
 TEST_F(SafeSaveTest, AStoppedSaveLeavesTheOldFile) {
   Choose("ppm");
-  const std::string path = temp.Write("a.ppm", "the old file");
+  path = temp.Write("a.ppm", "the old file");
   host.stopAt = 5;
   EXPECT_FALSE(SaveImageSafely(path, image.get()).saved);
   EXPECT_EQ(ReadTextFile(path), "the old file");
