@@ -16,20 +16,32 @@ class AnyRequestTest
       public testing::WithParamInterface<std::tuple<RenderCode, std::int32_t, bool>> {};
 
 // The renderer is not even started: the first render makes everything it needs itself.
-TEST_P(AnyRequestTest, EveryFailedAllocationFailsTheRenderAndLeaksNothing) {
+TEST_P(AnyRequestTest, EveryFailedAllocationFailsTheRenderLeaksNothingAndDoesNotSpoilTheNext) {
   const auto [code, mode, ordered] = GetParam();
   const ImageGuard image = PhotoLike(24, 16);
+  const auto render = [&, code = code, mode = mode, ordered = ordered] {
+    palette = {};
+    palette.green[9] = 80;
+    return Render(image, code, mode, ordered);
+  };
   StopRenderer();
   const std::size_t before = LiveBlockCount();
+  const std::vector<int> wanted = render();
+  const Palette wantedPalette = palette;
   int failures = 0;
   for (bool done = false; !done; failures += done ? 0 : 1) {
     ASSERT_LT(failures, 100);
-    palette = {};
-    palette.green[9] = 80;
-    const AllocationFailure failure(failures, Afterwards::fail);
-    done = !Render(image, code, mode, ordered).empty();
     StopRenderer();
     ASSERT_EQ(LiveBlockCount(), before) << "allocation " << failures;
+    {
+      const AllocationFailure failure(failures, Afterwards::fail);
+      done = !render().empty();
+    }
+    // A tree that could not be had is not asked for again; all else is.
+    if (done || ExactIndex(0, 0, 0) == kExactUnavailable) continue;
+    MarkExactTreeStale();
+    EXPECT_EQ(render(), wanted) << "allocation " << failures;
+    EXPECT_EQ(std::memcmp(&palette, &wantedPalette, sizeof palette), 0);
   }
   EXPECT_GE(failures, 5) << "error rows, output and the remembered palette at least";
 }
@@ -39,26 +51,6 @@ INSTANTIATE_TEST_SUITE_P(Requests, AnyRequestTest,
                                                           RenderCode::colour4, RenderCode::grey8,
                                                           RenderCode::blackWhite),
                                           testing::Range(0, 5), testing::Bool()));
-
-TEST_F(RenderFailureTest, AFailedRenderDoesNotSpoilTheNext) {
-  const ImageGuard image = PhotoLike(24, 16);
-  const std::vector<int> wanted = Render(image, RenderCode::colour8, kRenderFromImage);
-  ASSERT_FALSE(wanted.empty());
-  const Palette wantedPalette = palette;
-  for (int n = 0; n < 12; ++n) {
-    StopRenderer();
-    {
-      const AllocationFailure failure(n, Afterwards::fail);
-      Render(image, RenderCode::colour8, kRenderFromImage);
-    }
-    palette = {};
-    // A tree that could not be had is not asked for again; all else is.
-    if (ExactIndex(0, 0, 0) == kExactUnavailable) continue;
-    MarkExactTreeStale();
-    EXPECT_EQ(Render(image, RenderCode::colour8, kRenderFromImage), wanted) << "allocation " << n;
-    EXPECT_EQ(std::memcmp(&palette, &wantedPalette, sizeof palette), 0);
-  }
-}
 
 TEST_F(RenderFailureTest, StartReportsMissingMemoryAndLeavesNothing) {
   StopRenderer();

@@ -9,18 +9,6 @@ namespace {
 
 using testing::ElementsAre;
 
-TEST_F(RenderTest, GreysGoToTheRampUnlessTheyAreNearlyBlack) {
-  const auto first = [&](std::uint8_t grey) {
-    return Render(Solid(1, 1, GreyPixel(grey)), RenderCode::colour8, kRenderFixed).at(0);
-  };
-  EXPECT_EQ(first(128), 224 + 10);
-  EXPECT_EQ(first(1), 0);
-  EXPECT_EQ(first(36), 0) << "step 2 of the ramp";
-  EXPECT_EQ(first(37), 224 + 3);
-  EXPECT_EQ(Entry(224 + 3), GreyPixel(3 * 255 / 21));
-  EXPECT_EQ(Entry(255), GreyPixel(255));
-}
-
 TEST_F(RenderTest, ErrorsRunAlongTheRowsInTurns) {
   // Grey 100 weighs 33 + 41 + 25 = 99: black, error 99. Beside it 99 + 49 = 148: white, error -107.
   // The next row begins at the right: 99 - 107 / 2 = 46: black, error 46; then, with the error 99
