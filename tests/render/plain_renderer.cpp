@@ -8,8 +8,8 @@
 namespace imx::test {
 namespace {
 
-constexpr std::size_t kAbsent = 65535;
-constexpr std::size_t kUnavailable = 65534;
+constexpr int kAbsent = 65535;
+constexpr int kUnavailable = 65534;
 
 constexpr Colour kFixed[16] = {{0, 0, 0},       {128, 0, 0},   {0, 128, 0},   {128, 128, 0},
                                {0, 0, 128},     {128, 0, 128}, {0, 128, 128}, {192, 192, 192},
@@ -25,7 +25,7 @@ constexpr int kB[] = {23, 12, 22, 9, 19, 17, 29, 13, 31, 4,  11, 21, 14, 17, 34,
 
 int Squares(const Colour& a, const Colour& b) {
   int sum = 0;
-  for (std::size_t c = 0; c < 3; ++c) sum += (a[c] - b[c]) * (a[c] - b[c]);
+  for (int c = 0; c < 3; ++c) sum += (a[c] - b[c]) * (a[c] - b[c]);
   return sum;
 }
 
@@ -43,7 +43,7 @@ int TableEntry(int flat) {
     }
     return made;
   }();
-  return table[std::min<std::size_t>(static_cast<std::size_t>(flat), 32767)];
+  return table[static_cast<std::size_t>(std::min(flat, 32767))];
 }
 
 int Base(int n) {
@@ -60,23 +60,23 @@ Colour PixelOf(const std::uint8_t* p) {
 
 // The mapping of colours to entries, and what it remembers.
 
-bool Skipped(const PlainRenderer& r, std::size_t i) {
+bool Skipped(const PlainRenderer& r, int i) {
   return r.adaptive && r.locks[i] == 2;
 }
 
-void InsertExact(PlainRenderer& r, const Colour& colour, std::size_t i) {
+void InsertExact(PlainRenderer& r, const Colour& colour, int i) {
   const std::pair row(colour[0], colour[1]);
   if (!r.treeRows.contains(row) && r.treeRows.size() == 256) return;
   r.treeRows.insert(row);
   r.tree.insert({colour, i});  // the first index of a colour stays
 }
 
-std::size_t ExactIndex(PlainRenderer& r, const Colour& colour) {
+int ExactIndex(PlainRenderer& r, const Colour& colour) {
   if (r.rebuild) {
     if (!r.treeAvailable) return kUnavailable;
     r.tree.clear();
     r.treeRows.clear();
-    for (std::size_t i = 0; i < r.mirrorCount; ++i) {
+    for (int i = 0; i < r.mirrorCount; ++i) {
       if (!Skipped(r, i)) InsertExact(r, r.mirror[i], i);
     }
     r.exactOn = true;
@@ -86,14 +86,14 @@ std::size_t ExactIndex(PlainRenderer& r, const Colour& colour) {
   return found == r.tree.end() ? kAbsent : found->second;
 }
 
-std::size_t NearestIndex(PlainRenderer& r, const Colour& colour) {
+int NearestIndex(PlainRenderer& r, const Colour& colour) {
   if (r.exactOn) {
-    if (const std::size_t index = ExactIndex(r, colour); index != kAbsent) return index;
+    if (const int index = ExactIndex(r, colour); index != kAbsent) return index;
   }
   const std::size_t cell = Cell(colour);
   if (r.cellDistance[cell] < 255) return r.cellIndex[cell];
   int least = 99999;
-  for (std::size_t i = r.cellIndex[cell] = 0; i < r.mirrorCount && least > 0; ++i) {
+  for (int i = r.cellIndex[cell] = 0; i < r.mirrorCount && least > 0; ++i) {
     const int distance = Distance(colour, r.mirror[i]);
     if (Skipped(r, i) || distance >= least) continue;
     least = distance;
@@ -103,21 +103,21 @@ std::size_t NearestIndex(PlainRenderer& r, const Colour& colour) {
   return r.cellIndex[cell];
 }
 
-void StartMapping(PlainRenderer& r, std::size_t count) {
+void StartMapping(PlainRenderer& r, int count) {
   r.rebuild = true;
   r.exactOn = false;
   r.cellDistance.assign(64 * 64 * 64, 255);
   r.cellIndex.assign(64 * 64 * 64, 0);
-  r.radius = std::min(Base(static_cast<int>(count)) + 4, 30);
+  r.radius = std::min(Base(count) + 4, 30);
   r.mapped = true;
 }
 
-void AddEntry(PlainRenderer& r, const Colour& colour, std::size_t i) {
+void AddEntry(PlainRenderer& r, const Colour& colour, int i) {
   r.mirror[i] = colour;
   r.mirrorCount = i + 1;
   if (r.exactOn) InsertExact(r, colour, i);
   Colour from, to;
-  for (std::size_t c = 0; c < 3; ++c) {
+  for (int c = 0; c < 3; ++c) {
     from[c] = std::max(colour[c] / 4 - r.radius, 0);
     to[c] = std::min(colour[c] / 4 + r.radius, 63);
   }
@@ -137,14 +137,14 @@ void AddEntry(PlainRenderer& r, const Colour& colour, std::size_t i) {
   }
 }
 
-void MapPalette(PlainRenderer& r, const Colours& colours, std::size_t count) {
+void MapPalette(PlainRenderer& r, const Colours& colours, int count) {
   bool same = r.mapped;
-  for (std::size_t i = 0; i < count; ++i) {
+  for (int i = 0; i < count; ++i) {
     same = same && colours[i] == r.lastMapped[i] && r.locks[i] == r.lastLocks[i];
   }
   if (same) return;
   StartMapping(r, count);
-  for (std::size_t i = 0; i < count; ++i) {
+  for (int i = 0; i < count; ++i) {
     if (r.locks[i] == 2) continue;
     ExactIndex(r, colours[i]);
     AddEntry(r, colours[i], i);
@@ -153,16 +153,16 @@ void MapPalette(PlainRenderer& r, const Colours& colours, std::size_t count) {
   r.lastLocks = r.locks;
 }
 
-void BuildPalette(PlainRenderer& r, const ImageRecord& image, Colours& colours, std::size_t n,
+void BuildPalette(PlainRenderer& r, const ImageRecord& image, Colours& colours, int n,
                   bool keepEntryZero) {
   StartMapping(r, n);
-  std::size_t i = 0;
+  int i = 0;
   const auto enter = [&](const Colour& colour) {
     colours[i] = colour;
     AddEntry(r, colour, i++);
   };
   if (!keepEntryZero) enter({0, 0, 0});
-  int threshold = 4 * Base(static_cast<int>(n));
+  int threshold = 4 * Base(n);
   while (i < n && threshold >= 3) {
     if (r.locks[i] == 1) {
       enter(Colour(colours[i]));
@@ -187,13 +187,12 @@ void BuildPalette(PlainRenderer& r, const ImageRecord& image, Colours& colours, 
 
 /// What `choose` gives for every pixel, asked in serpentine order.
 std::vector<std::uint8_t> Indices(
-    const ImageRecord& image,
-    const std::function<std::size_t(int x, int y, const Colour& pixel)>& choose) {
+    const ImageRecord& image, const std::function<int(int x, int y, const Colour& pixel)>& choose) {
   std::vector<std::uint8_t> output(image.pixelCount);
   for (int y = 0; y < image.height; ++y) {
     for (int n = 0; n < image.width; ++n) {
       const int x = y % 2 == 0 ? n : image.width - 1 - n;
-      const std::size_t index = choose(x, y, PixelOf(PixelRow(image, y) + 4 * x));
+      const int index = choose(x, y, PixelOf(PixelRow(image, y) + 4 * x));
       output[static_cast<std::size_t>(y * image.width + x)] = static_cast<std::uint8_t>(index);
     }
   }
@@ -204,20 +203,20 @@ std::vector<std::uint8_t> Indices(
 /// colour shown for the index lacks.
 std::vector<std::uint8_t> Diffused(const ImageRecord& image, int strength,
                                    const std::function<Colour(const Colour&)>& source,
-                                   const std::function<std::size_t(const Colour&)>& choose,
-                                   const std::function<Colour(std::size_t)>& shown) {
+                                   const std::function<int(const Colour&)>& choose,
+                                   const std::function<Colour(int)>& shown) {
   std::vector<Colour> above(static_cast<std::size_t>(image.width));
   Colour error = {};
   return Indices(image, [&](int x, int y, const Colour& pixel) {
     if (x == (y % 2 == 0 ? 0 : image.width - 1)) error = {};
     Colour& carried = above[static_cast<std::size_t>(x)];
     Colour v = source(pixel);
-    for (std::size_t c = 0; c < 3; ++c) {
+    for (int c = 0; c < 3; ++c) {
       const std::int64_t scaled = std::int64_t{(error[c] + carried[c]) / 2} * strength / 100;
       v[c] = static_cast<int>(std::clamp<std::int64_t>(v[c] + scaled, 0, 255));
     }
-    const std::size_t index = choose(v);
-    for (std::size_t c = 0; c < 3; ++c) error[c] = carried[c] = v[c] - shown(index)[c];
+    const int index = choose(v);
+    for (int c = 0; c < 3; ++c) error[c] = carried[c] = v[c] - shown(index)[c];
     return index;
   });
 }
@@ -235,44 +234,44 @@ std::vector<std::uint8_t> Packed(const ImageRecord& image) {
 
 /// The nearest of the sixteen fixed colours to the upper three bits of each channel; distances are
 /// taken sevenfold, so that they are whole numbers.
-std::size_t Fixed16Index(const Colour& colour) {
+int Fixed16Index(const Colour& colour) {
   const auto distance = [&](const Colour& c) {
     return Squares({(colour[0] >> 5) * 255, (colour[1] >> 5) * 255, (colour[2] >> 5) * 255},
                    {7 * c[0], 7 * c[1], 7 * c[2]});
   };
   const auto nearer = [&](const Colour& a, const Colour& b) { return distance(a) < distance(b); };
-  return static_cast<std::size_t>(std::min_element(kFixed, kFixed + 16, nearer) - kFixed);
+  return static_cast<int>(std::min_element(kFixed, kFixed + 16, nearer) - kFixed);
 }
 
-std::size_t CubeIndex(const Colour& v) {
+int CubeIndex(const Colour& v) {
   const int k = (v[0] + v[1] + v[2]) * 21 / 767;
   const bool grey = v[0] / 32 == v[1] / 32 && v[1] / 32 == v[2] / 32;
   const int cube = (v[0] + 18) * 6 / 255 * 32 + (v[1] + 16) * 7 / 255 * 4 + (v[2] + 32) * 3 / 255;
-  return static_cast<std::size_t>(!grey ? cube : k < 3 ? 0 : 224 + k);
+  return !grey ? cube : k < 3 ? 0 : 224 + k;
 }
 
-std::size_t OrderedOnCube(int x, int y, const Colour& pixel) {
+int OrderedOnCube(int x, int y, const Colour& pixel) {
   if (pixel[0] / 4 == pixel[1] / 4 && pixel[1] / 4 == pixel[2] / 4) {
     const int k = pixel[1] * 20 / 255;
     const bool next = ((y / 4 + x) % 4) * ((x / 4 + y) % 5) < (pixel[1] - k * 255 / 20) / 2;
-    return static_cast<std::size_t>(224 + k + (next && k < 20 ? 1 : 0));
+    return 224 + k + (next && k < 20 ? 1 : 0);
   }
   constexpr int kTop[3] = {6, 7, 3};
   const int thresholds[3] = {kR[((y / 2 + x) % 7) + ((x / 3 + y) % 3) * 7],
                              kG[((y / 3 + x) % 3) + ((x / 2 + y) % 6) * 3],
                              kB[((y / 4 + x) % 6) + ((x / 5 + y) % 8) * 6]};
   int index = 0;
-  for (std::size_t c = 0; c < 3; ++c) {
+  for (int c = 0; c < 3; ++c) {
     const int level = pixel[c] * kTop[c] / 255;
     const bool next = thresholds[c] < (pixel[c] - level * 255 / kTop[c]) / 2 && level < kTop[c];
     index = index * (kTop[c] + 1) + level + (next ? 1 : 0);
   }
-  return static_cast<std::size_t>(index);
+  return index;
 }
 
 /// The first index other than i on the way from entry i to the channel's end, or i itself.
-std::size_t Neighbour(PlainRenderer& r, Colour v, std::size_t i, std::size_t channel, int step) {
-  std::size_t index = i;
+int Neighbour(PlainRenderer& r, Colour v, int i, int channel, int step) {
+  int index = i;
   for (; v[channel] >= 0 && v[channel] <= 255 && index == i; v[channel] += step) {
     index = NearestIndex(r, v);
   }
@@ -280,12 +279,11 @@ std::size_t Neighbour(PlainRenderer& r, Colour v, std::size_t i, std::size_t cha
 }
 
 std::vector<std::uint8_t> OrderedOnNearest(PlainRenderer& r, const ImageRecord& image,
-                                           const Colours& palette, std::size_t entries,
-                                           int strength) {
-  std::array<std::size_t, 3> up[256] = {};
-  std::array<std::size_t, 3> down[256] = {};
-  for (std::size_t i = 0; i < entries; ++i) {
-    for (std::size_t c = 0; c < 3; ++c) {
+                                           const Colours& palette, int entries, int strength) {
+  Colours up = {};
+  Colours down = {};
+  for (int i = 0; i < entries; ++i) {
+    for (int c = 0; c < 3; ++c) {
       up[i][c] = Neighbour(r, palette[i], i, c, 1);
       down[i][c] = Neighbour(r, palette[i], i, c, -1);
     }
@@ -294,11 +292,11 @@ std::vector<std::uint8_t> OrderedOnNearest(PlainRenderer& r, const ImageRecord& 
   return Indices(image, [&](int x, int y, const Colour& pixel) {
     const int thresholds[3] = {kM[(x & 3) + (y & 3) * 4], kM[((y + 1 + x) & 3) + ((y - 1) & 3) * 4],
                                kM[((x - 2) & 3) + ((x + y) & 3) * 4]};
-    std::size_t index = NearestIndex(r, pixel);
-    for (std::size_t c = 0; c < 3; ++c) {
+    int index = NearestIndex(r, pixel);
+    for (int c = 0; c < 3; ++c) {
       const int d = pixel[c] - palette[index][c];
       if (d == 0) continue;
-      const std::size_t candidate = (d > 0 ? up : down)[index][c];
+      const int candidate = (d > 0 ? up : down)[index][c];
       const int way = palette[candidate][c] - palette[index][c];
       if (way != 0 && thresholds[c] < std::abs(d * sixteenths / way)) index = candidate;
     }
@@ -308,18 +306,17 @@ std::vector<std::uint8_t> OrderedOnNearest(PlainRenderer& r, const ImageRecord& 
 
 /// The palette for a colour request; `colours` starts as the remembered one.
 void ChoosePalette(PlainRenderer& r, const ImageRecord& image, Colours& palette, Colours& colours,
-                   std::size_t entries, int mode, bool fourBits) {
+                   int entries, int mode, bool fourBits) {
   if (mode == 3) {
     palette = r.renderPalette;
-    MapPalette(r, palette, static_cast<std::size_t>(r.renderPaletteCount));
+    MapPalette(r, palette, r.renderPaletteCount);
   } else if (mode == 0 && fourBits) {
     std::copy_n(kFixed, 16, palette.begin());
   } else if (mode == 0) {
-    for (std::size_t n = 0; n < std::max<std::size_t>(entries, 245); ++n) {
-      const int i = static_cast<int>(n);
+    for (int i = 0; i < std::max(entries, 245); ++i) {
       const int grey = i < 245 ? (i - 224) * 255 / 21 : 255;
-      palette[n] = {grey, grey, grey};
-      if (i < 224) palette[n] = {i / 32 * 255 / 6, i / 4 % 8 * 255 / 7, i % 4 * 255 / 3};
+      palette[i] = {grey, grey, grey};
+      if (i < 224) palette[i] = {i / 32 * 255 / 6, i / 4 % 8 * 255 / 7, i % 4 * 255 / 3};
     }
   } else if (mode == 4 && !fourBits) {
     MapPalette(r, palette, entries);
@@ -329,19 +326,19 @@ void ChoosePalette(PlainRenderer& r, const ImageRecord& image, Colours& palette,
   }
 }
 
-std::vector<std::uint8_t> Grey(const ImageRecord& image, Colours& palette, std::size_t entries,
-                               int code, int strength) {
-  const auto shown = [&](std::size_t index) {
-    const int grey = static_cast<int>(index) * (code == 2 ? 1 : code == 4 ? 17 : 255) & 255;
+std::vector<std::uint8_t> Grey(const ImageRecord& image, Colours& palette, int entries, int code,
+                               int strength) {
+  const auto shown = [&](int index) {
+    const int grey = index * (code == 2 ? 1 : code == 4 ? 17 : 255) & 255;
     return Colour{grey, grey, grey};
   };
-  for (std::size_t i = 0; i < (code == 5 ? 2 : entries); ++i) palette[i] = shown(i);
+  for (int i = 0; i < (code == 5 ? 2 : entries); ++i) palette[i] = shown(i);
   const auto source = [](const Colour& p) {
     const int grey = p[0] * 85 / 255 + p[1] * 105 / 255 + p[2] * 65 / 255;
     return Colour{grey, grey, grey};
   };
   const auto choose = [&](const Colour& v) {
-    return static_cast<std::size_t>(code == 2 ? v[0] : code == 4 ? v[0] >> 4 : v[0] >> 7);
+    return code == 2 ? v[0] : code == 4 ? v[0] >> 4 : v[0] >> 7;
   };
   return Diffused(image, strength, source, choose, shown);
 }
@@ -350,7 +347,7 @@ std::vector<std::uint8_t> Grey(const ImageRecord& image, Colours& palette, std::
 
 Colours ColoursOf(const Palette& palette) {
   Colours colours;
-  for (std::size_t i = 0; i < 256; ++i) {
+  for (int i = 0; i < 256; ++i) {
     colours[i] = {palette.red[i], palette.green[i], palette.blue[i]};
   }
   return colours;
@@ -361,11 +358,10 @@ std::vector<std::uint8_t> RenderPlainly(PlainRenderer& r, const ImageRecord& ima
   auto [code, mode, ordered, keep, strength] = call;
   r.adaptive = mode >= 2 && mode <= 4;
   if (mode == 1 && (code == 1 || code == 3)) code += 1;
-  int limit = r.renderBits == 24 ? 0 : 1 << r.renderBits;
-  if ((limit == 256 || limit == 16) && (mode == 2 || mode == 3)) {
-    limit = std::min(limit, std::max(r.renderPaletteCount, 2));
+  int entries = r.renderBits == 24 ? 0 : 1 << r.renderBits;
+  if ((entries == 256 || entries == 16) && (mode == 2 || mode == 3)) {
+    entries = std::min(entries, std::max(r.renderPaletteCount, 2));
   }
-  const auto entries = static_cast<std::size_t>(limit);
   Colours grown = {};
   std::copy_n(r.renderPalette.begin(), mode == 4 ? 0 : entries, grown.begin());
   std::copy_n(r.renderPalette.begin(), mode == 4 ? 0 : entries, palette.begin());
@@ -375,18 +371,16 @@ std::vector<std::uint8_t> RenderPlainly(PlainRenderer& r, const ImageRecord& ima
   if (code == 2 || code == 4 || code == 5) output = Grey(image, palette, entries, code, strength);
   if (code == 1 || code == 3) {
     ChoosePalette(r, image, palette, grown, entries, mode, code == 3);
-    const auto nearest = [&](const Colour& v) { return NearestIndex(r, v); };
-    if (code == 1 && ordered) {
-      output = mode == 0 ? Indices(image, OrderedOnCube)
-                         : OrderedOnNearest(r, image, palette, entries, strength);
+    const auto choose = [&](const Colour& v) {
+      return mode != 0 ? NearestIndex(r, v) : code == 1 ? CubeIndex(v) : Fixed16Index(v);
+    };
+    const auto shown = [&](int index) { return palette[index]; };
+    if (code == 3 || !ordered) {
+      output = Diffused(image, strength, std::identity(), choose, shown);
+    } else if (mode == 0) {
+      output = Indices(image, OrderedOnCube);
     } else {
-      const std::function<std::size_t(const Colour&)> choosers[] = {nearest, CubeIndex,
-                                                                    Fixed16Index};
-      output = Diffused(image, strength, std::identity(),
-                        choosers[mode != 0   ? 0
-                                 : code == 1 ? 1
-                                             : 2],
-                        [&](std::size_t index) { return palette[index]; });
+      output = OrderedOnNearest(r, image, palette, entries, strength);
     }
   }
   if (keep) std::copy_n(palette.begin(), entries, r.renderPalette.begin());

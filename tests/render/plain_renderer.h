@@ -13,10 +13,17 @@
 
 namespace imx::test {
 
+/// An array that plain numbers count.
+template <typename T, std::size_t size>
+struct List : std::array<T, size> {
+  T& operator[](int i) { return this->data()[i]; }
+  const T& operator[](int i) const { return this->data()[i]; }
+};
+
 /// Red, green, blue.
-using Colour = std::array<int, 3>;
-using Colours = std::array<Colour, 256>;
-using Locks = std::array<std::uint8_t, 256>;
+using Colour = List<int, 3>;
+using Colours = List<Colour, 256>;
+using Locks = List<std::uint8_t, 256>;
 
 Colours ColoursOf(const Palette& palette);
 
@@ -40,16 +47,16 @@ struct PlainRenderer {
   // Left by earlier renders.
   bool adaptive = false;
   Colours mirror = {};
-  std::size_t mirrorCount = 0;
+  int mirrorCount = 0;
   bool mapped = false;
   Colours lastMapped = {};
   Locks lastLocks = {};
   int radius = 0;
   std::vector<int> cellDistance;
-  std::vector<std::size_t> cellIndex;
+  std::vector<int> cellIndex;
   bool rebuild = true;
   bool exactOn = false;
-  std::map<Colour, std::size_t> tree;
+  std::map<Colour, int> tree;
   std::set<std::pair<int, int>> treeRows;
 };
 
