@@ -97,15 +97,5 @@ TEST_F(PluginWitnessTest, OthersReadWhatIsSaved) {
   EXPECT_LT(Contents("b.jpg").size(), Contents("a.jpg").size() / 2);
 }
 
-TEST_F(PluginWitnessTest, AFullDiskLeavesTheOldFile) {
-  Tool({"convert", "-size", "300x300", "-seed", "3", "plasma:", "large.png"});
-  for (const char* name : {"out.jpg", "out.tif"}) {
-    temp.Write(name, "the old file");
-    const ProgramResult result = Bash(std::string("ulimit -f 2; imx convert large.png ") + name);
-    EXPECT_EQ(result.status, 1) << name;
-    EXPECT_EQ(Contents(name), "the old file");
-  }
-}
-
 }  // namespace
 }  // namespace imx::test
