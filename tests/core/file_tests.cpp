@@ -12,13 +12,7 @@
 namespace imx::test {
 namespace {
 
-class FileTest : public LibraryTest {
- protected:
-  void TearDown() override {
-    SetFileByteOrder(ByteOrder::little);
-    LibraryTest::TearDown();
-  }
-};
+using FileTest = LibraryTest;
 
 /// A byte's value tells where it stood.
 Bytes Pattern(std::size_t size) {

@@ -150,6 +150,10 @@ TEST_F(PluginTest, WhatCannotBeTrustedGivesNoImage) {
       [](PluginRecord*& record) { record->pixels = nullptr; },
       [](PluginRecord*& record) { services.free(record->pixels); },
       [](PluginRecord*& record) { record->pixels = MakeCounted(100)->pixels; },
+      [](PluginRecord*& record) {  // more rows than pixels, one over the other
+        record->rowOffsets = static_cast<std::int32_t*>(services.allocate(3 * 4, 0));
+        record->height = 3;
+      },
       [](PluginRecord*& record) {  // one block as pixels and rows
         record->rowOffsets = static_cast<std::int32_t*>(services.allocate(100, 0));
         record->pixels = reinterpret_cast<std::uint8_t*>(record->rowOffsets);

@@ -24,9 +24,9 @@ using testing::IsEmpty;
 
 class SaveTest : public LibraryTest {
  protected:
+  SaveTest() { Output() = OutputOptions(); }
   void TearDown() override {
     image = ImageGuard();
-    Output() = OutputOptions();
     LibraryTest::TearDown();
   }
 
