@@ -121,14 +121,15 @@ TEST_F(SafeSaveTest, AWholeFileTakesTheOldOnesPlace) {
 
 TEST_F(SafeSaveTest, EveryFailingWriteLeavesTheOldFile) {
   image = PhotoLike(160, 100);  // several writes
-  for (const char* extension : {"ppm", "trm", "iff", "png"}) {
+  for (const char* extension : {"ppm", "trm", "iff", "png", "pic"}) {
     Choose(extension);
     path = temp.Write("kept.bin", "the old file");
     bool saved = false;
     for (int n = 0; !saved && n < 200; ++n) {
-      const WriteFailure failure(n, Afterwards::fail);
+      const WriteFailure failure(n, n % 2 == 0 ? Afterwards::fail : Afterwards::succeed);
       const SaveResult result = SaveImageSafely(path, image.get());
-      saved = result.saved;
+      saved = !failure.reached();
+      EXPECT_EQ(result.saved, saved) << extension << " " << n;
       EXPECT_THAT(temp.Names(), ElementsAre("kept.bin"));
       if (saved) continue;
       EXPECT_EQ(ReadTextFile(path), "the old file") << extension << " " << n;
