@@ -1,10 +1,15 @@
-// What imx tells of files.
+// What imx tells of files, and of those that are no images or too large ones.
+
+#include <sys/stat.h>
+
+#include <utility>
 
 #include "tests/cli/program_test.h"
 
 namespace imx::test {
 namespace {
 
+using testing::ElementsAre;
 using testing::HasSubstr;
 
 using InfoTest = ProgramTest;
@@ -59,6 +64,58 @@ TEST_F(InfoTest, OneBadFileDoesNotStopTheOthers) {
   EXPECT_THAT(result.err, HasSubstr("imx: huge.ppm: its pixels take"));
   EXPECT_THAT(result.err, HasSubstr("imx: bad.ppm: not an image of a known type\n"))
       << "not too large like the one before";
+}
+
+using FailureTest = ProgramTest;
+
+TEST_F(FailureTest, WhatIsNoImageIsSaidInOneLineAndNothingIsWritten) {
+  temp.Write("empty.trm", "");
+  temp.Write("text.trm", "just some words\n");
+  temp.Write("form.iff", "FORM\0\0\0\4AIFF");
+  temp.Write("cut.png", "\x89PNG\r\n\x1A\n");
+  temp.Write("a.jpg", std::string_view("\xFF\xD8\xFF\xE0\0\x10JFIF\0\1\2\0\0\1\0\1\0\0", 20));
+  mkdir(temp.file("folder").c_str(), 0777);
+  const std::pair<const char*, const char*> kCases[] = {
+      {"empty.trm", "imx: empty.trm: is empty\n"},
+      {"text.trm", "imx: text.trm: not an image of a known type\n"},
+      {"form.iff", "imx: form.iff: not a readable IFF image\n"},
+      {"cut.png", "imx: cut.png: PNG Reader Unrecoverable Error\n"},
+      {"a.jpg", "imx: a.jpg: plug-in library KZLDJPEG.DLL: it could not load the image\n"},
+      {"folder", "imx: folder: is a directory\n"},
+      {"missing.png", "imx: missing.png: No such file or directory\n"},
+      {"text.trm/below.png", "imx: text.trm/below.png: Not a directory\n"},
+      {"odd\n\x1B[2Jname", "imx: odd??[2Jname: No such file or directory\n"},
+  };
+  const std::vector<std::string> before = temp.Names();
+  for (const auto& [file, line] : kCases) {
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{"info", file}, {"pixels", file}, {"convert", file, "out.png"}}) {
+      const ProgramResult result = Imx(arguments);
+      EXPECT_EQ(result.status, 1) << file;
+      EXPECT_EQ(result.out, "");
+      EXPECT_EQ(result.err, line);
+    }
+  }
+  EXPECT_EQ(temp.Names(), before);
+}
+
+TEST_F(FailureTest, TooLargeAnImageIsRefusedBeforeItsMemoryIsTaken) {
+  temp.Write("huge.ppm", "P6 20000 20000 255\nabc");
+  temp.Write("beyond.ppm", "P6 65536 65536 255\nabc");
+  temp.Write("small.ppm", Pixmap(600, 600));
+  EXPECT_EQ(Imx({"info", "huge.ppm"}).err,
+            "imx: huge.ppm: its pixels take 1526 MiB, the limit is 1024 (--max-memory)\n");
+  EXPECT_EQ(Imx({"info", "beyond.ppm", "--max-memory", "1099511627776"}).err,
+            "imx: beyond.ppm: its pixels take 16384 MiB, more than an image can have\n");
+  for (const char* command : {"info", "pixels"}) {
+    const ProgramResult refused = Imx({command, "--max-memory", "1", "small.ppm"});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_EQ(refused.err,
+              "imx: small.ppm: its pixels take 2 MiB, the limit is 1 (--max-memory)\n");
+  }
+  EXPECT_EQ(Imx({"convert", "--max-memory=1", "small.ppm", "out.ppm"}).status, 1);
+  EXPECT_THAT(temp.Names(), ElementsAre("beyond.ppm", "huge.ppm", "small.ppm"));
+  ImxOutput({"info", "--max-memory", "2", "small.ppm"});
 }
 
 }  // namespace

@@ -53,12 +53,13 @@ TEST_F(OperationsTest, GammaRaisesToThePowerWhateverTheRegion) {
   EXPECT_EQ(Contents("out.ppm"), std::string("P6\n2 1\n255\n\x00\x40\xFF\x00\x10\x90", 17));
 }
 
-TEST_F(OperationsTest, MergeFillsOnePixelLessThanTheRegionEachWay) {
+TEST_F(OperationsTest, MergeResampleAndCount) {
   temp.Write("flat.ppm", "P6 3 3 255\n" + std::string(27, 'x'));
   ExpectGives("--region 2,1,6,4 --merge flat.ppm",
               "+antialias -fill '#787878' -draw 'rectangle 2,1 5,3'");
   ImxOutput({"convert", "flat.ppm", "larger.ppm", "--resample", "2"});
   EXPECT_EQ(Contents("larger.ppm"), "P6\n4 4\n255\n" + std::string(48, 'x'));
+  EXPECT_EQ(ImxOutput({"count", "flat.ppm"}), "This image has 1 colors. 11.11% utilization.\n");
 }
 
 TEST_F(OperationsTest, HeaderlessFiles) {
@@ -79,11 +80,6 @@ TEST_F(OperationsTest, HeaderlessFiles) {
     EXPECT_EQ(result.out.substr(0, 8), pixels) << arguments;
   }
   EXPECT_THAT(Imx({"info", "a.gry"}).err, HasSubstr("--raw WxH"));
-}
-
-TEST_F(OperationsTest, CountIsWordedAsInTheViewer) {
-  temp.Write("one.ppm", "P6 3 1 255\n" + std::string(9, 'x'));
-  EXPECT_EQ(ImxOutput({"count", "one.ppm"}), "This image has 1 colors. 33.33% utilization.\n");
 }
 
 /// How many different colours the decoded file has.

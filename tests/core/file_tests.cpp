@@ -12,13 +12,7 @@
 namespace imx::test {
 namespace {
 
-class FileTest : public LibraryTest {
- protected:
-  void TearDown() override {
-    SetFileByteOrder(ByteOrder::little);
-    LibraryTest::TearDown();
-  }
-};
+using FileTest = LibraryTest;
 
 /// A byte's value tells where it stood.
 Bytes Pattern(std::size_t size) {
@@ -60,28 +54,18 @@ TEST_F(FileTest, WhatCannotBeReadIsEmpty) {
   EXPECT_EQ(none.U32(), 0u);
 }
 
-TEST_F(FileTest, TakesAFileOverWhereItStands) {
-  const std::string path = temp.Write("in", Pattern(100));
-  std::FILE* file = std::fopen(path.c_str(), "rb");
-  ASSERT_NE(file, nullptr);
-  std::fseek(file, 60, SEEK_SET);
-  FileReader in(file);
-  EXPECT_EQ(in.position(), 60u);
-  EXPECT_EQ(in.remaining(), 40u);
-  EXPECT_EQ(in.U8(), Pattern(100)[60]);
-  in.Seek(0);
-  EXPECT_EQ(in.U8(), Pattern(100)[0]);
-}
-
 // Every way of moving and reading against the same walk over the bytes in memory; sizes around the
 // buffer's, so that each way meets its edges.
 TEST_F(FileTest, AnyWalkReadsTheFilesBytes) {
   constexpr std::size_t kBuffer = FileReader::kBufferSize;
   const Bytes bytes = Pattern(3 * kBuffer + 17);
-  FileReader in(temp.Write("in", bytes).c_str());
+  std::size_t at = 60;
+  std::FILE* file = std::fopen(temp.Write("in", bytes).c_str(), "rb");
+  ASSERT_NE(file, nullptr);
+  std::fseek(file, static_cast<long>(at), SEEK_SET);
+  FileReader in(file);  // goes on where the file stands
   const std::size_t lengths[] = {0, 1, 7, kBuffer - 1, kBuffer, kBuffer + 1, 2 * kBuffer + 5};
   std::uint32_t random = 1;
-  std::size_t at = 0;
   Bytes read(4 * kBuffer);
   for (int step = 0; step < 4000; ++step) {
     random = random * 1664525 + 1013904223;
@@ -117,47 +101,39 @@ TEST_F(FileTest, AnyWalkReadsTheFilesBytes) {
   }
 }
 
-TEST_F(FileTest, WritesNumbersPatchesThemAndReadsThemAgain) {
+TEST_F(FileTest, AnySizesOfWritesGiveTheSameBytesAndNumbersCanBePatched) {
   SetFileByteOrder(ByteOrder::big);
   const std::string path = temp.file("out");
+  const Bytes bytes = Pattern(200000);
   FileWriter out(path.c_str());
   out.Write("FORM", 4);
   out.U32(0);
   out.U16(0x0102);
   out.F32(1.5f);
   out.Zeros(40000);
-  out.U8(9);
-  EXPECT_TRUE(out.PatchU32(4, 0xA0B0C0D0));
-  EXPECT_EQ(out.position(), 40015u);
-  out.U8(8);
-  EXPECT_TRUE(out.Finish());
-  FileReader in(path.c_str());
-  in.Seek(4);
-  EXPECT_EQ(in.U32(), 0xA0B0C0D0u);
-  EXPECT_EQ(in.U16(), 0x0102);
-  EXPECT_EQ(in.F32(), 1.5f);
-  EXPECT_EQ(ReadFile(path), BigEndian()
-                                .Text("FORM")
-                                .List({0xA0, 0xB0, 0xC0, 0xD0, 1, 2, 0x3F, 0xC0, 0, 0})
-                                .Repeat(0, 40000)
-                                .List({9, 8})
-                                .bytes());
-}
-
-TEST_F(FileTest, AnySizesOfWritesGiveTheSameBytes) {
-  const Bytes bytes = Pattern(200000);
-  const std::string path = temp.file("out");
-  FileWriter out(path.c_str());
   std::size_t at = 0;
   for (std::size_t step = 0; at < bytes.size(); ++step) {
     constexpr std::size_t kSizes[] = {1, 32768, 3, 32767, 40000, 10000, 0};
     const std::size_t size = std::min(kSizes[step % std::size(kSizes)], bytes.size() - at);
     size == 1 ? out.U8(bytes[at]) : out.Write(bytes.data() + at, size);
     at += size;
-    ASSERT_EQ(out.position(), at);
+    ASSERT_EQ(out.position(), 40014 + at);
   }
+  EXPECT_TRUE(out.PatchU32(4, 0xA0B0C0D0));
+  out.U8(8);
   EXPECT_TRUE(out.Finish());
-  EXPECT_EQ(ReadFile(path), bytes);
+  EXPECT_TRUE(ReadFile(path) == BigEndian()
+                                    .Text("FORM")
+                                    .List({0xA0, 0xB0, 0xC0, 0xD0, 1, 2, 0x3F, 0xC0, 0, 0})
+                                    .Repeat(0, 40000)
+                                    .Raw(bytes)
+                                    .U8(8)
+                                    .bytes());
+  FileReader in(path.c_str());
+  in.Seek(4);
+  EXPECT_EQ(in.U32(), 0xA0B0C0D0u);
+  EXPECT_EQ(in.U16(), 0x0102);
+  EXPECT_EQ(in.F32(), 1.5f);
 }
 
 TEST_F(FileTest, OutcomeTellsWhatBecameOfTheFile) {

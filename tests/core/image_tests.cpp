@@ -11,7 +11,8 @@ namespace {
 class ImageTest : public LibraryTest {};
 
 TEST_F(ImageTest, NewRecord) {
-  const ImageGuard image(AllocImage(3, 2, "name", "folder/file"));
+  const std::string longest(254, 'x');
+  const ImageGuard image(AllocImage(3, 2, longest.c_str(), longest.c_str()));
   ASSERT_TRUE(image);
   EXPECT_EQ(image->magic, 0x5AC3D287u);
   EXPECT_EQ(image->pixelCount, 6u);
@@ -19,9 +20,25 @@ TEST_F(ImageTest, NewRecord) {
   EXPECT_EQ(image->saveType, -1);
   EXPECT_EQ(image->saveDepth, -1);
   EXPECT_EQ(image->flags, 0u);
-  EXPECT_EQ(image->paletteCount, 256);
+  EXPECT_EQ(image->name, longest);
+  EXPECT_EQ(image->path, longest);
   EXPECT_EQ(image->rowOffsets[0], 0);
   EXPECT_EQ(image->rowOffsets[1], 3);
+  EXPECT_EQ(image->paletteCount, 256);
+  EXPECT_EQ(image->palette.green[3 * 32 + 5 * 4 + 2], 182) << "the renderer's tests compare all";
+}
+
+// By one counter; a path that does not fit is empty.
+TEST_F(ImageTest, NamesThatDoNotFitAreGenerated) {
+  const std::string beyond(255, 'x');
+  const ImageGuard first(AllocImage(1, 1, nullptr, nullptr));
+  const ImageGuard second(AllocImage(1, 1, beyond.c_str(), beyond.c_str()));
+  const int number = std::atoi(first->name + 4);
+  EXPECT_GE(number, 1);
+  EXPECT_EQ(first->name, "NEW_" + std::to_string(number));
+  EXPECT_EQ(second->name, "NEW_" + std::to_string(number + 1));
+  EXPECT_EQ(second->flags, kFlagNameGenerated);
+  EXPECT_STREQ(second->path, "");
 }
 
 TEST_F(ImageTest, ImpossibleSizesTakeNothing) {
@@ -33,15 +50,11 @@ TEST_F(ImageTest, ImpossibleSizesTakeNothing) {
   EXPECT_EQ(AllocImage(65536, 16384, "n", nullptr), nullptr);
   EXPECT_EQ(RefusedImageBytes(), std::uint64_t{1} << 32);
   EXPECT_EQ(AllocImage(0x7FFFFFFF, 0x7FFFFFFF, "n", nullptr), nullptr);
-  EXPECT_EQ(GetMemoryCounters().allocs, allocs);
-}
-
-TEST_F(ImageTest, CeilingIsInclusive) {
   SetImageCeiling(4 * 10 * 10);
-  EXPECT_TRUE(ImageGuard(AllocImage(10, 10, "n", nullptr)));
-  EXPECT_FALSE(ImageGuard(AllocImage(101, 1, "n", nullptr)));
+  EXPECT_EQ(AllocImage(101, 1, "n", nullptr), nullptr);
   EXPECT_EQ(RefusedImageBytes(), 404u);
-  EXPECT_TRUE(ImageGuard(AllocImage(1, 1, "n", nullptr)));
+  EXPECT_EQ(GetMemoryCounters().allocs, allocs);
+  EXPECT_TRUE(ImageGuard(AllocImage(10, 10, "n", nullptr))) << "the ceiling itself";
   EXPECT_EQ(RefusedImageBytes(), 0u);
 }
 
@@ -52,37 +65,6 @@ TEST_F(ImageTest, NoMemoryLeavesNothingBehind) {
     EXPECT_TRUE(failure.reached());
     EXPECT_EQ(LiveBlockCount(), 0u);
   }
-}
-
-int GeneratedNumber(const ImageRecord& image) {
-  EXPECT_EQ(std::string(image.name).substr(0, 4), "NEW_");
-  EXPECT_EQ(image.flags, kFlagNameGenerated);
-  return static_cast<int>(std::strtol(image.name + 4, nullptr, 10));
-}
-
-TEST_F(ImageTest, NamesThatDoNotFitAreGeneratedByOneCounterAndPathsAreEmpty) {
-  const std::string longest(254, 'x');
-  const std::string beyond(255, 'x');
-  const ImageGuard first(AllocImage(1, 1, nullptr, nullptr));
-  const ImageGuard fits(AllocImage(1, 1, longest.c_str(), longest.c_str()));
-  const ImageGuard tooLong(AllocImage(1, 1, beyond.c_str(), beyond.c_str()));
-  EXPECT_EQ(fits->name, longest);
-  EXPECT_EQ(fits->flags, 0u);
-  EXPECT_GE(GeneratedNumber(*first), 1);
-  EXPECT_EQ(GeneratedNumber(*tooLong), GeneratedNumber(*first) + 1);
-  EXPECT_EQ(fits->path, longest);
-  EXPECT_STREQ(tooLong->path, "");
-}
-
-// The renderer's tests compare every entry.
-TEST_F(ImageTest, DefaultPaletteIsAColourCubeAndAGreyRamp) {
-  const ImageGuard image(AllocImage(1, 1, "n", nullptr));
-  const Palette& palette = image->palette;
-  EXPECT_EQ(palette.red[3 * 32 + 5 * 4 + 2], 127);
-  EXPECT_EQ(palette.green[3 * 32 + 5 * 4 + 2], 182);
-  EXPECT_EQ(palette.blue[3 * 32 + 5 * 4 + 2], 170);
-  EXPECT_EQ(palette.red[244], 242);
-  EXPECT_EQ(palette.red[245], 255);
 }
 
 TEST_F(ImageTest, ReleaseHappensOnce) {

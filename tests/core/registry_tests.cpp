@@ -24,6 +24,8 @@ TEST(Registry, RowsOutOfRange) {
     EXPECT_EQ(SaverPosition(row), -1);
     EXPECT_EQ(DepthSuffixName(row, 0), nullptr);
   }
+  EXPECT_EQ(DepthSuffixName(0, -1), nullptr);
+  EXPECT_EQ(DepthSuffixName(TypeRowByExtension("psd"), 0), nullptr);
   EXPECT_EQ(DepthBits(-1), 0);
   EXPECT_EQ(DepthBits(kDepthNames), 0);
   EXPECT_EQ(RawKindName(-1), nullptr);
@@ -54,26 +56,6 @@ TEST(Registry, SaverPositionsCountOnlySavers) {
   for (std::int32_t row = 0; row < kRegistryRows; ++row) {
     EXPECT_EQ(SaverRow(SaverPosition(row)), TypeCanSave(row) ? row : -1);
   }
-}
-
-std::vector<std::string> DepthNames(const char* extension) {
-  const std::int32_t row = TypeRowByExtension(extension);
-  std::vector<std::string> names;
-  while (const char* name = DepthSuffixName(row, static_cast<std::int32_t>(names.size()))) {
-    names.emplace_back(name);
-  }
-  EXPECT_EQ(DepthSuffixName(row, -1), nullptr);
-  return names;
-}
-
-TEST(Registry, DepthsCarryWhatTheyCost) {
-  EXPECT_THAT(DepthNames("bmp"),
-              ElementsAre("24-bit (16m colors)", "8-bit (256 values) - [reduction]",
-                          "4-bit (16 values) - [reduction]", "1-bit (2 values) - [reduction]"));
-  EXPECT_THAT(DepthNames("jpg"), ElementsAre("24-bit (16m colors) - [lossy]"));
-  EXPECT_THAT(DepthNames("rgb"), ElementsAre("32-bit (16m colors + Alpha)", "24-bit (16m colors)",
-                                             "8-bit (256 values) - [greyscale]"));
-  EXPECT_THAT(DepthNames("psd"), ElementsAre());
 }
 
 }  // namespace

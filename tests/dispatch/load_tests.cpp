@@ -42,10 +42,7 @@ Bytes Changed(Bytes bytes, std::size_t offset, int value) {
 
 class LoadTest : public LibraryTest {
  protected:
-  void TearDown() override {
-    Raw() = RawState();
-    LibraryTest::TearDown();
-  }
+  LoadTest() { Raw() = RawState(); }
 
   std::string LabelOf(const std::string& name, const Bytes& bytes) {
     const FileKind kind = IdentifyFile(temp.Write(name, bytes).c_str());

@@ -7,7 +7,11 @@
 #include "formats/codec_state.h"
 #include "imagelib/core/guards.h"
 #include "imagelib/core/registry.h"
+#include "imagelib/dispatch/load.h"
+#include "imagelib/dispatch/safe_save.h"
 #include "imagelib/dispatch/save.h"
+#include "imagelib/dispatch/temporary_file.h"
+#include "tests/support/fault_injection.h"
 #include "tests/support/library_test.h"
 #include "tests/support/pictures.h"
 
@@ -20,15 +24,19 @@ using testing::IsEmpty;
 
 class SaveTest : public LibraryTest {
  protected:
+  SaveTest() { Output() = OutputOptions(); }
   void TearDown() override {
     image = ImageGuard();
-    Output() = OutputOptions();
     LibraryTest::TearDown();
   }
 
-  std::int32_t Save(const char* extension, std::int32_t choice) {
+  void Choose(const char* extension, std::int32_t choice = 0) {
     image->saveType = TypeRowByExtension(extension);
     image->saveDepth = choice;
+  }
+
+  std::int32_t Save(const char* extension, std::int32_t choice) {
+    Choose(extension, choice);
     path = temp.file(std::string("saved.") + extension);
     return SaveImage(path.c_str(), image.get());
   }
@@ -94,9 +102,81 @@ TEST_F(SaveTest, EachTypeGetsItsSaverItsOptionAndTheChosenDepth) {
 }
 
 TEST_F(SaveTest, ASaversFailureIsNotPassedOn) {
-  image->saveType = TypeRowByExtension("ppm");
-  image->saveDepth = 0;
+  Choose("ppm");
   EXPECT_EQ(SaveImage((temp.path() + "/no folder/a.ppm").c_str(), image.get()), 0);
+}
+
+using SafeSaveTest = SaveTest;
+
+TEST_F(SafeSaveTest, AWholeFileTakesTheOldOnesPlace) {
+  Choose("ppm");
+  path = temp.Write("a.ppm", "the old file");
+  const SaveResult result = SaveImageSafely(path, image.get());
+  EXPECT_TRUE(result.saved) << result.reason;
+  EXPECT_THAT(temp.Names(), ElementsAre("a.ppm"));
+  const ImageGuard loaded(LoadImage(path.c_str()));
+  ASSERT_TRUE(loaded);
+  EXPECT_EQ(Difference(*image, *loaded, Channels::rgb), "");
+}
+
+TEST_F(SafeSaveTest, EveryFailingWriteLeavesTheOldFile) {
+  image = PhotoLike(160, 100);  // several writes
+  for (const char* extension : {"ppm", "trm", "iff", "png", "pic"}) {
+    Choose(extension);
+    path = temp.Write("kept.bin", "the old file");
+    bool saved = false;
+    for (int n = 0; !saved && n < 200; ++n) {
+      const WriteFailure failure(n, n % 2 == 0 ? Afterwards::fail : Afterwards::succeed);
+      const SaveResult result = SaveImageSafely(path, image.get());
+      saved = !failure.reached();
+      EXPECT_EQ(result.saved, saved) << extension << " " << n;
+      EXPECT_THAT(temp.Names(), ElementsAre("kept.bin"));
+      if (saved) continue;
+      EXPECT_EQ(ReadTextFile(path), "the old file") << extension << " " << n;
+      EXPECT_EQ(result.reason, "No space left on device") << extension << " " << n;
+    }
+    EXPECT_TRUE(saved) << extension;
+  }
+}
+
+TEST_F(SafeSaveTest, AStoppedSaveLeavesTheOldFile) {
+  Choose("ppm");
+  path = temp.Write("a.ppm", "the old file");
+  host.stopAt = 5;
+  EXPECT_FALSE(SaveImageSafely(path, image.get()).saved);
+  EXPECT_EQ(ReadTextFile(path), "the old file");
+  EXPECT_THAT(temp.Names(), ElementsAre("a.ppm"));
+}
+
+TEST_F(SafeSaveTest, WhatCannotBeSavedMakesNoFile) {
+  Choose("flc");
+  EXPECT_FALSE(SaveImageSafely(temp.file("a.flc"), image.get()).saved);
+  EXPECT_EQ(host.errors.size(), 1u) << "the library has said why";
+  Choose("ppm");
+  EXPECT_EQ(SaveImageSafely(temp.path(), image.get()).reason, "is a directory");
+  const SaveResult missing = SaveImageSafely(temp.path() + "/none/a.ppm", image.get());
+  EXPECT_FALSE(missing.saved);
+  EXPECT_NE(missing.reason, "");
+  image->saveDepth = 5;
+  EXPECT_FALSE(SaveImageSafely(temp.file("a.ppm"), image.get()).saved);
+  EXPECT_THAT(temp.Names(), IsEmpty());
+}
+
+TEST_F(SafeSaveTest, TemporaryFilesEndWithTheirOwnerOrAtAnInterrupt) {
+  {
+    const TemporaryFile first(temp.path());
+    const TemporaryFile second(temp.path());
+    ASSERT_TRUE(first.ok() && second.ok());
+    EXPECT_NE(first.path(), second.path());
+    EXPECT_EQ(temp.Names().size(), 2u);
+  }
+  EXPECT_THAT(temp.Names(), IsEmpty());
+
+  const TemporaryFile live(temp.path());
+  TemporaryFile moved(temp.path());
+  ASSERT_TRUE(moved.MoveTo(temp.file("kept")));
+  RemoveTemporaryFiles();
+  EXPECT_THAT(temp.Names(), ElementsAre("kept"));
 }
 
 }  // namespace

@@ -154,6 +154,13 @@ TEST_F(PluginCodecTest, FailuresAreTold) {
   EXPECT_FALSE(LoadBytes(kJpegLoader, tiff));
   EXPECT_FALSE(LoadBytes(kTiff, jpeg));
   EXPECT_FALSE(LoadWithPlugin(temp.file("missing").c_str(), kTiff));
+
+  EXPECT_FALSE(LoadBytes(kJpegSaver, jpeg));
+  EXPECT_THAT(PluginFailure(), testing::HasSubstr("no loader"));
+  EXPECT_EQ(SaveWithPlugin(picture.get(), temp.file("out").c_str(), kJpegLoader, 1), 1);
+  EXPECT_THAT(PluginFailure(), testing::HasSubstr("no saver"));
+  EXPECT_FALSE(LoadBytes("MISSING.DLL", jpeg));
+  EXPECT_THAT(PluginFailure(), testing::StartsWith("plug-in library MISSING.DLL: "));
 }
 
 }  // namespace

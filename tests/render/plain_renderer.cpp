@@ -3,35 +3,18 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <functional>
 
 namespace imx::test {
 namespace {
 
-int IntegerRoot(int x) {
-  return static_cast<int>(std::sqrt(static_cast<double>(x)) - 0.5);
-}
+constexpr int kAbsent = 65535;
+constexpr int kUnavailable = 65534;
 
-int TableEntry(int flat) {
-  const auto size = [](int k) { return k * 255 / 63; };
-  flat = std::min(flat, 32767);
-  const int i = size(flat / 1024);
-  const int j = size(flat / 32 % 32);
-  const int k = size(flat % 32);
-  return std::min(255, IntegerRoot(i * i + j * j + k * k));
-}
-
-std::size_t Cell(int r, int g, int b) {
-  return static_cast<std::size_t>((r >> 2) * 4096 + (g >> 2) * 64 + (b >> 2));
-}
-
-int Base(int n) {
-  return n >= 60 ? 12 : 12 + ((60 - n) * 12) / 44;
-}
-
-constexpr std::array<int, 3> kFixed[16] = {
-    {0, 0, 0},     {128, 0, 0},     {0, 128, 0},     {128, 128, 0},  {0, 0, 128}, {128, 0, 128},
-    {0, 128, 128}, {192, 192, 192}, {128, 128, 128}, {255, 0, 0},    {0, 255, 0}, {255, 255, 0},
-    {0, 0, 255},   {255, 0, 255},   {0, 255, 255},   {255, 255, 255}};
+constexpr Colour kFixed[16] = {{0, 0, 0},       {128, 0, 0},   {0, 128, 0},   {128, 128, 0},
+                               {0, 0, 128},     {128, 0, 128}, {0, 128, 128}, {192, 192, 192},
+                               {128, 128, 128}, {255, 0, 0},   {0, 255, 0},   {255, 255, 0},
+                               {0, 0, 255},     {255, 0, 255}, {0, 255, 255}, {255, 255, 255}};
 
 constexpr int kM[] = {0, 13, 4, 8, 12, 5, 1, 9, 6, 14, 10, 3, 7, 11, 2, 15};
 constexpr int kR[] = {16, 18, 7, 12, 3, 9, 2, 17, 5, 13, 10, 4, 11, 19, 8, 14, 20, 3, 16, 6, 1};
@@ -40,371 +23,368 @@ constexpr int kB[] = {23, 12, 22, 9, 19, 17, 29, 13, 31, 4,  11, 21, 14, 17, 34,
                       6,  16, 35, 7, 28, 37, 3,  20, 32, 2,  25, 41, 5,  30, 38, 10,
                       24, 27, 39, 8, 26, 33, 3,  18, 1,  36, 0,  13, 4,  8,  12, 5};
 
-int CubeIndex(const std::array<int, 3>& c) {
-  return (c[0] + 18) * 6 / 255 * 32 + (c[1] + 16) * 7 / 255 * 4 + (c[2] + 32) * 3 / 255;
+int Squares(const Colour& a, const Colour& b) {
+  int sum = 0;
+  for (int c = 0; c < 3; ++c) sum += (a[c] - b[c]) * (a[c] - b[c]);
+  return sum;
+}
+
+int Distance(const Colour& a, const Colour& b) {
+  return static_cast<int>(std::sqrt(static_cast<double>(Squares(a, b))) - 0.5);
+}
+
+/// The distance of so many 6-bit steps, red's times 1024, green's times 32 and blue's together.
+int TableEntry(int flat) {
+  static const std::vector<int> table = [] {
+    std::vector<int> made;
+    for (int i = 0; i < 32768; ++i) {
+      const Colour steps = {i / 1024 * 255 / 63, i / 32 % 32 * 255 / 63, i % 32 * 255 / 63};
+      made.push_back(std::min(255, Distance(steps, {0, 0, 0})));
+    }
+    return made;
+  }();
+  return table[static_cast<std::size_t>(std::min(flat, 32767))];
+}
+
+int Base(int n) {
+  return n >= 60 ? 12 : 12 + ((60 - n) * 12) / 44;
+}
+
+std::size_t Cell(const Colour& c) {
+  return static_cast<std::size_t>((c[0] >> 2) * 4096 + (c[1] >> 2) * 64 + (c[2] >> 2));
+}
+
+Colour PixelOf(const std::uint8_t* p) {
+  return {p[0], p[1], p[2]};
+}
+
+// The mapping of colours to entries, and what it remembers.
+
+bool Skipped(const PlainRenderer& r, int i) {
+  return r.adaptive && r.locks[i] == 2;
+}
+
+void InsertExact(PlainRenderer& r, const Colour& colour, int i) {
+  const std::pair row(colour[0], colour[1]);
+  if (!r.treeRows.contains(row) && r.treeRows.size() == 256) return;
+  r.treeRows.insert(row);
+  r.tree.insert({colour, i});  // the first index of a colour stays
+}
+
+int ExactIndex(PlainRenderer& r, const Colour& colour) {
+  if (r.rebuild) {
+    if (!r.treeAvailable) return kUnavailable;
+    r.tree.clear();
+    r.treeRows.clear();
+    for (int i = 0; i < r.mirrorCount; ++i) {
+      if (!Skipped(r, i)) InsertExact(r, r.mirror[i], i);
+    }
+    r.exactOn = true;
+    r.rebuild = false;
+  }
+  const auto found = r.tree.find(colour);
+  return found == r.tree.end() ? kAbsent : found->second;
+}
+
+int NearestIndex(PlainRenderer& r, const Colour& colour) {
+  if (r.exactOn) {
+    if (const int index = ExactIndex(r, colour); index != kAbsent) return index;
+  }
+  const std::size_t cell = Cell(colour);
+  if (r.cellDistance[cell] < 255) return r.cellIndex[cell];
+  int least = 99999;
+  for (int i = r.cellIndex[cell] = 0; i < r.mirrorCount && least > 0; ++i) {
+    const int distance = Distance(colour, r.mirror[i]);
+    if (Skipped(r, i) || distance >= least) continue;
+    least = distance;
+    r.cellIndex[cell] = i;
+  }
+  r.cellDistance[cell] = 254;
+  return r.cellIndex[cell];
+}
+
+void StartMapping(PlainRenderer& r, int count) {
+  r.rebuild = true;
+  r.exactOn = false;
+  r.cellDistance.assign(64 * 64 * 64, 255);
+  r.cellIndex.assign(64 * 64 * 64, 0);
+  r.radius = std::min(Base(count) + 4, 30);
+  r.mapped = true;
+}
+
+void AddEntry(PlainRenderer& r, const Colour& colour, int i) {
+  r.mirror[i] = colour;
+  r.mirrorCount = i + 1;
+  if (r.exactOn) InsertExact(r, colour, i);
+  Colour from, to;
+  for (int c = 0; c < 3; ++c) {
+    from[c] = std::max(colour[c] / 4 - r.radius, 0);
+    to[c] = std::min(colour[c] / 4 + r.radius, 63);
+  }
+  for (int red = from[0]; red <= to[0]; ++red) {
+    for (int green = from[1]; green <= to[1]; ++green) {
+      for (int blue = from[2]; blue <= to[2]; ++blue) {
+        const int flat = (std::abs(red - colour[0] / 4) + 1) * 1024 +
+                         (std::abs(green - colour[1] / 4) + 2) * 32 +
+                         std::abs(blue - colour[2] / 4);
+        const std::size_t cell = Cell({red * 4, green * 4, blue * 4});
+        const int d = TableEntry(flat);
+        if (d >= r.cellDistance[cell]) continue;
+        r.cellIndex[cell] = i;
+        r.cellDistance[cell] = d;
+      }
+    }
+  }
+}
+
+void MapPalette(PlainRenderer& r, const Colours& colours, int count) {
+  bool same = r.mapped;
+  for (int i = 0; i < count; ++i) {
+    same = same && colours[i] == r.lastMapped[i] && r.locks[i] == r.lastLocks[i];
+  }
+  if (same) return;
+  StartMapping(r, count);
+  for (int i = 0; i < count; ++i) {
+    if (r.locks[i] == 2) continue;
+    ExactIndex(r, colours[i]);
+    AddEntry(r, colours[i], i);
+  }
+  r.lastMapped = colours;
+  r.lastLocks = r.locks;
+}
+
+void BuildPalette(PlainRenderer& r, const ImageRecord& image, Colours& colours, int n,
+                  bool keepEntryZero) {
+  StartMapping(r, n);
+  int i = 0;
+  const auto enter = [&](const Colour& colour) {
+    colours[i] = colour;
+    AddEntry(r, colour, i++);
+  };
+  if (!keepEntryZero) enter({0, 0, 0});
+  int threshold = 4 * Base(n);
+  while (i < n && threshold >= 3) {
+    if (r.locks[i] == 1) {
+      enter(Colour(colours[i]));
+    } else if (r.locks[i] == 2) {
+      ++i;
+    } else {
+      for (std::uint32_t k = 0; k < image.pixelCount && i < n && r.locks[i] == 0; ++k) {
+        const Colour p = PixelOf(image.pixels + 4 * k);
+        const bool wanted =
+            threshold >= 9 ? r.cellDistance[Cell(p)] > threshold : ExactIndex(r, p) == kAbsent;
+        if (wanted) enter(p);
+      }
+      threshold = threshold < 5 ? threshold - 1 : (4 * threshold) / 5;
+    }
+  }
+  r.mirror = r.lastMapped = colours;
+  r.mirrorCount = i;
+  r.lastLocks = r.locks;
+}
+
+// Walks over the picture.
+
+/// What `choose` gives for every pixel, asked in serpentine order.
+std::vector<std::uint8_t> Indices(
+    const ImageRecord& image, const std::function<int(int x, int y, const Colour& pixel)>& choose) {
+  std::vector<std::uint8_t> output(image.pixelCount);
+  for (int y = 0; y < image.height; ++y) {
+    for (int n = 0; n < image.width; ++n) {
+      const int x = y % 2 == 0 ? n : image.width - 1 - n;
+      const int index = choose(x, y, PixelOf(PixelRow(image, y) + 4 * x));
+      output[static_cast<std::size_t>(y * image.width + x)] = static_cast<std::uint8_t>(index);
+    }
+  }
+  return output;
+}
+
+/// Chooses an index for each colour with the error of those before it, the error being what the
+/// colour shown for the index lacks.
+std::vector<std::uint8_t> Diffused(const ImageRecord& image, int strength,
+                                   const std::function<Colour(const Colour&)>& source,
+                                   const std::function<int(const Colour&)>& choose,
+                                   const std::function<Colour(int)>& shown) {
+  std::vector<Colour> above(static_cast<std::size_t>(image.width));
+  Colour error = {};
+  return Indices(image, [&](int x, int y, const Colour& pixel) {
+    if (x == (y % 2 == 0 ? 0 : image.width - 1)) error = {};
+    Colour& carried = above[static_cast<std::size_t>(x)];
+    Colour v = source(pixel);
+    for (int c = 0; c < 3; ++c) {
+      const std::int64_t scaled = std::int64_t{(error[c] + carried[c]) / 2} * strength / 100;
+      v[c] = static_cast<int>(std::clamp<std::int64_t>(v[c] + scaled, 0, 255));
+    }
+    const int index = choose(v);
+    for (int c = 0; c < 3; ++c) error[c] = carried[c] = v[c] - shown(index)[c];
+    return index;
+  });
+}
+
+std::vector<std::uint8_t> Packed(const ImageRecord& image) {
+  std::vector<std::uint8_t> output;
+  for (std::uint32_t i = 0; i < image.pixelCount; ++i) {
+    const std::uint8_t* p = image.pixels + 4 * i;
+    output.insert(output.end(), {p[2], p[1], p[0]});
+    const bool rowEnds = (i + 1) % static_cast<std::uint32_t>(image.width) == 0;
+    while (rowEnds && output.size() % 4 != 0) output.push_back(0);
+  }
+  return output;
 }
 
 /// The nearest of the sixteen fixed colours to the upper three bits of each channel; distances are
 /// taken sevenfold, so that they are whole numbers.
-int Fixed16Index(const std::array<int, 3>& colour) {
-  int best = 0;
-  int least = 1 << 30;
-  for (int i = 0; i < 16; ++i) {
-    int distance = 0;
-    for (std::size_t c = 0; c < 3; ++c) {
-      const int d = (colour[c] >> 5) * 255 - 7 * kFixed[i][c];
-      distance += d * d;
-    }
-    if (distance >= least) continue;
-    least = distance;
-    best = i;
-  }
-  return best;
-}
-
-/// Column of the n-th pixel that a serpentine walk visits in row y.
-int SerpentineColumn(int n, int y, int width) {
-  return y % 2 == 0 ? n : width - 1 - n;
-}
-
-}  // namespace
-
-PlainRenderer::Colour PlainRenderer::Entry(const Palette& palette, int i) {
-  return {palette.red[i], palette.green[i], palette.blue[i]};
-}
-
-void PlainRenderer::SetEntry(Palette& palette, int i, const Colour& colour) {
-  palette.red[i] = static_cast<std::uint8_t>(colour[0]);
-  palette.green[i] = static_cast<std::uint8_t>(colour[1]);
-  palette.blue[i] = static_cast<std::uint8_t>(colour[2]);
-}
-
-void PlainRenderer::CopyEntries(const Palette& from, Palette& to, int count) {
-  for (int i = 0; i < count; ++i) SetEntry(to, i, Entry(from, i));
-}
-
-PlainRenderer::Colour PlainRenderer::Pixel(int x, int y) const {
-  const std::uint8_t* p = image_->pixels + 4 * (image_->rowOffsets[y] + x);
-  return {p[0], p[1], p[2]};
-}
-
-void PlainRenderer::Put(int x, int y, int index) {
-  output_[static_cast<std::size_t>(y * image_->width + x)] = static_cast<std::uint8_t>(index);
-}
-
-std::vector<std::uint8_t> PlainRenderer::Render(const ImageRecord& image, Palette& palette,
-                                                int code, int mode, bool ordered, bool keep,
-                                                int strength) {
-  image_ = &image;
-  palette_ = &palette;
-  local_ = {};
-  mode_ = mode;
-  strength_ = strength;
-  renderAdaptive_ = mode == 2 || mode == 3 || mode == 4;
-  if (mode == 1 && code == 1) code = 2;
-  if (mode == 1 && code == 3) code = 4;
-  entries_ = renderBits == 24 ? 0 : 1 << renderBits;
-  if ((entries_ == 256 || entries_ == 16) && (mode == 2 || mode == 3) &&
-      renderPalette.count < entries_) {
-    entries_ = std::max(renderPalette.count, 2);
-  }
-  if (mode != 4) {
-    CopyEntries(renderPalette.colours, palette, entries_);
-    CopyEntries(renderPalette.colours, local_.colours, entries_);
-  }
-  output_.assign(image.pixelCount, 0);
-
-  if (code == 0) PackRows();
-  if (code == 1 || code == 3) ColourPalette(code == 3);
-  if (code == 1 && ordered) {
-    mode == 0 ? OrderFixed() : OrderMapped();
-  } else if (code == 1 || code == 3) {
-    DiffuseColour(code == 3);
-  }
-  if (code == 2 || code == 4 || code == 5) Grey(code);
-
-  if (keep) CopyEntries(palette, renderPalette.colours, entries_);
-  return output_;
-}
-
-void PlainRenderer::PackRows() {
-  output_.clear();
-  for (int y = 0; y < image_->height; ++y) {
-    for (int x = 0; x < image_->width; ++x) {
-      const std::uint8_t* p = image_->pixels + 4 * (image_->rowOffsets[y] + x);
-      output_.insert(output_.end(), {p[2], p[1], p[0]});
-    }
-    while (output_.size() % 4 != 0) output_.push_back(0);
-  }
-}
-
-void PlainRenderer::ColourPalette(bool fourBits) {
-  Palette& palette = *palette_;
-  if (mode_ == 3) {
-    palette = renderPalette.colours;
-    MapPalette(renderPalette);
-  } else if (mode_ == 0 && fourBits) {
-    for (int i = 0; i < 16; ++i) SetEntry(palette, i, kFixed[i]);
-  } else if (mode_ == 0) {
-    for (int i = 0; i < 224; ++i) {
-      SetEntry(palette, i, {i / 32 * 255 / 6, i / 4 % 8 * 255 / 7, i % 4 * 255 / 3});
-    }
-    for (int i = 224; i < std::max(entries_, 245); ++i) {
-      const int grey = i < 245 ? (i - 224) * 255 / 21 : 255;
-      SetEntry(palette, i, {grey, grey, grey});
-    }
-  } else if (mode_ == 4 && !fourBits) {
-    local_ = {palette, entries_};
-    MapPalette(local_);
-  } else {
-    BuildPalette(entries_, !fourBits);
-    CopyEntries(local_.colours, palette, entries_);
-  }
-}
-
-void PlainRenderer::Diffuse(const std::function<Colour(int x, int y)>& source,
-                            const std::function<int(const Colour&)>& choose,
-                            const std::function<Colour(int index)>& shown) {
-  const int width = image_->width;
-  std::vector<Colour> above(static_cast<std::size_t>(width));
-  for (int y = 0; y < image_->height; ++y) {
-    Colour error = {};
-    for (int n = 0; n < width; ++n) {
-      const int x = SerpentineColumn(n, y, width);
-      Colour& carried = above[static_cast<std::size_t>(x)];
-      Colour v = source(x, y);
-      for (std::size_t c = 0; c < 3; ++c) {
-        const std::int64_t scaled = std::int64_t{(error[c] + carried[c]) / 2} * strength_ / 100;
-        v[c] = static_cast<int>(std::clamp<std::int64_t>(v[c] + scaled, 0, 255));
-      }
-      const int index = choose(v);
-      for (std::size_t c = 0; c < 3; ++c) error[c] = carried[c] = v[c] - shown(index)[c];
-      Put(x, y, index);
-    }
-  }
-}
-
-void PlainRenderer::DiffuseColour(bool fourBits) {
-  const auto choose = [&](const Colour& v) {
-    if (mode_ != 0) return NearestIndex(v);
-    if (fourBits) return Fixed16Index(v);
-    if (v[0] / 32 != v[1] / 32 || v[1] / 32 != v[2] / 32) return CubeIndex(v);
-    const int k = (v[0] + v[1] + v[2]) * 21 / 767;
-    return k < 3 ? 0 : 224 + k;
+int Fixed16Index(const Colour& colour) {
+  const auto distance = [&](const Colour& c) {
+    return Squares({(colour[0] >> 5) * 255, (colour[1] >> 5) * 255, (colour[2] >> 5) * 255},
+                   {7 * c[0], 7 * c[1], 7 * c[2]});
   };
-  Diffuse([&](int x, int y) { return Pixel(x, y); }, choose,
-          [&](int index) { return Entry(*palette_, index); });
+  const auto nearer = [&](const Colour& a, const Colour& b) { return distance(a) < distance(b); };
+  return static_cast<int>(std::min_element(kFixed, kFixed + 16, nearer) - kFixed);
 }
 
-void PlainRenderer::Grey(int code) {
-  const int step = code == 2 ? 1 : code == 4 ? 17 : 255;
-  const auto shown = [&](int index) { return Colour{index * step, index * step, index * step}; };
-  for (int i = 0; i < (code == 5 ? 2 : entries_); ++i) SetEntry(*palette_, i, shown(i));
-  const auto source = [&](int x, int y) {
-    const Colour p = Pixel(x, y);
-    const int grey = p[0] * 85 / 255 + p[1] * 105 / 255 + p[2] * 65 / 255;
-    return Colour{grey, grey, grey};
-  };
-  const auto choose = [&](const Colour& v) {
-    return code == 2 ? v[0] : code == 4 ? v[0] >> 4 : v[0] > 127;
-  };
-  Diffuse(source, choose, shown);
+int CubeIndex(const Colour& v) {
+  const int k = (v[0] + v[1] + v[2]) * 21 / 767;
+  const bool grey = v[0] / 32 == v[1] / 32 && v[1] / 32 == v[2] / 32;
+  const int cube = (v[0] + 18) * 6 / 255 * 32 + (v[1] + 16) * 7 / 255 * 4 + (v[2] + 32) * 3 / 255;
+  return !grey ? cube : k < 3 ? 0 : 224 + k;
 }
 
-void PlainRenderer::OrderFixed() {
+int OrderedOnCube(int x, int y, const Colour& pixel) {
+  if (pixel[0] / 4 == pixel[1] / 4 && pixel[1] / 4 == pixel[2] / 4) {
+    const int k = pixel[1] * 20 / 255;
+    const bool next = ((y / 4 + x) % 4) * ((x / 4 + y) % 5) < (pixel[1] - k * 255 / 20) / 2;
+    return 224 + k + (next && k < 20 ? 1 : 0);
+  }
   constexpr int kTop[3] = {6, 7, 3};
-  for (int y = 0; y < image_->height; ++y) {
-    for (int x = 0; x < image_->width; ++x) {
-      const auto [r, g, b] = Pixel(x, y);
-      int index = 0;
-      if (r / 4 == g / 4 && g / 4 == b / 4) {
-        const int k = g * 20 / 255;
-        const bool next = ((y / 4 + x) % 4) * ((x / 4 + y) % 5) < (g - k * 255 / 20) / 2;
-        index = 224 + k + (next && k < 20 ? 1 : 0);
-      } else {
-        const int thresholds[3] = {kR[((y / 2 + x) % 7) + ((x / 3 + y) % 3) * 7],
-                                   kG[((y / 3 + x) % 3) + ((x / 2 + y) % 6) * 3],
-                                   kB[((y / 4 + x) % 6) + ((x / 5 + y) % 8) * 6]};
-        for (std::size_t c = 0; c < 3; ++c) {
-          const int v = Pixel(x, y)[c];
-          const int level = v * kTop[c] / 255;
-          const bool next = thresholds[c] < (v - level * 255 / kTop[c]) / 2 && level < kTop[c];
-          index = index * (kTop[c] + 1) + level + (next ? 1 : 0);
-        }
-      }
-      Put(x, y, index);
-    }
-  }
-}
-
-/// The first index other than i on the way from entry i to the channel's end, or i itself.
-int PlainRenderer::Neighbour(int i, std::size_t channel, int step) {
-  Colour v = Entry(*palette_, i);
-  int index = i;
-  for (; v[channel] >= 0 && v[channel] <= 255 && index == i; v[channel] += step) {
-    index = NearestIndex(v);
+  const int thresholds[3] = {kR[((y / 2 + x) % 7) + ((x / 3 + y) % 3) * 7],
+                             kG[((y / 3 + x) % 3) + ((x / 2 + y) % 6) * 3],
+                             kB[((y / 4 + x) % 6) + ((x / 5 + y) % 8) * 6]};
+  int index = 0;
+  for (int c = 0; c < 3; ++c) {
+    const int level = pixel[c] * kTop[c] / 255;
+    const bool next = thresholds[c] < (pixel[c] - level * 255 / kTop[c]) / 2 && level < kTop[c];
+    index = index * (kTop[c] + 1) + level + (next ? 1 : 0);
   }
   return index;
 }
 
-void PlainRenderer::OrderMapped() {
-  Colour up[256] = {};
-  Colour down[256] = {};
-  for (int i = 0; i < entries_; ++i) {
-    for (std::size_t c = 0; c < 3; ++c) {
-      up[i][c] = Neighbour(i, c, 1);
-      down[i][c] = Neighbour(i, c, -1);
+/// The first index other than i on the way from entry i to the channel's end, or i itself.
+int Neighbour(PlainRenderer& r, Colour v, int i, int channel, int step) {
+  int index = i;
+  for (; v[channel] >= 0 && v[channel] <= 255 && index == i; v[channel] += step) {
+    index = NearestIndex(r, v);
+  }
+  return index;
+}
+
+std::vector<std::uint8_t> OrderedOnNearest(PlainRenderer& r, const ImageRecord& image,
+                                           const Colours& palette, int entries, int strength) {
+  Colours up = {};
+  Colours down = {};
+  for (int i = 0; i < entries; ++i) {
+    for (int c = 0; c < 3; ++c) {
+      up[i][c] = Neighbour(r, palette[i], i, c, 1);
+      down[i][c] = Neighbour(r, palette[i], i, c, -1);
     }
   }
-  const std::int64_t s = std::int64_t{strength_} * 16 / 100;
-  for (int y = 0; y < image_->height; ++y) {
-    for (int n = 0; n < image_->width; ++n) {
-      const int x = SerpentineColumn(n, y, image_->width);
-      const Colour p = Pixel(x, y);
-      const int thresholds[3] = {kM[(x & 3) + (y & 3) * 4],
-                                 kM[((y + 1 + x) & 3) + ((y - 1) & 3) * 4],
-                                 kM[((x - 2) & 3) + ((x + y) & 3) * 4]};
-      int index = NearestIndex(p);
-      for (std::size_t c = 0; c < 3; ++c) {
-        const int from = Entry(*palette_, index)[c];
-        const int d = p[c] - from;
-        if (d == 0) continue;
-        const int candidate = (d > 0 ? up : down)[index][c];
-        const int way = Entry(*palette_, candidate)[c] - from;
-        if (way != 0 && thresholds[c] < std::abs(d * s / way)) index = candidate;
-      }
-      Put(x, y, index);
+  const std::int64_t sixteenths = std::int64_t{strength} * 16 / 100;
+  return Indices(image, [&](int x, int y, const Colour& pixel) {
+    const int thresholds[3] = {kM[(x & 3) + (y & 3) * 4], kM[((y + 1 + x) & 3) + ((y - 1) & 3) * 4],
+                               kM[((x - 2) & 3) + ((x + y) & 3) * 4]};
+    int index = NearestIndex(r, pixel);
+    for (int c = 0; c < 3; ++c) {
+      const int d = pixel[c] - palette[index][c];
+      if (d == 0) continue;
+      const int candidate = (d > 0 ? up : down)[index][c];
+      const int way = palette[candidate][c] - palette[index][c];
+      if (way != 0 && thresholds[c] < std::abs(d * sixteenths / way)) index = candidate;
     }
+    return index;
+  });
+}
+
+/// The palette for a colour request; `colours` starts as the remembered one.
+void ChoosePalette(PlainRenderer& r, const ImageRecord& image, Colours& palette, Colours& colours,
+                   int entries, int mode, bool fourBits) {
+  if (mode == 3) {
+    palette = r.renderPalette;
+    MapPalette(r, palette, r.renderPaletteCount);
+  } else if (mode == 0 && fourBits) {
+    std::copy_n(kFixed, 16, palette.begin());
+  } else if (mode == 0) {
+    for (int i = 0; i < std::max(entries, 245); ++i) {
+      const int grey = i < 245 ? (i - 224) * 255 / 21 : 255;
+      palette[i] = {grey, grey, grey};
+      if (i < 224) palette[i] = {i / 32 * 255 / 6, i / 4 % 8 * 255 / 7, i % 4 * 255 / 3};
+    }
+  } else if (mode == 4 && !fourBits) {
+    MapPalette(r, palette, entries);
+  } else {
+    BuildPalette(r, image, colours, entries, !fourBits);
+    std::copy_n(colours.begin(), entries, palette.begin());
   }
 }
 
-void PlainRenderer::StartMapping(int count) {
-  rebuild_ = true;
-  exactOn_ = false;
-  cellDistance_.assign(64 * 64 * 64, 255);
-  cellIndex_.assign(64 * 64 * 64, 0);
-  radius_ = std::min(Base(count) + 4, 30);
-  mapped_ = true;
-}
-
-void PlainRenderer::BuildPalette(int n, bool keepEntryZero) {
-  StartMapping(n);
-  const auto enter = [&](const Colour& colour, int i) {
-    SetEntry(local_.colours, i, colour);
-    AddPaletteEntry(colour, i);
+std::vector<std::uint8_t> Grey(const ImageRecord& image, Colours& palette, int entries, int code,
+                               int strength) {
+  const auto shown = [&](int index) {
+    const int grey = index * (code == 2 ? 1 : code == 4 ? 17 : 255) & 255;
+    return Colour{grey, grey, grey};
   };
-  int i = 0;
-  if (!keepEntryZero) enter({0, 0, 0}, i++);
-  int threshold = 4 * Base(n);
-  while (i < n && threshold >= 3) {
-    if (LockOf(i) != 0) {
-      if (LockOf(i) == 1) AddPaletteEntry(Entry(local_.colours, i), i);
-      ++i;
-      continue;
-    }
-    for (std::uint32_t k = 0; k < image_->pixelCount && i < n && LockOf(i) == 0; ++k) {
-      const std::uint8_t* p = image_->pixels + 4 * k;
-      const bool wanted = threshold >= 9 ? cellDistance_[Cell(p[0], p[1], p[2])] > threshold
-                                         : ExactIndex({p[0], p[1], p[2]}) == -1;
-      if (wanted) enter({p[0], p[1], p[2]}, i++);
-    }
-    threshold = threshold < 5 ? threshold - 1 : (4 * threshold) / 5;
-  }
-  local_.count = i;
-  mirror_ = lastMapped_ = local_;
-  lastLocks_ = entryLocks;
+  for (int i = 0; i < (code == 5 ? 2 : entries); ++i) palette[i] = shown(i);
+  const auto source = [](const Colour& p) {
+    const int grey = p[0] * 85 / 255 + p[1] * 105 / 255 + p[2] * 65 / 255;
+    return Colour{grey, grey, grey};
+  };
+  const auto choose = [&](const Colour& v) {
+    return code == 2 ? v[0] : code == 4 ? v[0] >> 4 : v[0] >> 7;
+  };
+  return Diffused(image, strength, source, choose, shown);
 }
 
-void PlainRenderer::AddPaletteEntry(const Colour& colour, int i) {
-  static const std::vector<int> table = [] {
-    std::vector<int> made;
-    for (int flat = 0; flat < 33 * 1024; ++flat) made.push_back(TableEntry(flat));
-    return made;
-  }();
-  SetEntry(mirror_.colours, i, colour);
-  mirror_.count = i + 1;
-  if (exactOn_) InsertExact(colour, i);
-  const auto from = [&](int c) { return std::max(c / 4 - radius_, 0); };
-  const auto to = [&](int c) { return std::min(c / 4 + radius_, 63); };
-  const auto [r, g, b] = colour;
-  for (int cr = from(r); cr <= to(r); ++cr) {
-    for (int cg = from(g); cg <= to(g); ++cg) {
-      for (int cb = from(b); cb <= to(b); ++cb) {
-        const int flat = (std::abs(cr - r / 4) + 1) * 1024 + (std::abs(cg - g / 4) + 2) * 32 +
-                         std::abs(cb - b / 4);
-        const int d = table[static_cast<std::size_t>(flat)];
-        const std::size_t cell = Cell(cr * 4, cg * 4, cb * 4);
-        if (d >= cellDistance_[cell]) continue;
-        cellIndex_[cell] = i;
-        cellDistance_[cell] = d;
-      }
+}  // namespace
+
+Colours ColoursOf(const Palette& palette) {
+  Colours colours;
+  for (int i = 0; i < 256; ++i) {
+    colours[i] = {palette.red[i], palette.green[i], palette.blue[i]};
+  }
+  return colours;
+}
+
+std::vector<std::uint8_t> RenderPlainly(PlainRenderer& r, const ImageRecord& image,
+                                        Colours& palette, RenderCall call) {
+  auto [code, mode, ordered, keep, strength] = call;
+  r.adaptive = mode >= 2 && mode <= 4;
+  if (mode == 1 && (code == 1 || code == 3)) code += 1;
+  int entries = r.renderBits == 24 ? 0 : 1 << r.renderBits;
+  if ((entries == 256 || entries == 16) && (mode == 2 || mode == 3)) {
+    entries = std::min(entries, std::max(r.renderPaletteCount, 2));
+  }
+  Colours grown = {};
+  std::copy_n(r.renderPalette.begin(), mode == 4 ? 0 : entries, grown.begin());
+  std::copy_n(r.renderPalette.begin(), mode == 4 ? 0 : entries, palette.begin());
+
+  std::vector<std::uint8_t> output(image.pixelCount);
+  if (code == 0) output = Packed(image);
+  if (code == 2 || code == 4 || code == 5) output = Grey(image, palette, entries, code, strength);
+  if (code == 1 || code == 3) {
+    ChoosePalette(r, image, palette, grown, entries, mode, code == 3);
+    const auto choose = [&](const Colour& v) {
+      return mode != 0 ? NearestIndex(r, v) : code == 1 ? CubeIndex(v) : Fixed16Index(v);
+    };
+    const auto shown = [&](int index) { return palette[index]; };
+    if (code == 3 || !ordered) {
+      output = Diffused(image, strength, std::identity(), choose, shown);
+    } else if (mode == 0) {
+      output = Indices(image, OrderedOnCube);
+    } else {
+      output = OrderedOnNearest(r, image, palette, entries, strength);
     }
   }
-}
-
-void PlainRenderer::MapPalette(const PaletteRecord& record) {
-  bool same = mapped_;
-  for (int i = 0; i < record.count && same; ++i) {
-    same = Entry(record.colours, i) == Entry(lastMapped_.colours, i) &&
-           LockOf(i) == lastLocks_[static_cast<std::size_t>(i)];
-  }
-  if (same) return;
-  StartMapping(record.count);
-  for (int i = 0; i < record.count; ++i) {
-    if (LockOf(i) == 2) continue;
-    const Colour colour = Entry(record.colours, i);
-    ExactIndex(colour);
-    AddPaletteEntry(colour, i);
-  }
-  lastMapped_ = record;
-  lastLocks_ = entryLocks;
-}
-
-int PlainRenderer::NearestIndex(const Colour& colour) {
-  if (exactOn_) {
-    if (const int index = ExactIndex(colour); index != -1) return index;
-  }
-  const std::size_t cell = Cell(colour[0], colour[1], colour[2]);
-  if (cellDistance_[cell] < 255) return cellIndex_[cell];
-  int best = 0;
-  int least = 99999;
-  for (int i = 0; i < mirror_.count && least > 0; ++i) {
-    if (Skipped(i)) continue;
-    int squares = 0;
-    for (std::size_t c = 0; c < 3; ++c) {
-      const int d = colour[c] - Entry(mirror_.colours, i)[c];
-      squares += d * d;
-    }
-    const int d = IntegerRoot(squares);
-    if (d >= least) continue;
-    least = d;
-    best = i;
-  }
-  cellIndex_[cell] = best;
-  cellDistance_[cell] = 254;
-  return best;
-}
-
-void PlainRenderer::InsertExact(const Colour& colour, int i) {
-  const std::pair row(colour[0], colour[1]);
-  if (!treeRows_.contains(row) && treeRows_.size() == 256) return;
-  treeRows_.insert(row);
-  tree_.insert({colour, i});  // the first index of a colour stays
-}
-
-int PlainRenderer::ExactIndex(const Colour& colour) {
-  if (rebuild_) {
-    if (!treeAvailable) return 65534;
-    tree_.clear();
-    treeRows_.clear();
-    for (int i = 0; i < mirror_.count; ++i) {
-      if (!Skipped(i)) InsertExact(Entry(mirror_.colours, i), i);
-    }
-    exactOn_ = true;
-    rebuild_ = false;
-  }
-  const auto found = tree_.find(colour);
-  return found == tree_.end() ? -1 : found->second;
+  if (keep) std::copy_n(palette.begin(), entries, r.renderPalette.begin());
+  return output;
 }
 
 }  // namespace imx::test

@@ -11,14 +11,12 @@
 
 namespace imx::test {
 
-/// Every test starts with a fresh renderer and the settings' start values, and leaves them so.
+/// Every test starts with a fresh renderer and the settings' start values.
 class RenderTest : public LibraryTest {
  protected:
-  void SetUp() override { ASSERT_EQ(StartRenderer(), 0); }
-  void TearDown() override {
-    StopRenderer();
+  void SetUp() override {
     Rendering() = {};
-    LibraryTest::TearDown();
+    ASSERT_EQ(StartRenderer(), 0);
   }
 
   /// Renders the picture; the palette is left in `palette`.

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 
+#include "imagelib/core/byte_order.h"
 #include "imagelib/core/file_writer.h"
 #include "imagelib/core/image.h"
 #include "imagelib/core/memory.h"
@@ -22,6 +23,7 @@ class LibraryTest : public testing::Test {
   void TearDown() override {
     SetAllocationGate(nullptr);
     SetWriteGate(nullptr);
+    SetFileByteOrder(ByteOrder::little);
     SetMemoryCeiling(UINT64_MAX);
     SetImageCeiling(UINT64_MAX);
     LibraryShutdown();

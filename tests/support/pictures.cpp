@@ -40,10 +40,6 @@ std::uint8_t Ramp(std::int32_t position, std::int32_t size) {
   return static_cast<std::uint8_t>(size > 1 ? std::int64_t{255} * position / (size - 1) : 200);
 }
 
-std::ostream& operator<<(std::ostream& out, Rgba p) {
-  return out << '(' << +p.r << ',' << +p.g << ',' << +p.b << ',' << +p.a << ')';
-}
-
 }  // namespace
 
 Rgba PixelAt(const ImageRecord& image, std::int32_t x, std::int32_t y) {
@@ -120,17 +116,15 @@ std::string Difference(const ImageRecord& wanted, const ImageRecord& got, Channe
           << got.height;
     return words.str();
   }
-  for (std::int32_t y = 0; y < wanted.height; ++y) {
-    for (std::int32_t x = 0; x < wanted.width; ++x) {
-      Rgba a = PixelAt(wanted, x, y);
-      Rgba b = PixelAt(got, x, y);
-      if (channels == Channels::rgb) a.a = b.a = 0;
-      if (a == b) continue;
-      words << "at " << x << ',' << y << " wanted " << a << ", got " << b;
-      return words.str();
-    }
-  }
-  return {};
+  const std::string a = PixelBytes(wanted, channels);
+  const std::string b = PixelBytes(got, channels);
+  const auto differs = std::mismatch(a.begin(), a.end(), b.begin());
+  if (differs.first == a.end()) return {};
+  const auto channel = differs.first - a.begin();
+  const auto pixel = channel / (channels == Channels::rgba ? 4 : 3);
+  words << "at " << pixel % wanted.width << ',' << pixel / wanted.width << " wanted the byte "
+        << (*differs.first & 255) << ", got " << (*differs.second & 255);
+  return words.str();
 }
 
 std::string PixelBytes(const ImageRecord& image, Channels channels) {

@@ -4,7 +4,6 @@ namespace imx::test {
 namespace {
 
 RecordingHost* current = nullptr;
-bool stopPressed = false;
 
 int Begin(void* argument, bool abortable) {
   const auto& request = *static_cast<const ProgressRequest*>(argument);
@@ -32,13 +31,13 @@ int Step(void*) {
 }
 
 int StopAnswer() {
-  if (current->abortableCalls++ == current->stopAt) stopPressed = true;
-  return stopPressed ? 1 : 0;
+  if (current->abortableCalls++ == current->stopAt) current->stopPressed = true;
+  return current->stopPressed ? 1 : 0;
 }
 
 int End(void*) {
   current->progressEnds += 1;
-  stopPressed = false;
+  current->stopPressed = false;
   return 0;
 }
 
@@ -51,7 +50,6 @@ int Text(std::vector<std::string>& list, void* argument) {
 
 RecordingHost::RecordingHost() {
   current = this;
-  stopPressed = false;
   Host() = {
       .message = [](void* text) { return Text(current->messages, text); },
       .error = [](void* text) { return Text(current->errors, text); },
@@ -71,21 +69,6 @@ RecordingHost::~RecordingHost() {
   Host() = {};
   Services() = {};
   current = nullptr;
-}
-
-void RecordingHost::ForgetStop() {
-  stopPressed = false;
-}
-
-void RecordingHost::Clear() {
-  messages.clear();
-  errors.clear();
-  notes.clear();
-  progress.clear();
-  progressEnds = 0;
-  abortableCalls = 0;
-  stopAt = kNever;
-  stopPressed = false;
 }
 
 std::vector<std::string> RecordingHost::MemoryFaults() const {

@@ -18,14 +18,8 @@ struct ProgressRun {
   std::vector<std::int32_t> positions;  ///< of update calls; step calls count on by one
 };
 
-/// Fills the host tables while it lives and empties them afterwards. One at a time.
-class RecordingHost {
- public:
-  RecordingHost();
-  ~RecordingHost();
-  RecordingHost(const RecordingHost&) = delete;
-  RecordingHost& operator=(const RecordingHost&) = delete;
-
+/// What the library has asked for, and what it is answered.
+struct HostRecord {
   static constexpr int kNever = -1;
 
   std::vector<std::string> messages;
@@ -39,11 +33,22 @@ class RecordingHost {
   /// The abortable call, counted from 0, at which the user presses Stop; all later ones until the
   /// display ends answer the same.
   int stopAt = kNever;
+  bool stopPressed = false;
+};
+
+/// Fills the host tables while it lives and empties them afterwards. One at a time.
+class RecordingHost : public HostRecord {
+ public:
+  RecordingHost();
+  ~RecordingHost();
+  RecordingHost(const RecordingHost&) = delete;
+  RecordingHost& operator=(const RecordingHost&) = delete;
+
   /// The user takes the stop request back.
-  void ForgetStop();
+  void ForgetStop() { stopPressed = false; }
 
   /// Forgets everything recorded; nobody presses Stop any more.
-  void Clear();
+  void Clear() { static_cast<HostRecord&>(*this) = {}; }
 
   /// Errors that only a fault of the library itself brings: damaged guards, unknown pointers,
   /// leaked blocks.

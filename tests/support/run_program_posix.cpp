@@ -1,11 +1,6 @@
-#include <fcntl.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
-#include <chrono>
-#include <csignal>
-#include <stdexcept>
-#include <thread>
+#include <cstdlib>
 
 #include "tests/support/files.h"
 #include "tests/support/run_program.h"
@@ -13,45 +8,26 @@
 namespace imx::test {
 namespace {
 
-bool Redirect(int stream, const std::string& path, int flags) {
-  return dup2(open(path.c_str(), flags, 0600), stream) == stream;
-}
-
-int WaitFor(pid_t child) {
-  constexpr std::chrono::milliseconds kPause(2);
-  constexpr int kMostPauses = 60000;
-  int state = 0;
-  for (int pause = 0; waitpid(child, &state, WNOHANG) == 0; ++pause) {
-    if (pause == kMostPauses) kill(child, SIGKILL);
-    std::this_thread::sleep_for(kPause);
-  }
-  return WIFSIGNALED(state) ? 128 + WTERMSIG(state) : WEXITSTATUS(state);
+/// The text as one word of a shell's command.
+std::string Quoted(std::string_view text) {
+  std::string word = "'";
+  for (const char c : text) word += c == '\'' ? "'\\''" : std::string(1, c);
+  return word + "'";
 }
 
 }  // namespace
 
 ProgramResult RunProgram(const std::vector<std::string>& arguments, std::string_view input,
                          const std::string& directory) {
-  std::vector<char*> list;
-  list.reserve(arguments.size() + 1);
-  for (const std::string& argument : arguments) list.push_back(const_cast<char*>(argument.c_str()));
-  list.push_back(nullptr);
   TempDir streams;  // files: unlike a pipe, none can fill up
-  const std::string in = streams.Write("in", input);
   const std::string out = streams.file("out");
   const std::string err = streams.file("err");
-
-  const pid_t child = fork();
-  if (child < 0) throw std::runtime_error("fork failed");
-  if (child == 0) {
-    if (Redirect(STDIN_FILENO, in, O_RDONLY) && Redirect(STDOUT_FILENO, out, O_RDWR | O_CREAT) &&
-        Redirect(STDERR_FILENO, err, O_RDWR | O_CREAT) &&
-        (directory.empty() || chdir(directory.c_str()) == 0)) {
-      execvp(list[0], list.data());
-    }
-    _exit(127);
-  }
-  const int status = WaitFor(child);
+  std::string command = "cd " + Quoted(directory.empty() ? "." : directory);
+  command += " && exec timeout --foreground -s KILL 120";
+  for (const std::string& argument : arguments) command += " " + Quoted(argument);
+  command += " <" + Quoted(streams.Write("in", input)) + " >" + Quoted(out) + " 2>" + Quoted(err);
+  const int state = std::system(command.c_str());
+  const int status = WIFSIGNALED(state) ? 128 + WTERMSIG(state) : WEXITSTATUS(state);
   return {status, ReadTextFile(out), ReadTextFile(err)};
 }
 
