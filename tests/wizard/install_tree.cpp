@@ -1,9 +1,10 @@
 #include "tests/wizard/install_tree.h"
 
 #include <algorithm>
-#include <cctype>
 #include <filesystem>
+#include <regex>
 #include <string_view>
+#include <vector>
 
 #include "shell/win32/windows_api.h"
 #include "tests/support/files.h"
@@ -17,60 +18,70 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string WithoutCase(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return text;
-}
-
 bool IsTemplate(const fs::path& file) {
   static constexpr std::string_view kEndings[] = {".tml", ".mpt", ".mpr", ".psy", ".ini"};
-  const std::string ending = WithoutCase(file.extension().string());
+  const std::string ending = file.extension().string();
   return std::find(std::begin(kEndings), std::end(kEndings), ending) != std::end(kEndings);
 }
 
-enum class Copy { plain, expanded, ifMissing };
+enum class Copy { plain, expanded };
 
-/// Collects the files of one installation.
-class Collector {
- public:
-  Collector(const std::string& medium, const Choices& choices, Expectation* expectation)
-      : package_(fs::path(medium) / "nt9895"), choices_(choices), expectation_(expectation) {}
-
-  void AddDirectory(const std::string& path) { expectation_->tree[path].isDirectory = true; }
-
-  void AddFile(const fs::path& source, const std::string& to, Copy copy) {
-    if (!fs::is_regular_file(source)) return;
-    const std::string target = to + "\\" + source.filename().string();
-    if (copy == Copy::ifMissing && FileExists(target)) return;
-    Bytes content = ReadFile(source.string());
-    ++expectation_->files;
-    expectation_->bytes += content.size();
-    if (copy == Copy::expanded && IsTemplate(source)) content = ExpandTokens(content, choices_);
-    expectation_->tree[target].content = std::move(content);
-  }
-
-  void AddFiles(std::initializer_list<const char*> names, const std::string& to, Copy copy) {
-    for (const char* const name : names) AddFile(package_ / name, to, copy);
-  }
-
-  void AddFolder(const char* from, const std::string& to, Copy copy) {
-    AddDirectory(to);
-    if (!fs::is_directory(package_ / from)) return;
-    for (const auto& entry : fs::directory_iterator(package_ / from)) {
-      AddFile(entry.path(), to, copy);
-    }
-  }
-
- private:
-  fs::path package_;
-  const Choices& choices_;
-  Expectation* expectation_;
+/// A file of the install data, or all files of a folder, and the directory that they go to.
+struct Step {
+  bool wanted;
+  std::string from;
+  std::string to;
+  Copy copy = Copy::plain;
 };
 
-std::string Barred(std::string text) {
-  std::replace(text.begin(), text.end(), ' ', '|');
-  return text;
+std::vector<Step> StepsOf(const Choices& choices) {
+  const auto& [glint, twistel, docs, program, pictures, help, data, group] = choices;
+  const std::string windows = WindowsDirectory();
+  const std::string system = SystemDirectory();
+  std::vector<Step> steps = {{glint, "glint.exe", program},
+                             {glint, "twainlnk.dll", program},
+                             {twistel, "twistel.exe", program},
+                             {twistel, "demoloop.avi", program},
+                             {true, "colorset.ini", windows},
+                             {true, "winglint.ini", windows, Copy::expanded},
+                             {true, "twistel.ini", windows, Copy::expanded},
+                             {true, "data", data, Copy::expanded},
+                             {true, "data\\psys", data + "\\psys", Copy::expanded},
+                             {true, "images", pictures},
+                             {glint && docs, "html_docs", help},
+                             {glint && docs, "html_docs\\anims", help + "\\anims"},
+                             {glint && docs, "html_docs\\pics", help + "\\pics"}};
+  for (const char* const name :
+       {"glintldjpeg.dll", "glintldtiff.dll", "glintpal.dll", "glintsvjpeg.dll"}) {
+    steps.push_back({true, name, program});
+  }
+  for (const char* const name : {"msvcp50.dll", "msvcrt.dll", "msvcrt40.dll"}) {
+    steps.push_back({!FileExists(system + "\\" + name), name, system});
+  }
+  for (const std::string folder :
+       {"land_pals", "tex_pals", "convos", "plugins", "scripts", "transitions", "psys\\pals"}) {
+    steps.push_back({true, "data\\" + folder, data + "\\" + folder});
+  }
+  return steps;
+}
+
+/// A template's text with its directory tokens replaced.
+Bytes ExpandTokens(const Bytes& bytes, const Choices& choices) {
+  static const std::regex token("%[^idhD]*([idhD])[\\s\\S]{2}");
+  std::string barred = choices.dataDir;
+  std::replace(barred.begin(), barred.end(), ' ', '|');
+  const std::map<std::string, std::string> directories = {
+      {"i", choices.picturesDir},
+      {"d", choices.dataDir},
+      {"h", choices.docs && choices.glint ? choices.helpDir : ""},
+      {"D", barred}};
+  std::string text(bytes.begin(), bytes.end());
+  std::string expanded;
+  for (std::smatch match; std::regex_search(text, match, token); text = match.suffix()) {
+    expanded += match.prefix().str() + directories.at(match[1]);
+  }
+  expanded += text;
+  return {expanded.begin(), expanded.end()};
 }
 
 }  // namespace
@@ -95,60 +106,26 @@ std::string ProgramsFolder() {
 
 Expectation ExpectInstallation(const std::string& medium, const Choices& choices) {
   Expectation expectation;
-  Collector files(medium, choices, &expectation);
-  const std::string& program = choices.programDir;
-  const std::string& data = choices.dataDir;
-
-  files.AddDirectory(program);
-  if (choices.glint) files.AddFiles({"glint.exe", "twainlnk.dll"}, program, Copy::plain);
-  if (choices.twistel) files.AddFiles({"twistel.exe", "demoloop.avi"}, program, Copy::plain);
-  files.AddFiles({"glintldjpeg.dll", "glintldtiff.dll", "glintpal.dll", "glintsvjpeg.dll"}, program,
-                 Copy::plain);
-  files.AddFiles({"colorset.ini"}, WindowsDirectory(), Copy::plain);
-  files.AddFiles({"winglint.ini", "twistel.ini"}, WindowsDirectory(), Copy::expanded);
-  files.AddFiles({"msvcp50.dll", "msvcrt.dll", "msvcrt40.dll"}, SystemDirectory(), Copy::ifMissing);
-
-  files.AddFolder("data", data, Copy::expanded);
-  for (const char* const folder :
-       {"land_pals", "tex_pals", "convos", "plugins", "scripts", "transitions", "psys\\pals"}) {
-    files.AddFolder((std::string("data\\") + folder).c_str(), data + "\\" + folder, Copy::plain);
-  }
-  files.AddFolder("data\\psys", data + "\\psys", Copy::expanded);
-  files.AddFolder("images", choices.picturesDir, Copy::plain);
-  if (choices.glint && choices.docs) {
-    files.AddFolder("html_docs", choices.helpDir, Copy::plain);
-    files.AddFolder("html_docs\\anims", choices.helpDir + "\\anims", Copy::plain);
-    files.AddFolder("html_docs\\pics", choices.helpDir + "\\pics", Copy::plain);
-  }
-  return expectation;
-}
-
-Bytes ExpandTokens(const Bytes& text, const Choices& choices) {
-  const std::string from(text.begin(), text.end());
-  std::string to;
-  std::size_t position = 0;
-  for (;;) {
-    const std::size_t percent = from.find('%', position);
-    to += from.substr(position, percent - position);
-    if (percent == std::string::npos) break;
-    const std::size_t code = from.find_first_of("idhD", percent + 1);
-    if (code == std::string::npos || code + 2 >= from.size()) break;
-    switch (from[code]) {
-      case 'i':
-        to += choices.picturesDir;
-        break;
-      case 'd':
-        to += choices.dataDir;
-        break;
-      case 'h':
-        if (choices.docs && choices.glint) to += choices.helpDir;
-        break;
-      default:
-        to += Barred(choices.dataDir);
+  const auto add = [&](const fs::path& file, const Step& step) {
+    if (!fs::is_regular_file(file)) return;
+    Bytes content = ReadFile(file.string());
+    ++expectation.files;
+    expectation.bytes += content.size();
+    if (step.copy == Copy::expanded && IsTemplate(file)) content = ExpandTokens(content, choices);
+    expectation.tree[step.to + "\\" + file.filename().string()].content = std::move(content);
+  };
+  for (const Step& step : StepsOf(choices)) {
+    const fs::path source = fs::path(medium) / "nt9895" / step.from;
+    if (!step.wanted) continue;
+    if (!fs::is_directory(source)) {
+      add(source, step);
+      continue;
     }
-    position = code + 3;
+    expectation.tree[step.to].isDirectory = true;
+    for (const auto& entry : fs::directory_iterator(source)) add(entry.path(), step);
   }
-  return {to.begin(), to.end()};
+  expectation.tree[choices.programDir].isDirectory = true;
+  return expectation;
 }
 
 Tree ReadTree(const std::string& directory) {
