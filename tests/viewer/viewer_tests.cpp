@@ -117,7 +117,11 @@ TEST_F(ViewerTest, OpensLooksEditsAndSaves) {
   Operations().scaleFactor = 2;
   const ImageGuard large = Made(RescaleRegion, *clip, {0, 0, 39, 39});
   run.ExpectShown(run.Image(4, "NEW_"), *large);
-  EXPECT_EQ(PixelAt(*large, 79, 2), PixelAt(*photo, 49, 21));
+  DrivenRun imx(ProgramOfBuild("imx.exe"), "",
+                {"convert", temp.file("photo.png"), "--region", "10,20,49,59", "--clip",
+                 "--rescale", "2", temp.file("large.png")});
+  imx.ExpectEnd();
+  EXPECT_EQ(Difference(*large, *Loaded(temp.file("large.png"))), "");
 
   run.Choose("ts");
   run.TypeFactor("Resampling", "1.000000", "0.75");
@@ -165,6 +169,10 @@ TEST_F(ViewerTest, OpensLooksEditsAndSaves) {
   run.ExpectAndClose("Failure", "The image could not be saved as\n" + temp.file("photo.tga") +
                                     ":\nno file type has been chosen for it yet.");
 
+  run.Choose("ha");
+  run.ExpectAndClose(
+      "About Quillmark Viewer",
+      "Opens:\nFlick (*.flc), AVI (*.avi), Photoshop (*.psd), Flick (*.fli), DEM (*.dem)");
   run.Choose("fx");
   run.ExpectEnd();
   Output().interlace = 1;
@@ -290,50 +298,20 @@ TEST_F(ViewerTest, AHundredWindows) {
   const std::vector<std::string> files(101, Stored("one.tga", *image, 1));
   ViewerRun run(files);
   run.ExpectAndClose("Failure", "Could not open window, no image loaded!");
-  run.Close(run.Image(100, "one.tga"));
+  run.Close(run.Image(70, "one.tga"));
+  run.Close(run.Image(30, "one.tga"));
   run.Choose("fo");
   run.TypePath("Open Image", files[0]);
   run.ExpectShown(run.Image(101, "one.tga"), *image);
-  run.Choose("fx");
-  run.ExpectEnd();
-}
-
-TEST_F(ViewerTest, DoesWhatTheCommandLineDoes) {
-  const ImageGuard image = PhotoLike(300, 200);
-  const std::string in = Stored("in.tga", *image, 1);
-  const std::string out = temp.file("out.png");
-  DrivenRun imx(ProgramOfBuild("imx.exe"), "",
-                {"convert", in, "--region", "10,10,200,150", "--clip", "--rescale", "2", "--gamma",
-                 "1.5", out});
-  imx.ExpectEnd();
-  const ImageGuard wanted = Loaded(out);
-
-  ViewerRun run({in});
-  const HWND first = run.Image(1, "in.tga");
-  run.ExpectShown(first, *image);
-  run.Choose("tc");
-  run.Drag(first, {10, 10}, {200, 150});
-  const HWND clip = run.Image(2, "NEW_");
-  run.ExpectShown(clip, *Made(ClipToRegion, *image, {10, 10, 200, 150}));
-  run.Choose("tr");
-  run.TypeFactor("Scale Region", "1.000000", "2");
-  run.Drag(clip, {0, 0}, {190, 140});
-  const HWND large = run.Image(3, "NEW_");
-  Operations().scaleFactor = 2;
-  run.ExpectShown(large, *Made(RescaleRegion, *image, {10, 10, 200, 150}));
-  run.Choose("tg");
-  run.TypeFactor("Apply Gamma Correction", "1.000000", "1.5");
-  run.Drag(large, {5, 5}, {5, 5});
-  run.ExpectShown(large, *wanted);
   run.Choose("fs");
-  run.PickImage("Select File to Save", 3);
-  run.Save("PNG", "24-bit", kNoOption, temp.file("viewer.png"));
-  run.Choose("ha");
-  run.Expect("About Quillmark Viewer");
-  run.PressButton(IDOK);
+  if (run.Expect("Select File to Save")) {
+    EXPECT_TRUE(SelectInListBox(run.dialog(), IDC_WINDOW_LIST, "[101] "));
+    EXPECT_EQ(SendDlgItemMessageA(run.dialog(), IDC_WINDOW_LIST, LB_GETCURSEL, 0, 0), 29)
+        << "the first free slot";
+  }
+  run.PressButton(IDCANCEL);
   run.Choose("fx");
   run.ExpectEnd();
-  EXPECT_EQ(Difference(*wanted, *Loaded(temp.file("viewer.png"))), "");
 }
 
 }  // namespace
