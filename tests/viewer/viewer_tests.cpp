@@ -186,7 +186,7 @@ TEST_F(ViewerTest, OpensLooksEditsAndSaves) {
 
 constexpr int kFrameWidth = 60, kFrameHeight = 30;
 
-/// One frame of the sequences below.
+/// One frame of the sequence below.
 ImageGuard Frame(int number) {
   ImageGuard image = Solid(kFrameWidth, kFrameHeight, {0, 0, 0, 255});
   for (int y = 0; y < kFrameHeight; ++y) {
@@ -211,31 +211,19 @@ Bytes Flic(int frames) {
   return FlicFile(kFlc, kFrameWidth, kFrameHeight, all);
 }
 
-Bytes Avi(int frames) {
-  std::vector<Bytes> all;
-  for (int i = 0; i < frames; ++i) {
-    ByteBuilder rows = LittleEndian();
-    const ImageGuard frame = Frame(i);  // whose rows are all the same
-    for (std::uint32_t at = 0; at < frame->pixelCount; ++at) {
-      rows.List({0, 0, frame->pixels[4 * at]});
-    }
-    all.push_back(rows.bytes());
-  }
-  return AviFile({kFrameWidth, kFrameHeight, 24}, {}, all);
-}
-
 TEST_F(ViewerTest, AsksForWhatFilesDoNotTell) {
   Bytes triples;
   for (std::uint8_t i = 0; i < 3 * 4 * 2; ++i) triples.push_back(i);
   const std::string raw = temp.Write("shot.bin", triples);
   const std::string gone = temp.file("gone.png");
-  ViewerRun run({temp.Write("clip.flc", Flic(6)), temp.Write("clip.avi", Avi(6))});
+  const std::string clip = temp.Write("clip.flc", Flic(6));
+  ViewerRun run({clip, clip});
   run.PickFifthFrame();
-  const HWND flic = run.Image(1, "clip.flc {fr #4}");
+  const HWND first = run.Image(1, "clip.flc {fr #4}");
   run.PickFifthFrame();
-  const HWND avi = run.Image(2, "clip.avi {fr #4}");
-  run.ExpectShown(flic, *Frame(4));
-  run.ExpectShown(avi, *Frame(4));
+  const HWND second = run.Image(2, "clip.flc {fr #4}");
+  run.ExpectShown(first, *Frame(4));
+  run.ExpectShown(second, *Frame(4));
 
   EXPECT_TRUE(DropFiles(run.program(), run.window(), {raw, gone, raw}));
   if (run.Expect("RAW Image Loader Guide")) {
@@ -266,7 +254,7 @@ TEST_F(ViewerTest, AsksForWhatFilesDoNotTell) {
   run.ExpectAndClose("SA Program Message", "This image has 8 colors. 100.00% utilization.");
 
   // The first image was the current one; when it is closed the second is, 2 : 1 as it is.
-  run.Close(flic);
+  run.Close(first);
   run.Choose("tm");
   run.Expect("Select Image to use as Source");
   EXPECT_FALSE(IsWindowEnabled(shot));
@@ -284,7 +272,7 @@ TEST_F(ViewerTest, AsksForWhatFilesDoNotTell) {
   run.ExpectShown(shot, *wanted);
   run.PressButton(IDCANCEL);
   run.ExpectGone(shot);
-  run.Close(avi);
+  run.Close(second);
   run.Choose("fs");
   run.ExpectAndClose("Info", "No files to save!");
   run.Choose("fu");

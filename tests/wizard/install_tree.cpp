@@ -1,10 +1,11 @@
 #include "tests/wizard/install_tree.h"
 
 #include <algorithm>
+#include <cstring>
 #include <filesystem>
 #include <regex>
 #include <string_view>
-#include <vector>
+#include <utility>
 
 #include "shell/win32/windows_api.h"
 #include "tests/support/files.h"
@@ -18,51 +19,35 @@ namespace fs = std::filesystem;
 
 namespace {
 
-bool IsTemplate(const fs::path& file) {
-  static constexpr std::string_view kEndings[] = {".tml", ".mpt", ".mpr", ".psy", ".ini"};
-  const std::string ending = file.extension().string();
-  return std::find(std::begin(kEndings), std::end(kEndings), ending) != std::end(kEndings);
+/// Where a file or folder of the install data goes; empty when it is not wanted.
+std::string DestinationOf(const fs::path& path, const Choices& choices) {
+  const bool help = choices.docs && choices.glint;
+  const std::string name = path.filename().string();
+  for (const auto& [folder, to] : {std::pair("data", choices.dataDir),
+                                   {"images", choices.picturesDir},
+                                   {"html_docs", help ? choices.helpDir : ""}}) {
+    if (*path.begin() != folder) continue;
+    return to.empty() ? to : to + path.string().substr(std::strlen(folder));
+  }
+  if (name.ends_with(".ini")) return WindowsDirectory() + "\\" + name;
+  if (name.starts_with("msv")) {
+    const std::string library = SystemDirectory() + "\\" + name;
+    return FileExists(library) ? "" : library;
+  }
+  const bool wanted = name == "glint.exe" || name == "twainlnk.dll"     ? choices.glint
+                      : name == "twistel.exe" || name == "demoloop.avi" ? choices.twistel
+                                                                        : true;
+  return wanted ? choices.programDir + "\\" + name : "";
 }
 
-enum class Copy { plain, expanded };
-
-/// A file of the install data, or all files of a folder, and the directory that they go to.
-struct Step {
-  bool wanted;
-  std::string from;
-  std::string to;
-  Copy copy = Copy::plain;
-};
-
-std::vector<Step> StepsOf(const Choices& choices) {
-  const auto& [glint, twistel, docs, program, pictures, help, data, group] = choices;
-  const std::string windows = WindowsDirectory();
-  const std::string system = SystemDirectory();
-  std::vector<Step> steps = {{glint, "glint.exe", program},
-                             {glint, "twainlnk.dll", program},
-                             {twistel, "twistel.exe", program},
-                             {twistel, "demoloop.avi", program},
-                             {true, "colorset.ini", windows},
-                             {true, "winglint.ini", windows, Copy::expanded},
-                             {true, "twistel.ini", windows, Copy::expanded},
-                             {true, "data", data, Copy::expanded},
-                             {true, "data\\psys", data + "\\psys", Copy::expanded},
-                             {true, "images", pictures},
-                             {glint && docs, "html_docs", help},
-                             {glint && docs, "html_docs\\anims", help + "\\anims"},
-                             {glint && docs, "html_docs\\pics", help + "\\pics"}};
-  for (const char* const name :
-       {"glintldjpeg.dll", "glintldtiff.dll", "glintpal.dll", "glintsvjpeg.dll"}) {
-    steps.push_back({true, name, program});
-  }
-  for (const char* const name : {"msvcp50.dll", "msvcrt.dll", "msvcrt40.dll"}) {
-    steps.push_back({!FileExists(system + "\\" + name), name, system});
-  }
-  for (const std::string folder :
-       {"land_pals", "tex_pals", "convos", "plugins", "scripts", "transitions", "psys\\pals"}) {
-    steps.push_back({true, "data\\" + folder, data + "\\" + folder});
-  }
-  return steps;
+/// Whether the tokens of a file of the install data are replaced.
+bool IsTemplate(const fs::path& path) {
+  const std::string folder = path.parent_path().string();
+  if (folder.empty()) return path == "winglint.ini" || path == "twistel.ini";
+  static constexpr std::string_view kEndings[] = {".tml", ".mpt", ".mpr", ".psy", ".ini"};
+  const std::string ending = path.extension().string();
+  return (folder == "data" || folder == "data\\psys") &&
+         std::find(std::begin(kEndings), std::end(kEndings), ending) != std::end(kEndings);
 }
 
 /// A template's text with its directory tokens replaced.
@@ -106,25 +91,20 @@ std::string ProgramsFolder() {
 
 Expectation ExpectInstallation(const std::string& medium, const Choices& choices) {
   Expectation expectation;
-  const auto add = [&](const fs::path& file, const Step& step) {
-    if (!fs::is_regular_file(file)) return;
-    Bytes content = ReadFile(file.string());
-    ++expectation.files;
-    expectation.bytes += content.size();
-    if (step.copy == Copy::expanded && IsTemplate(file)) content = ExpandTokens(content, choices);
-    expectation.tree[step.to + "\\" + file.filename().string()].content = std::move(content);
-  };
-  for (const Step& step : StepsOf(choices)) {
-    const fs::path source = fs::path(medium) / "nt9895" / step.from;
-    if (!step.wanted) continue;
-    if (!fs::is_directory(source)) {
-      add(source, step);
-      continue;
-    }
-    expectation.tree[step.to].isDirectory = true;
-    for (const auto& entry : fs::directory_iterator(source)) add(entry.path(), step);
-  }
   expectation.tree[choices.programDir].isDirectory = true;
+  const fs::path package = fs::path(medium) / "nt9895";
+  for (const auto& entry : fs::recursive_directory_iterator(package)) {
+    const fs::path path = entry.path().lexically_relative(package);
+    const std::string to = DestinationOf(path, choices);
+    if (to.empty()) continue;
+    TreeEntry& expected = expectation.tree[to];
+    expected.isDirectory = entry.is_directory();
+    if (expected.isDirectory) continue;
+    expected.content = ReadFile(entry.path().string());
+    ++expectation.files;
+    expectation.bytes += expected.content.size();
+    if (IsTemplate(path)) expected.content = ExpandTokens(expected.content, choices);
+  }
   return expectation;
 }
 
