@@ -9,6 +9,7 @@
 #include "shell/model/rubber_band.h"
 #include "shell/model/save_texts.h"
 #include "shell/model/scroll.h"
+#include "shell/model/window_table.h"
 
 namespace imx {
 namespace {
@@ -84,6 +85,16 @@ TEST(ColourCount, BeyondWhat32BitsCount) {
   EXPECT_EQ(ColourCountText(2, 3, 1), "This image has 2 colors. 66.67% utilization.");
   EXPECT_EQ(ColourCountText(16777216, 100000, 100000),
             "This image has 16777216 colors. 0.17% utilization.");
+}
+
+TEST(WindowTable, UnsavedIsChangedOrNameless) {
+  ImageRecord image = {};
+  image.flags = kFlagAlpha | kFlagPixelsChanged | kFlagDisplayStale;
+  EXPECT_FALSE(IsUnsaved(image));
+  for (const std::uint32_t flag : {kFlagChanged, kFlagNameGenerated}) {
+    image.flags = flag;
+    EXPECT_TRUE(IsUnsaved(image)) << flag;
+  }
 }
 
 TEST(OpenFilter, PairsInTableOrder) {

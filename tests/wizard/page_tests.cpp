@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <string>
 
 #include "resources/wizard_ids.h"
@@ -35,25 +36,27 @@ class WizardPages : public testing::Test {
 };
 
 TEST_F(WizardPages, TwistelGoesOnlyWithGlint) {
+  const std::map<int, std::string> both = {
+      {IDC_GLINT, "Glint on"}, {IDC_TWISTEL, "Twistel on"}, {IDC_NEXT, "Next"}};
+  const std::map<int, std::string> neither = {
+      {IDC_GLINT, "Glint"}, {IDC_TWISTEL, "Twistel (disabled)"}, {IDC_NEXT, "Next (disabled)"}};
   run.NextTo("Choose Components");
-  run.ExpectControls({{IDC_GLINT, "Glint on"}, {IDC_TWISTEL, "Twistel on"}, {IDC_NEXT, "Next"}});
+  run.ExpectControls(both);
   run.PressButton(IDC_GLINT);
-  run.ExpectControls(
-      {{IDC_GLINT, "Glint"}, {IDC_TWISTEL, "Twistel (disabled)"}, {IDC_NEXT, "Next (disabled)"}});
+  run.ExpectControls(neither);
   run.PressButton(IDC_GLINT);
-  run.ExpectControls({{IDC_GLINT, "Glint on"}, {IDC_TWISTEL, "Twistel on"}, {IDC_NEXT, "Next"}});
+  run.ExpectControls(both);
   run.PressButton(IDC_TWISTEL);
   run.PressButton(IDC_GLINT);
-  run.ExpectControls({{IDC_GLINT, "Glint"}, {IDC_NEXT, "Next (disabled)"}});
+  run.ExpectControls(neither);
   run.PressButton(IDC_GLINT);
   run.ExpectControls({{IDC_GLINT, "Glint on"}, {IDC_TWISTEL, "Twistel"}, {IDC_NEXT, "Next"}});
   run.PressButton(IDC_GLINT);
   run.Leave(IDC_BACK, "Welcome");
   run.Leave(IDC_NEXT, "Choose Components");
-  run.ExpectControls(
-      {{IDC_GLINT, "Glint"}, {IDC_TWISTEL, "Twistel (disabled)"}, {IDC_NEXT, "Next (disabled)"}});
+  run.ExpectControls(neither);
   run.PressButton(IDC_DEFAULTS);
-  run.ExpectControls({{IDC_GLINT, "Glint on"}, {IDC_TWISTEL, "Twistel on"}, {IDC_NEXT, "Next"}});
+  run.ExpectControls(both);
   ExitAndEnd();
 }
 

@@ -174,14 +174,6 @@ TEST_F(Wizard, OverwritesAnEarlierInstallation) {
   EXPECT_EQ(GetFileAttributesA(old.c_str()) & FILE_ATTRIBUTE_HIDDEN, 0u);
 }
 
-TEST_F(Wizard, HaltsWithoutInstallData) {
-  const std::string folder = Place("empty");
-  fs::create_directories(folder);
-  SetupRun run(folder);
-  run.ExpectAndClose("Wizard Halted", "Cannot locate install data on source media");
-  run.ExpectEnd();
-}
-
 TEST_F(Wizard, HaltsOnADirectoryThatCannotBeMade) {
   for (const std::string& blocked :
        {choices.programDir, choices.picturesDir, choices.helpDir, choices.dataDir}) {
