@@ -1,31 +1,32 @@
 #include "tests/setup/memory_platform.h"
 
 #include <algorithm>
+#include <cctype>
 
 #include "imagelib/core/text.h"
 
 namespace imx::test {
 namespace {
 
-// Lower case, single separators (but for a leading pair), none at the end.
-std::string keyOf(std::string_view path) {
-  std::string key;
-  for (const char c : path) {
-    if (c == '\\' && key.size() > 1 && key.back() == '\\') continue;
-    key += c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-  }
-  if (!key.empty() && key.back() == '\\') key.pop_back();
-  return key;
+struct OpenFile {
+  Node* node;
+  std::size_t at;
+};
+
+using Search = std::vector<FileEntry>;  // what is still to come, the next one last
+
+MemoryPlatform& self(void* context) {
+  return *static_cast<MemoryPlatform*>(context);
 }
 
-std::string parentOf(const std::string& key) {
-  const std::size_t at = key.rfind('\\');
-  return at == std::string::npos ? std::string() : key.substr(0, at);
+// Empty for a name without a directory.
+std::string parentOf(const std::string& path) {
+  return path.substr(0, path.size() - std::min(path.size(), PathFileName(path).size() + 1));
 }
 
-FileEntry entryOf(const Node& node) {
+FileEntry entryOf(const std::string& path, const Node& node) {
   FileEntry entry;
-  copyPath(entry.name, PathFileName(node.path));
+  copyPath(entry.name, PathFileName(path));
   entry.attributes = node.isDirectory ? kDirectoryAttribute : 0;
   entry.sizeLow = static_cast<std::uint32_t>(node.content.size());
   entry.sizeHigh = node.sizeHigh;
@@ -34,262 +35,183 @@ FileEntry entryOf(const Node& node) {
 
 }  // namespace
 
-struct PlatformFunctions {
-  static MemoryPlatform& self(void* context) { return *static_cast<MemoryPlatform*>(context); }
+bool NoCaseLess::operator()(const std::string& a, const std::string& b) const {
+  return std::lexicographical_compare(
+      a.begin(), a.end(), b.begin(), b.end(),
+      [](unsigned char x, unsigned char y) { return std::tolower(x) < std::tolower(y); });
+}
 
-  static void* findFirst(void* context, const char* pattern, FileEntry* entry) {
-    MemoryPlatform& me = self(context);
-    if (me.diskFails()) return nullptr;
-    auto* const search = new MemoryPlatform::Search{{}, 0};
-    const std::string_view text = pattern;
-    if (text.ends_with("\\*")) {
-      const std::string directory = keyOf(text.substr(0, text.size() - 2));
-      if (me.hasDirectory(directory)) search->entries = dotEntries();
-      for (const auto& [key, node] : me.nodes_) {
-        if (parentOf(key) == directory) search->entries.push_back(entryOf(node));
-      }
-    } else if (!text.ends_with("\\")) {  // the real thing finds nothing then
-      if (const Node* const node = me.find(pattern)) search->entries.push_back(entryOf(*node));
-    }
-    if (search->entries.empty()) {
-      delete search;
-      return nullptr;
-    }
-    me.openFiles += 1;
-    *entry = search->entries[0];
-    return search;
-  }
-
-  static std::vector<FileEntry> dotEntries() {
-    std::vector<FileEntry> entries(2);
-    copyPath(entries[0].name, ".");
-    copyPath(entries[1].name, "..");
-    for (FileEntry& entry : entries) entry.attributes = kDirectoryAttribute;
-    return entries;
-  }
-
-  static bool findNext(void* context, void* handle, FileEntry* entry) {
-    if (self(context).diskFails()) return false;
-    auto* const search = static_cast<MemoryPlatform::Search*>(handle);
-    if (++search->at >= search->entries.size()) return false;
-    *entry = search->entries[search->at];
-    return true;
-  }
-
-  static void findClose(void* context, void* handle) {
-    delete static_cast<MemoryPlatform::Search*>(handle);
-    self(context).openFiles -= 1;
-  }
-
-  static bool isDirectory(void* context, const char* path) {
-    return self(context).hasDirectory(path);
-  }
-
-  static bool canCreate(MemoryPlatform& me, const std::string& key) {
-    return key.size() < kPathSize && me.hasDirectory(parentOf(key));
-  }
-
-  static bool copyFile(void* context, const char* from, const char* to) {
-    MemoryPlatform& me = self(context);
-    const Node* const source = me.find(from);
-    const std::string key = keyOf(to);
-    if (me.diskFails() || !source || source->isDirectory || !canCreate(me, key)) return false;
-    me.nodes_[key] = Node{to, false, source->content, source->readOnly, 0};
-    me.written.push_back(to);
-    return true;
-  }
-
-  static void setNormalAttributes(void* context, const char* path) {
-    const auto found = self(context).nodes_.find(keyOf(path));
-    if (found != self(context).nodes_.end()) found->second.readOnly = false;
-  }
-
-  static bool makeDirectory(void* context, const char* path) {
-    MemoryPlatform& me = self(context);
-    const std::string key = keyOf(path);
-    if (me.diskFails() || key == keyOf(me.unmakable) || me.find(path) || !canCreate(me, key)) {
-      return false;
-    }
-    me.nodes_[key] = Node{path, true, "", false, 0};
-    me.directoriesMade.push_back(path);
-    return true;
-  }
-
-  static bool removeDirectory(void* context, const char* path) {
-    MemoryPlatform& me = self(context);
-    me.removalsTried.push_back(path);
-    const std::string key = keyOf(path);
-    if (me.diskFails() || !me.hasDirectory(key)) return false;
-    for (const auto& [other, node] : me.nodes_) {
-      if (parentOf(other) == key) return false;
-    }
-    me.nodes_.erase(key);
-    return true;
-  }
-
-  static void* openForReading(void* context, const char* path) {
-    MemoryPlatform& me = self(context);
-    const Node* const node = me.find(path);
-    if (me.diskFails() || !node || node->isDirectory) return nullptr;
-    me.openFiles += 1;
-    return new MemoryPlatform::OpenFile{keyOf(path), 0};
-  }
-
-  static void* openForWriting(void* context, const char* path) {
-    MemoryPlatform& me = self(context);
-    const std::string key = keyOf(path);
-    const Node* const old = me.find(path);
-    if (me.diskFails() || !canCreate(me, key) || (old && (old->isDirectory || old->readOnly))) {
-      return nullptr;
-    }
-    me.nodes_[key] = Node{path, false, "", false, 0};
-    me.written.push_back(path);
-    me.openFiles += 1;
-    return new MemoryPlatform::OpenFile{key, 0};
-  }
-
-  static bool readByte(void* context, void* file, std::uint8_t* byte) {
-    MemoryPlatform& me = self(context);
-    auto* const open = static_cast<MemoryPlatform::OpenFile*>(file);
-    const std::string& content = me.nodes_[open->key].content;
-    if (me.diskFails() || open->at >= content.size()) return false;
-    *byte = static_cast<std::uint8_t>(content[open->at++]);
-    return true;
-  }
-
-  static std::size_t writeBytes(void* context, void* file, const char* data, std::size_t count) {
-    MemoryPlatform& me = self(context);
-    // A broken disk takes half of it.
-    const std::size_t taken = me.diskFails() ? count / 2 : count;
-    me.nodes_[static_cast<MemoryPlatform::OpenFile*>(file)->key].content.append(data, taken);
-    return taken;
-  }
-
-  static void closeFile(void* context, void* file) {
-    delete static_cast<MemoryPlatform::OpenFile*>(file);
-    self(context).openFiles -= 1;
-  }
-
-  // Paths without a drive are below the current directory.
-  static bool fullPath(void* context, const char* path, PathText& absolute) {
-    const std::string_view text = path;
-    if (text.substr(0, 2) == "\\\\" || (text.size() > 1 && text[1] == ':')) {
-      return copyPath(absolute, text);
-    }
-    return joinPath(absolute, {self(context).currentDirectory, text});
-  }
-
-  static bool diskSpace(void* context, const char* root, DiskSpace* space) {
-    const auto& disks = self(context).disks;
-    const auto found = disks.find(keyOf(root));
-    *space = found != disks.end() ? found->second : DiskSpace{0x10000, 8, 512};
-    return found == disks.end() || found->second.bytesPerSector != 0;
-  }
-
-  static bool osVersion(void* context, OsVersion* version) {
-    *version = self(context).version;
-    return true;
-  }
-
-  static ResultCode obtainShellAllocator(void* context) { return self(context).allocatorResult; }
-  static void windowsDirectory(void*, PathText& path) { copyPath(path, "C:\\Windows"); }
-  static void systemDirectory(void*, PathText& path) { copyPath(path, "C:\\Windows\\System32"); }
-  static void currentDirectory(void* context, PathText& path) {
-    copyPath(path, self(context).currentDirectory);
-  }
-
-  static bool machineValue(void* context, const char* key, const char* name, PathText& value) {
-    const bool known = std::string_view(key) == "SOFTWARE\\Microsoft\\Windows\\CurrentVersion" &&
-                       std::string_view(name) == "ProgramFilesDir";
-    return known && !self(context).programFiles.empty() &&
-           copyPath(value, self(context).programFiles);
-  }
-
-  static ResultCode programsFolder(void* context, PathText& path) {
-    copyPath(path, "C:\\Menu\\Programs");
-    return self(context).programsResult;
-  }
-
-  static ResultCode initializeCom(void* context) { return self(context).comResult; }
-
-  static ResultCode makeShortcut(void* context, const char* target, const char* linkFile,
-                                 const char* description) {
-    if (self(context).diskFails()) return -1;
-    self(context).links.push_back({target, linkFile, description});
-    return kResultOk;
-  }
-
-  static bool showPage(void* context, Page page) {
-    MemoryPlatform& me = self(context);
-    me.pages.push_back(page);
-    return !me.onPage || me.onPage(page);
-  }
-
-  static void clearStopRequest(void* context) {
-    if (self(context).onClearStop) self(context).onClearStop();
-  }
-
-  static void exploreFolder(void* context, const char* folder) {
-    self(context).explored.emplace_back(folder);
-  }
-
-  static void showMainWindow(void* context) { self(context).mainShown = true; }
-  static void sendExit(void* context) { self(context).exits += 1; }
-};
-
-MemoryPlatform::MemoryPlatform()
-    : platform_{.context = this,
-                .findFirst = PlatformFunctions::findFirst,
-                .findNext = PlatformFunctions::findNext,
-                .findClose = PlatformFunctions::findClose,
-                .isDirectory = PlatformFunctions::isDirectory,
-                .copyFile = PlatformFunctions::copyFile,
-                .setNormalAttributes = PlatformFunctions::setNormalAttributes,
-                .makeDirectory = PlatformFunctions::makeDirectory,
-                .removeDirectory = PlatformFunctions::removeDirectory,
-                .openForReading = PlatformFunctions::openForReading,
-                .openForWriting = PlatformFunctions::openForWriting,
-                .readByte = PlatformFunctions::readByte,
-                .writeBytes = PlatformFunctions::writeBytes,
-                .closeFile = PlatformFunctions::closeFile,
-                .fullPath = PlatformFunctions::fullPath,
-                .diskSpace = PlatformFunctions::diskSpace,
-                .osVersion = PlatformFunctions::osVersion,
-                .obtainShellAllocator = PlatformFunctions::obtainShellAllocator,
-                .windowsDirectory = PlatformFunctions::windowsDirectory,
-                .systemDirectory = PlatformFunctions::systemDirectory,
-                .currentDirectory = PlatformFunctions::currentDirectory,
-                .machineValue = PlatformFunctions::machineValue,
-                .programsFolder = PlatformFunctions::programsFolder,
-                .initializeCom = PlatformFunctions::initializeCom,
-                .makeShortcut = PlatformFunctions::makeShortcut,
-                .showPage = PlatformFunctions::showPage,
-                .clearStopRequest = PlatformFunctions::clearStopRequest,
-                .exploreFolder = PlatformFunctions::exploreFolder,
-                .showMainWindow = PlatformFunctions::showMainWindow,
-                .sendExit = PlatformFunctions::sendExit} {
-  nodes_[""] = Node{"", true, "", false, 0};  // where names without a directory end up
+MemoryPlatform::MemoryPlatform() {
+  platform_.context = this;
+  setSearchFunctions();
+  setDirectoryFunctions();
+  setFileFunctions();
+  setSystemFunctions();
+  setScreenFunctions();
   addDirectory("C:\\Program Files");
   addDirectory("C:\\Windows\\System32");
   addDirectory("C:\\Menu\\Programs");
 }
 
+void MemoryPlatform::setSearchFunctions() {
+  platform_.findFirst = [](void* context, const char* pattern, FileEntry* entry) -> void* {
+    MemoryPlatform& me = self(context);
+    Search found = me.entriesLike(pattern);
+    if (me.diskFails() || found.empty()) return nullptr;
+    *entry = found.back();
+    found.pop_back();
+    me.openFiles += 1;
+    return new Search(std::move(found));
+  };
+  platform_.findNext = [](void* context, void* handle, FileEntry* entry) {
+    Search& rest = *static_cast<Search*>(handle);
+    if (self(context).diskFails() || rest.empty()) return false;
+    *entry = rest.back();
+    rest.pop_back();
+    return true;
+  };
+  platform_.findClose = [](void* context, void* handle) {
+    delete static_cast<Search*>(handle);
+    self(context).openFiles -= 1;
+  };
+}
+
+void MemoryPlatform::setDirectoryFunctions() {
+  platform_.isDirectory = [](void* context, const char* path) {
+    return self(context).hasDirectory(path);
+  };
+  platform_.makeDirectory = [](void* context, const char* path) {
+    MemoryPlatform& me = self(context);
+    if (me.diskFails() || path == me.unmakable || me.find(path) || !me.canCreate(path)) {
+      return false;
+    }
+    me.nodes_[path].isDirectory = true;
+    me.directoriesMade.push_back(path);
+    return true;
+  };
+  platform_.removeDirectory = [](void* context, const char* path) {
+    MemoryPlatform& me = self(context);
+    me.removalsTried.push_back(path);
+    // "." and ".." are in every one.
+    if (me.diskFails() || me.entriesLike(std::string(path) + "\\*").size() != 2) return false;
+    return me.nodes_.erase(path) == 1;
+  };
+}
+
+void MemoryPlatform::setFileFunctions() {
+  platform_.copyFile = [](void* context, const char* from, const char* to) {
+    MemoryPlatform& me = self(context);
+    const Node* const source = me.find(from);
+    if (me.diskFails() || !source || source->isDirectory || !me.canCreate(to)) return false;
+    me.nodes_[to] = {false, source->content};
+    me.written.push_back(to);
+    return true;
+  };
+  platform_.setNormalAttributes = [](void*, const char*) {};
+  platform_.openForReading = [](void* context, const char* path) -> void* {
+    MemoryPlatform& me = self(context);
+    const Node* const node = me.find(path);
+    if (me.diskFails() || !node || node->isDirectory) return nullptr;
+    me.openFiles += 1;
+    return new OpenFile{&me.nodes_[path], 0};
+  };
+  platform_.openForWriting = [](void* context, const char* path) -> void* {
+    MemoryPlatform& me = self(context);
+    const Node* const old = me.find(path);
+    if (me.diskFails() || !me.canCreate(path) || (old && (old->isDirectory || old->readOnly))) {
+      return nullptr;
+    }
+    me.nodes_[path] = {};
+    me.written.push_back(path);
+    me.openFiles += 1;
+    return new OpenFile{&me.nodes_[path], 0};
+  };
+  platform_.readByte = [](void* context, void* handle, std::uint8_t* byte) {
+    OpenFile& file = *static_cast<OpenFile*>(handle);
+    if (self(context).diskFails() || file.at >= file.node->content.size()) return false;
+    *byte = static_cast<std::uint8_t>(file.node->content[file.at++]);
+    return true;
+  };
+  platform_.writeBytes = [](void* context, void* file, const char* data, std::size_t count) {
+    // A broken disk takes half of it.
+    const std::size_t taken = self(context).diskFails() ? count / 2 : count;
+    static_cast<OpenFile*>(file)->node->content.append(data, taken);
+    return taken;
+  };
+  platform_.closeFile = [](void* context, void* file) {
+    delete static_cast<OpenFile*>(file);
+    self(context).openFiles -= 1;
+  };
+}
+
+void MemoryPlatform::setSystemFunctions() {
+  // Paths without a drive are below the current directory.
+  platform_.fullPath = [](void* context, const char* path, PathText& absolute) {
+    const std::string_view text = path;
+    const bool isFull = text.starts_with("\\\\") || (text.size() > 1 && text[1] == ':');
+    return joinPath(absolute, {isFull ? "" : self(context).currentDirectory, text});
+  };
+  platform_.diskSpace = [](void* context, const char* root, DiskSpace* space) {
+    const auto& known = self(context).disks;
+    const auto found = known.find(root);
+    *space = found != known.end() ? found->second : DiskSpace{0x10000, 8, 512};
+    return space->bytesPerSector != 0;
+  };
+  platform_.osVersion = [](void* context, OsVersion* answer) {
+    *answer = self(context).version;
+    return true;
+  };
+  platform_.obtainShellAllocator = [](void* context) { return self(context).allocatorResult; };
+  platform_.windowsDirectory = [](void*, PathText& path) { copyPath(path, "C:\\Windows"); };
+  platform_.systemDirectory = [](void*, PathText& path) {
+    copyPath(path, "C:\\Windows\\System32");
+  };
+  platform_.currentDirectory = [](void* context, PathText& path) {
+    copyPath(path, self(context).currentDirectory);
+  };
+  platform_.machineValue = [](void* context, const char* key, const char* name, PathText& value) {
+    const bool known = std::string_view(key) == "SOFTWARE\\Microsoft\\Windows\\CurrentVersion" &&
+                       std::string_view(name) == "ProgramFilesDir";
+    return known && !self(context).programFiles.empty() &&
+           copyPath(value, self(context).programFiles);
+  };
+  platform_.programsFolder = [](void* context, PathText& path) {
+    copyPath(path, "C:\\Menu\\Programs");
+    return self(context).programsResult;
+  };
+  platform_.initializeCom = [](void* context) { return self(context).comResult; };
+  platform_.makeShortcut = [](void* context, const char* target, const char* linkFile,
+                              const char* description) {
+    if (self(context).diskFails()) return -1;
+    self(context).links.push_back({target, linkFile, description});
+    return kResultOk;
+  };
+}
+
+void MemoryPlatform::setScreenFunctions() {
+  platform_.showPage = [](void* context, Page page) {
+    self(context).pages.push_back(page);
+    return !self(context).onPage || self(context).onPage(page);
+  };
+  platform_.clearStopRequest = [](void* context) {
+    if (self(context).onClearStop) self(context).onClearStop();
+  };
+  platform_.exploreFolder = [](void* context, const char* folder) {
+    self(context).explored.emplace_back(folder);
+  };
+  platform_.showMainWindow = [](void* context) { self(context).mainShown = true; };
+  platform_.sendExit = [](void* context) { self(context).exits += 1; };
+}
+
 void MemoryPlatform::addDirectory(const std::string& path) {
-  const std::string key = keyOf(path);
-  if (nodes_.contains(key)) return;
-  const std::size_t parent = path.rfind('\\');
-  if (parent != std::string::npos && parent > 1) addDirectory(path.substr(0, parent));
-  nodes_[key] = Node{path, true, "", false, 0};
+  if (path.empty()) return;
+  addDirectory(parentOf(path));
+  nodes_[path].isDirectory = true;
 }
 
 Node& MemoryPlatform::addFile(const std::string& path, const std::string& content) {
-  addDirectory(path.substr(0, path.rfind('\\')));
-  return nodes_[keyOf(path)] = Node{path, false, content, false, 0};
-}
-
-const Node* MemoryPlatform::find(const std::string& path) const {
-  const auto found = nodes_.find(keyOf(path));
-  return found == nodes_.end() ? nullptr : &found->second;
+  addDirectory(parentOf(path));
+  return nodes_[path] = {false, content};
 }
 
 bool MemoryPlatform::hasDirectory(const std::string& path) const {
@@ -302,13 +224,38 @@ std::string MemoryPlatform::contentOf(const std::string& path) const {
   return node && !node->isDirectory ? node->content : "(none)";
 }
 
-std::vector<std::string> MemoryPlatform::filesBelow(const std::string& directory) const {
+std::vector<std::string> MemoryPlatform::filesBelow(const std::string& start) const {
   std::vector<std::string> files;
-  const std::string prefix = keyOf(directory) + "\\";
-  for (const auto& [key, node] : nodes_) {
-    if (!node.isDirectory && key.starts_with(prefix)) files.push_back(node.path);
+  for (const auto& [path, node] : nodes_) {
+    if (!node.isDirectory && path.starts_with(start)) files.push_back(path);
   }
   return files;
+}
+
+// Of one path, or of all in a directory ("...\*"); the first one last.
+std::vector<FileEntry> MemoryPlatform::entriesLike(const std::string& pattern) const {
+  if (!pattern.ends_with("\\*")) {
+    const Node* const node = find(pattern);
+    return node ? std::vector{entryOf(pattern, *node)} : std::vector<FileEntry>();
+  }
+  const std::string directory = pattern.substr(0, pattern.size() - 2);
+  if (!hasDirectory(directory)) return {};
+  const Node dots = {true, ""};
+  std::vector<FileEntry> entries = {entryOf(".", dots), entryOf("..", dots)};
+  for (const auto& [path, node] : nodes_) {
+    if (EqualNoCase(parentOf(path), directory)) entries.push_back(entryOf(path, node));
+  }
+  std::reverse(entries.begin(), entries.end());
+  return entries;
+}
+
+bool MemoryPlatform::canCreate(const std::string& path) const {
+  return path.size() < kPathSize && (parentOf(path).empty() || hasDirectory(parentOf(path)));
+}
+
+const Node* MemoryPlatform::find(const std::string& path) const {
+  const auto found = nodes_.find(path);
+  return found == nodes_.end() ? nullptr : &found->second;
 }
 
 }  // namespace imx::test

@@ -14,7 +14,6 @@ namespace imx::test {
 
 /// A file or directory.
 struct Node {
-  std::string path;  ///< as it was made
   bool isDirectory = false;
   std::string content;
   bool readOnly = false;
@@ -28,7 +27,12 @@ struct Link {
   bool operator==(const Link&) const = default;
 };
 
-/// Paths compare without regard to case; directories must exist before what is put into them.
+/// Names in it are the same whatever their case.
+struct NoCaseLess {
+  bool operator()(const std::string& a, const std::string& b) const;
+};
+
+/// Directories must exist before what is put into them.
 class MemoryPlatform {
  public:
   MemoryPlatform();
@@ -41,12 +45,11 @@ class MemoryPlatform {
   void addDirectory(const std::string& path);
   /// Makes the file and its parents.
   Node& addFile(const std::string& path, const std::string& content);
-  const Node* find(const std::string& path) const;
   bool hasDirectory(const std::string& path) const;
   /// Content of a file; "(none)" when there is none.
   std::string contentOf(const std::string& path) const;
-  /// Paths of all files below a directory, as they were made.
-  std::vector<std::string> filesBelow(const std::string& directory) const;
+  /// Paths of all files that start like this, as they were made.
+  std::vector<std::string> filesBelow(const std::string& start) const;
 
   // What the computer is like.
   OsVersion version{2, 5, 1};
@@ -54,9 +57,9 @@ class MemoryPlatform {
   ResultCode programsResult = kResultOk;
   ResultCode comResult = kResultOk;
   std::string currentDirectory = "E:\\";
-  std::string programFiles = "C:\\Program Files";  ///< empty: no such value
-  std::map<std::string, DiskSpace> disks;          ///< by root in lower case; others have plenty
-  std::string unmakable;                           ///< a directory that cannot be made
+  std::string programFiles = "C:\\Program Files";      ///< empty: no such value
+  std::map<std::string, DiskSpace, NoCaseLess> disks;  ///< by root; others have plenty
+  std::string unmakable;                               ///< a directory that cannot be made
 
   // The call, counted from 0 over all that touch the disk, that fails as if it were broken.
   static constexpr int kNever = -1;
@@ -79,20 +82,19 @@ class MemoryPlatform {
   bool mainShown = false;
 
  private:
-  struct OpenFile {
-    std::string key;
-    std::size_t at;
-  };
-  struct Search {
-    std::vector<FileEntry> entries;
-    std::size_t at;
-  };
-  friend struct PlatformFunctions;
+  void setSearchFunctions();
+  void setDirectoryFunctions();
+  void setFileFunctions();
+  void setSystemFunctions();
+  void setScreenFunctions();
 
   bool diskFails() { return diskCalls++ == failAt; }
+  std::vector<FileEntry> entriesLike(const std::string& pattern) const;
+  bool canCreate(const std::string& path) const;
+  const Node* find(const std::string& path) const;
 
-  Platform platform_;
-  std::map<std::string, Node> nodes_;  ///< by normalised path
+  Platform platform_ = {};
+  std::map<std::string, Node, NoCaseLess> nodes_;  ///< by path
 };
 
 }  // namespace imx::test

@@ -3,7 +3,7 @@
 namespace imx::test {
 
 const std::vector<SampleFile>& sampleFiles() {
-  using enum Choice;
+  using enum InstallCondition;
   static const std::vector<SampleFile> files = {
       {"glint.exe", "C:\\Apps\\G\\glint.exe", "glint", "glint", kProgramFiles, glint},
       {"twistel.exe", "C:\\Apps\\G\\twistel.exe", "twist", "twist", kProgramFiles, twistel},
@@ -44,7 +44,7 @@ const std::vector<SampleFile>& sampleFiles() {
 
 void addSampleMedium(MemoryPlatform& computer) {
   for (const SampleFile& file : sampleFiles()) {
-    computer.addFile("E:\\nt9895\\" + file.source, file.content).readOnly = true;
+    computer.addFile("E:\\nt9895\\" + file.source, file.content);
   }
   computer.addFile("E:\\nt9895\\images\\more\\3.trm", "three");
   computer.addFile("E:\\nt9895\\readme.txt", "not listed");
@@ -63,20 +63,6 @@ InstallSettings sampleSettings() {
   copyPath(settings.dataDir, "C:\\Apps\\D x");
   copyPath(settings.groupName, "Glim");
   return settings;
-}
-
-bool isChosen(const InstallSettings& settings, const SampleFile& file) {
-  switch (file.choice) {
-    case Choice::always:
-      return true;
-    case Choice::glint:
-      return settings.installGlint != 0;
-    case Choice::twistel:
-      return settings.installTwistel != 0;
-    case Choice::help:
-      return settings.installGlint != 0 && settings.installDocs != 0;
-  }
-  return false;
 }
 
 }  // namespace imx::test

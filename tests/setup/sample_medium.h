@@ -9,8 +9,6 @@
 
 namespace imx::test {
 
-enum class Choice { always, glint, twistel, help };
-
 /// A file of the medium, in the order of installing.
 struct SampleFile {
   std::string source;       ///< below E:\nt9895
@@ -18,19 +16,15 @@ struct SampleFile {
   std::string content;
   std::string installed;  ///< content after installing
   InstallCategory category;
-  Choice choice;
+  InstallCondition condition;
 };
 
 const std::vector<SampleFile>& sampleFiles();
 
-/// Puts the medium into drive E, with sub-directories and a directory named as a file that are
-/// not to be installed, and read-only attributes as on a CD.
+/// Puts the medium into drive E, with files that are not to be installed.
 void addSampleMedium(MemoryPlatform& computer);
 
 /// Both applications and the documentation, in C:\Apps\G and below; the group is "Glim".
 InstallSettings sampleSettings();
-
-/// Whether the settings' choices include the file.
-bool isChosen(const InstallSettings& settings, const SampleFile& file);
 
 }  // namespace imx::test

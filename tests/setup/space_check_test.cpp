@@ -11,7 +11,7 @@ class SpaceCheck : public testing::Test {
  protected:
   std::int32_t check() { return checkSpace(computer.platform(), settings); }
   // Free bytes of drive C as one cluster of one sector.
-  void setFree(std::uint32_t bytes) { computer.disks["c:"] = {1, 1, bytes}; }
+  void setFree(std::uint32_t bytes) { computer.disks["C:\\"] = {1, 1, bytes}; }
 
   MemoryPlatform computer;
   InstallSettings settings = sampleSettings();
@@ -70,16 +70,16 @@ TEST_F(SpaceCheck, RequiredBytesAreSigned32Bit) {
 
 TEST_F(SpaceCheck, FreeBytesWrapAt4GiB) {
   settings.categoryBytes[kProgramFiles] = 10;
-  computer.disks["c:"] = {0x100000, 8, 512};  // exactly 4 GiB
+  computer.disks["C:\\"] = {0x100000, 8, 512};  // exactly 4 GiB
   EXPECT_EQ(1, check());
-  computer.disks["c:"] = {0x100001, 8, 512};
+  computer.disks["C:\\"] = {0x100001, 8, 512};
   EXPECT_EQ(0, check());
 }
 
 TEST_F(SpaceCheck, ADriveThatCannotBeAskedHasNoRoom) {
   settings.categoryBytes[kDataFiles] = 10;
   copyPath(settings.dataDir, "Q:\\data");
-  computer.disks["q:"] = {100, 100, 0};
+  computer.disks["Q:\\"] = {100, 100, 0};
   EXPECT_EQ(1, check());
 }
 

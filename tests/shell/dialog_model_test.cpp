@@ -4,11 +4,12 @@
 #include <string>
 
 #include "ops/operations.h"
-#include "shell/model/about_text.h"
 #include "shell/model/number_text.h"
 #include "shell/model/open_filter.h"
+#include "shell/model/rubber_band.h"
 #include "shell/model/save_texts.h"
 #include "shell/model/scroll.h"
+#include "shell/model/window_table.h"
 
 namespace imx {
 namespace {
@@ -86,6 +87,16 @@ TEST(ColourCount, BeyondWhat32BitsCount) {
             "This image has 16777216 colors. 0.17% utilization.");
 }
 
+TEST(WindowTable, UnsavedIsChangedOrNameless) {
+  ImageRecord image = {};
+  image.flags = kFlagAlpha | kFlagPixelsChanged | kFlagDisplayStale;
+  EXPECT_FALSE(IsUnsaved(image));
+  for (const std::uint32_t flag : {kFlagChanged, kFlagNameGenerated}) {
+    image.flags = flag;
+    EXPECT_TRUE(IsUnsaved(image)) << flag;
+  }
+}
+
 TEST(OpenFilter, PairsInTableOrder) {
   std::string filter = BuildOpenFilter();
   for (char& c : filter) c = c == '\0' ? '|' : c;
@@ -96,14 +107,28 @@ TEST(OpenFilter, PairsInTableOrder) {
       "*.gry;*.raw;*.jpg;*.tif;*.iff;*.pcx;*.rgb;*.ppm;*.png;*.trm||"));
 }
 
-TEST(About, NamesTheFileTypes) {
-  const std::string text = AboutText("1.2.3");
-  EXPECT_EQ(text.find("Quillmark Viewer 1.2.3\n"), 0U);
-  const std::size_t readOnly = text.find("\n\nOpens:\n");
-  ASSERT_NE(readOnly, std::string::npos);
-  EXPECT_LT(text.find("PNG (*.png)"), readOnly);
-  EXPECT_GT(text.find("Photoshop (*.psd)"), readOnly);
-  EXPECT_NE(text.find("Photoshop (*.psd)"), std::string::npos);
+RubberBand Dragged(Point from, Point to, std::int32_t width, std::int32_t height) {
+  RubberBand band = {};
+  BeginRubberBand(band, from, width, height);
+  DragRubberBand(band, to);
+  return band;
+}
+
+TEST(RubberBand, AspectLockKeepsTheDiagonalsLength) {
+  // 640 : 480 has the diagonal 800, so 100 along it are 80 across and 60 down.
+  EXPECT_EQ(Dragged({10, 10}, {110, 10}, 640, 480).shape, (ClipRegion{10, 10, 90, 70}));
+  EXPECT_EQ(Dragged({10, 10}, {10, 110}, 640, 480).shape, (ClipRegion{10, 10, 90, 70}));
+  EXPECT_EQ(Dragged({110, 110}, {10, 110}, 640, 480).shape, (ClipRegion{10, 110, 90, 170}));
+  EXPECT_EQ(Dragged({5, 5}, {5, 5}, 640, 480).shape, (ClipRegion{5, 5, 5, 5}));
+  // Dragged along its own diagonal.
+  EXPECT_EQ(Dragged({0, 0}, {3, 4}, 3, 4).shape, (ClipRegion{0, 0, 3, 4}));
+}
+
+TEST(RubberBand, MovingKeepsTheLockedSize) {
+  RubberBand band = Dragged({10, 10}, {110, 10}, 640, 480);
+  GrabRubberBand(band, {110, 10});
+  DropRubberBand(band, {100, 30});
+  EXPECT_EQ(band.shape, (ClipRegion{0, 30, 80, 90}));
 }
 
 }  // namespace

@@ -36,21 +36,6 @@ TEST_F(OutputChoicesTest, StartsFromTheImageElseFromTheLastType) {
   EXPECT_EQ(BeginOutputChoices(*image).depth, 0);
 }
 
-TEST_F(OutputChoicesTest, ListsWhatCanBeSaved) {
-  const std::vector<std::string> types = SaverLabels();
-  EXPECT_EQ(types.size(), 20U);
-  EXPECT_EQ(types[0], "Targa (*.tga)");
-  EXPECT_EQ(types[4], "Softimage (*.pic)") << "Flick, AVI and Photoshop are passed over";
-  using Labels = std::vector<std::string>;
-  EXPECT_EQ(DepthLabels(Row("tga")),
-            (Labels{"32-bit (16m colors + Alpha)", "24-bit (16m colors)"}));
-  EXPECT_EQ(DepthLabels(Row("bmp")),
-            (Labels{"24-bit (16m colors)", "8-bit (256 values) - [reduction]",
-                    "4-bit (16 values) - [reduction]", "1-bit (2 values) - [reduction]"}));
-  EXPECT_EQ(DepthLabels(Row("jpg")), Labels{"24-bit (16m colors) - [lossy]"});
-  EXPECT_EQ(DepthLabels(Row("rgb")).back(), "8-bit (256 values) - [greyscale]");
-}
-
 TEST_F(OutputChoicesTest, AnotherTypeStartsAtItsFirstDepth) {
   OutputChoices choices = BeginOutputChoices(*image);
   Select(choices, "png");

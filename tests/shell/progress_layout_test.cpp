@@ -23,18 +23,6 @@ TEST(ProgressFraction, Percentages) {
   }
 }
 
-TEST(ProgressFraction, ALongLoopShowsAtMostOnceForEachPercent) {
-  int changes = 0;
-  std::int32_t last = -1;
-  for (std::int32_t row = 0; row < 5000; ++row) {
-    const std::int32_t now = PercentageAt(row, 5000);
-    EXPECT_GE(now, last);
-    if (now != last) ++changes;
-    last = now;
-  }
-  EXPECT_EQ(changes, 100);  // 0 to 99
-}
-
 TEST(ProgressLayout, StopButtonTakesTheLowerHalf) {
   const Box client = {0, 0, 300, 60};
   const ProgressLayout layout = LayOutProgress(client, true, 1.0F);

@@ -81,7 +81,7 @@ TEST_F(ProgressWindowTest, StopIsAnsweredUntilTheEnd) {
   });
 }
 
-TEST_F(ProgressWindowTest, SuppressedBeginsOpenNothing) {
+TEST_F(ProgressWindowTest, MayBeSuppressedOrClosedByTheUser) {
   Run([](HWND) {
     SuppressProgress(true);
     ProgressBeginAbortable("Starting", 10, 1);
@@ -89,14 +89,6 @@ TEST_F(ProgressWindowTest, SuppressedBeginsOpenNothing) {
     EXPECT_EQ(FindWindowA(kProgressClass, nullptr), nullptr);
     ProgressEnd();
     SuppressProgress(false);
-    ProgressBegin("Working", 10, 1);
-    EXPECT_NE(ProgressWindow(), nullptr);
-    ProgressEnd();
-  });
-}
-
-TEST_F(ProgressWindowTest, TheUserMayCloseIt) {
-  Run([](HWND) {
     ProgressBegin("Working", 10, 1);
     PostMessageA(ProgressWindow(), WM_CLOSE, 0, 0);
     ProgressUpdate(1);

@@ -52,13 +52,18 @@ TEST_F(RubberBandWindow, SetsTheClipRegion) {
     Mouse(window, WM_MOUSEMOVE, MK_LBUTTON | MK_RBUTTON, 40, 45);
     EXPECT_EQ(CurrentClipRegion(), (ClipRegion{40, 15, 70, 45}));
     EXPECT_EQ(ScreenPixel(window, 45, 15), kInverted);
-    Mouse(window, WM_RBUTTONUP, MK_LBUTTON, 40, 45);
+    Mouse(window, WM_RBUTTONDOWN, MK_LBUTTON | MK_RBUTTON, 90, 90);  // already moving
+    Mouse(window, WM_RBUTTONUP, MK_LBUTTON, 41, 46);
+    EXPECT_EQ(CurrentClipRegion(), (ClipRegion{41, 16, 71, 46}));
 
     Mouse(window, WM_LBUTTONUP, 0, 42, 47);
-    EXPECT_EQ(CurrentClipRegion(), (ClipRegion{42, 15, 70, 47}));
+    EXPECT_EQ(CurrentClipRegion(), (ClipRegion{42, 16, 71, 47}));
     ExpectErased(window);
 
     Mouse(window, WM_LBUTTONDOWN, MK_LBUTTON, 10, 10);
+    Mouse(window, WM_RBUTTONDOWN, MK_LBUTTON | MK_RBUTTON, 10, 10);
+    Mouse(window, WM_LBUTTONUP, MK_RBUTTON, 10, 10);
+    Mouse(window, WM_LBUTTONDOWN, MK_LBUTTON, 10, 10);  // a new one, which does not move
     Mouse(window, WM_MOUSEMOVE, MK_LBUTTON, 20, 20);
     Mouse(window, WM_MOUSEMOVE, 0, 30, 30);  // the button went up elsewhere
     ExpectErased(window);

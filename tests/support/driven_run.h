@@ -15,6 +15,18 @@ inline constexpr DWORD kAnswerMilliseconds = 30'000;
 /// seen from the test programs' folder.
 std::string PlaceFrom(const char* variable, const char* fromTests);
 
+/// Waits until it is so. False when the time runs out first.
+template <typename Condition>
+bool Becomes(Condition&& condition) {
+  constexpr DWORD kPollMilliseconds = 20;
+  const DWORD start = GetTickCount();
+  while (!condition()) {
+    if (GetTickCount() - start > kAnswerMilliseconds) return false;
+    Sleep(kPollMilliseconds);
+  }
+  return true;
+}
+
 /// The running program. What goes wrong is reported as a test failure; afterwards no dialog is
 /// found any more. Ended by force when the object goes.
 class DrivenRun {

@@ -12,20 +12,8 @@ namespace imx::test {
 
 namespace {
 
-constexpr DWORD kPollMilliseconds = 20;
 constexpr int kNameField = 0x47C;  // of the system's file dialogs
 const char kImageClass[] = "KZ_kidz_clazz";
-
-/// Waits until it is so. False when the time runs out first.
-template <typename Condition>
-bool Becomes(Condition&& condition) {
-  const DWORD start = GetTickCount();
-  while (!condition()) {
-    if (GetTickCount() - start > kAnswerMilliseconds) return false;
-    Sleep(kPollMilliseconds);
-  }
-  return true;
-}
 
 /// The image in the upper left of a picture that is black beyond it.
 ImageGuard OnBlack(const ImageRecord& image, int width, int height) {

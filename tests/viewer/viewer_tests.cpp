@@ -117,7 +117,11 @@ TEST_F(ViewerTest, OpensLooksEditsAndSaves) {
   Operations().scaleFactor = 2;
   const ImageGuard large = Made(RescaleRegion, *clip, {0, 0, 39, 39});
   run.ExpectShown(run.Image(4, "NEW_"), *large);
-  EXPECT_EQ(PixelAt(*large, 79, 2), PixelAt(*photo, 49, 21));
+  DrivenRun imx(ProgramOfBuild("imx.exe"), "",
+                {"convert", temp.file("photo.png"), "--region", "10,20,49,59", "--clip",
+                 "--rescale", "2", temp.file("large.png")});
+  imx.ExpectEnd();
+  EXPECT_EQ(Difference(*large, *Loaded(temp.file("large.png"))), "");
 
   run.Choose("ts");
   run.TypeFactor("Resampling", "1.000000", "0.75");
@@ -165,6 +169,10 @@ TEST_F(ViewerTest, OpensLooksEditsAndSaves) {
   run.ExpectAndClose("Failure", "The image could not be saved as\n" + temp.file("photo.tga") +
                                     ":\nno file type has been chosen for it yet.");
 
+  run.Choose("ha");
+  run.ExpectAndClose(
+      "About Quillmark Viewer",
+      "Opens:\nFlick (*.flc), AVI (*.avi), Photoshop (*.psd), Flick (*.fli), DEM (*.dem)");
   run.Choose("fx");
   run.ExpectEnd();
   Output().interlace = 1;
@@ -178,7 +186,7 @@ TEST_F(ViewerTest, OpensLooksEditsAndSaves) {
 
 constexpr int kFrameWidth = 60, kFrameHeight = 30;
 
-/// One frame of the sequences below.
+/// One frame of the sequence below.
 ImageGuard Frame(int number) {
   ImageGuard image = Solid(kFrameWidth, kFrameHeight, {0, 0, 0, 255});
   for (int y = 0; y < kFrameHeight; ++y) {
@@ -203,31 +211,19 @@ Bytes Flic(int frames) {
   return FlicFile(kFlc, kFrameWidth, kFrameHeight, all);
 }
 
-Bytes Avi(int frames) {
-  std::vector<Bytes> all;
-  for (int i = 0; i < frames; ++i) {
-    ByteBuilder rows = LittleEndian();
-    const ImageGuard frame = Frame(i);  // whose rows are all the same
-    for (std::uint32_t at = 0; at < frame->pixelCount; ++at) {
-      rows.List({0, 0, frame->pixels[4 * at]});
-    }
-    all.push_back(rows.bytes());
-  }
-  return AviFile({kFrameWidth, kFrameHeight, 24}, {}, all);
-}
-
 TEST_F(ViewerTest, AsksForWhatFilesDoNotTell) {
   Bytes triples;
   for (std::uint8_t i = 0; i < 3 * 4 * 2; ++i) triples.push_back(i);
   const std::string raw = temp.Write("shot.bin", triples);
   const std::string gone = temp.file("gone.png");
-  ViewerRun run({temp.Write("clip.flc", Flic(6)), temp.Write("clip.avi", Avi(6))});
+  const std::string clip = temp.Write("clip.flc", Flic(6));
+  ViewerRun run({clip, clip});
   run.PickFifthFrame();
-  const HWND flic = run.Image(1, "clip.flc {fr #4}");
+  const HWND first = run.Image(1, "clip.flc {fr #4}");
   run.PickFifthFrame();
-  const HWND avi = run.Image(2, "clip.avi {fr #4}");
-  run.ExpectShown(flic, *Frame(4));
-  run.ExpectShown(avi, *Frame(4));
+  const HWND second = run.Image(2, "clip.flc {fr #4}");
+  run.ExpectShown(first, *Frame(4));
+  run.ExpectShown(second, *Frame(4));
 
   EXPECT_TRUE(DropFiles(run.program(), run.window(), {raw, gone, raw}));
   if (run.Expect("RAW Image Loader Guide")) {
@@ -258,7 +254,7 @@ TEST_F(ViewerTest, AsksForWhatFilesDoNotTell) {
   run.ExpectAndClose("SA Program Message", "This image has 8 colors. 100.00% utilization.");
 
   // The first image was the current one; when it is closed the second is, 2 : 1 as it is.
-  run.Close(flic);
+  run.Close(first);
   run.Choose("tm");
   run.Expect("Select Image to use as Source");
   EXPECT_FALSE(IsWindowEnabled(shot));
@@ -276,7 +272,7 @@ TEST_F(ViewerTest, AsksForWhatFilesDoNotTell) {
   run.ExpectShown(shot, *wanted);
   run.PressButton(IDCANCEL);
   run.ExpectGone(shot);
-  run.Close(avi);
+  run.Close(second);
   run.Choose("fs");
   run.ExpectAndClose("Info", "No files to save!");
   run.Choose("fu");
@@ -290,50 +286,20 @@ TEST_F(ViewerTest, AHundredWindows) {
   const std::vector<std::string> files(101, Stored("one.tga", *image, 1));
   ViewerRun run(files);
   run.ExpectAndClose("Failure", "Could not open window, no image loaded!");
-  run.Close(run.Image(100, "one.tga"));
+  run.Close(run.Image(70, "one.tga"));
+  run.Close(run.Image(30, "one.tga"));
   run.Choose("fo");
   run.TypePath("Open Image", files[0]);
   run.ExpectShown(run.Image(101, "one.tga"), *image);
-  run.Choose("fx");
-  run.ExpectEnd();
-}
-
-TEST_F(ViewerTest, DoesWhatTheCommandLineDoes) {
-  const ImageGuard image = PhotoLike(300, 200);
-  const std::string in = Stored("in.tga", *image, 1);
-  const std::string out = temp.file("out.png");
-  DrivenRun imx(ProgramOfBuild("imx.exe"), "",
-                {"convert", in, "--region", "10,10,200,150", "--clip", "--rescale", "2", "--gamma",
-                 "1.5", out});
-  imx.ExpectEnd();
-  const ImageGuard wanted = Loaded(out);
-
-  ViewerRun run({in});
-  const HWND first = run.Image(1, "in.tga");
-  run.ExpectShown(first, *image);
-  run.Choose("tc");
-  run.Drag(first, {10, 10}, {200, 150});
-  const HWND clip = run.Image(2, "NEW_");
-  run.ExpectShown(clip, *Made(ClipToRegion, *image, {10, 10, 200, 150}));
-  run.Choose("tr");
-  run.TypeFactor("Scale Region", "1.000000", "2");
-  run.Drag(clip, {0, 0}, {190, 140});
-  const HWND large = run.Image(3, "NEW_");
-  Operations().scaleFactor = 2;
-  run.ExpectShown(large, *Made(RescaleRegion, *image, {10, 10, 200, 150}));
-  run.Choose("tg");
-  run.TypeFactor("Apply Gamma Correction", "1.000000", "1.5");
-  run.Drag(large, {5, 5}, {5, 5});
-  run.ExpectShown(large, *wanted);
   run.Choose("fs");
-  run.PickImage("Select File to Save", 3);
-  run.Save("PNG", "24-bit", kNoOption, temp.file("viewer.png"));
-  run.Choose("ha");
-  run.Expect("About Quillmark Viewer");
-  run.PressButton(IDOK);
+  if (run.Expect("Select File to Save")) {
+    EXPECT_TRUE(SelectInListBox(run.dialog(), IDC_WINDOW_LIST, "[101] "));
+    EXPECT_EQ(SendDlgItemMessageA(run.dialog(), IDC_WINDOW_LIST, LB_GETCURSEL, 0, 0), 29)
+        << "the first free slot";
+  }
+  run.PressButton(IDCANCEL);
   run.Choose("fx");
   run.ExpectEnd();
-  EXPECT_EQ(Difference(*wanted, *Loaded(temp.file("viewer.png"))), "");
 }
 
 }  // namespace

@@ -1,9 +1,11 @@
 #include "tests/wizard/install_tree.h"
 
 #include <algorithm>
-#include <cctype>
+#include <cstring>
 #include <filesystem>
+#include <regex>
 #include <string_view>
+#include <utility>
 
 #include "shell/win32/windows_api.h"
 #include "tests/support/files.h"
@@ -17,60 +19,54 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string WithoutCase(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return text;
+/// Where a file or folder of the install data goes; empty when it is not wanted.
+std::string DestinationOf(const fs::path& path, const Choices& choices) {
+  const bool help = choices.docs && choices.glint;
+  const std::string name = path.filename().string();
+  for (const auto& [folder, to] : {std::pair("data", choices.dataDir),
+                                   {"images", choices.picturesDir},
+                                   {"html_docs", help ? choices.helpDir : ""}}) {
+    if (*path.begin() != folder) continue;
+    return to.empty() ? to : to + path.string().substr(std::strlen(folder));
+  }
+  if (name.ends_with(".ini")) return WindowsDirectory() + "\\" + name;
+  if (name.starts_with("msv")) {
+    const std::string library = SystemDirectory() + "\\" + name;
+    return FileExists(library) ? "" : library;
+  }
+  const bool wanted = name == "glint.exe" || name == "twainlnk.dll"     ? choices.glint
+                      : name == "twistel.exe" || name == "demoloop.avi" ? choices.twistel
+                                                                        : true;
+  return wanted ? choices.programDir + "\\" + name : "";
 }
 
-bool IsTemplate(const fs::path& file) {
+/// Whether the tokens of a file of the install data are replaced.
+bool IsTemplate(const fs::path& path) {
+  const std::string folder = path.parent_path().string();
+  if (folder.empty()) return path == "winglint.ini" || path == "twistel.ini";
   static constexpr std::string_view kEndings[] = {".tml", ".mpt", ".mpr", ".psy", ".ini"};
-  const std::string ending = WithoutCase(file.extension().string());
-  return std::find(std::begin(kEndings), std::end(kEndings), ending) != std::end(kEndings);
+  const std::string ending = path.extension().string();
+  return (folder == "data" || folder == "data\\psys") &&
+         std::find(std::begin(kEndings), std::end(kEndings), ending) != std::end(kEndings);
 }
 
-enum class Copy { plain, expanded, ifMissing };
-
-/// Collects the files of one installation.
-class Collector {
- public:
-  Collector(const std::string& medium, const Choices& choices, Expectation* expectation)
-      : package_(fs::path(medium) / "nt9895"), choices_(choices), expectation_(expectation) {}
-
-  void AddDirectory(const std::string& path) { expectation_->tree[path].isDirectory = true; }
-
-  void AddFile(const fs::path& source, const std::string& to, Copy copy) {
-    if (!fs::is_regular_file(source)) return;
-    const std::string target = to + "\\" + source.filename().string();
-    if (copy == Copy::ifMissing && FileExists(target)) return;
-    Bytes content = ReadFile(source.string());
-    ++expectation_->files;
-    expectation_->bytes += content.size();
-    if (copy == Copy::expanded && IsTemplate(source)) content = ExpandTokens(content, choices_);
-    expectation_->tree[target].content = std::move(content);
+/// A template's text with its directory tokens replaced.
+Bytes ExpandTokens(const Bytes& bytes, const Choices& choices) {
+  static const std::regex token("%[^idhD]*([idhD])[\\s\\S]{2}");
+  std::string barred = choices.dataDir;
+  std::replace(barred.begin(), barred.end(), ' ', '|');
+  const std::map<std::string, std::string> directories = {
+      {"i", choices.picturesDir},
+      {"d", choices.dataDir},
+      {"h", choices.docs && choices.glint ? choices.helpDir : ""},
+      {"D", barred}};
+  std::string text(bytes.begin(), bytes.end());
+  std::string expanded;
+  for (std::smatch match; std::regex_search(text, match, token); text = match.suffix()) {
+    expanded += match.prefix().str() + directories.at(match[1]);
   }
-
-  void AddFiles(std::initializer_list<const char*> names, const std::string& to, Copy copy) {
-    for (const char* const name : names) AddFile(package_ / name, to, copy);
-  }
-
-  void AddFolder(const char* from, const std::string& to, Copy copy) {
-    AddDirectory(to);
-    if (!fs::is_directory(package_ / from)) return;
-    for (const auto& entry : fs::directory_iterator(package_ / from)) {
-      AddFile(entry.path(), to, copy);
-    }
-  }
-
- private:
-  fs::path package_;
-  const Choices& choices_;
-  Expectation* expectation_;
-};
-
-std::string Barred(std::string text) {
-  std::replace(text.begin(), text.end(), ' ', '|');
-  return text;
+  expanded += text;
+  return {expanded.begin(), expanded.end()};
 }
 
 }  // namespace
@@ -95,60 +91,21 @@ std::string ProgramsFolder() {
 
 Expectation ExpectInstallation(const std::string& medium, const Choices& choices) {
   Expectation expectation;
-  Collector files(medium, choices, &expectation);
-  const std::string& program = choices.programDir;
-  const std::string& data = choices.dataDir;
-
-  files.AddDirectory(program);
-  if (choices.glint) files.AddFiles({"glint.exe", "twainlnk.dll"}, program, Copy::plain);
-  if (choices.twistel) files.AddFiles({"twistel.exe", "demoloop.avi"}, program, Copy::plain);
-  files.AddFiles({"glintldjpeg.dll", "glintldtiff.dll", "glintpal.dll", "glintsvjpeg.dll"}, program,
-                 Copy::plain);
-  files.AddFiles({"colorset.ini"}, WindowsDirectory(), Copy::plain);
-  files.AddFiles({"winglint.ini", "twistel.ini"}, WindowsDirectory(), Copy::expanded);
-  files.AddFiles({"msvcp50.dll", "msvcrt.dll", "msvcrt40.dll"}, SystemDirectory(), Copy::ifMissing);
-
-  files.AddFolder("data", data, Copy::expanded);
-  for (const char* const folder :
-       {"land_pals", "tex_pals", "convos", "plugins", "scripts", "transitions", "psys\\pals"}) {
-    files.AddFolder((std::string("data\\") + folder).c_str(), data + "\\" + folder, Copy::plain);
-  }
-  files.AddFolder("data\\psys", data + "\\psys", Copy::expanded);
-  files.AddFolder("images", choices.picturesDir, Copy::plain);
-  if (choices.glint && choices.docs) {
-    files.AddFolder("html_docs", choices.helpDir, Copy::plain);
-    files.AddFolder("html_docs\\anims", choices.helpDir + "\\anims", Copy::plain);
-    files.AddFolder("html_docs\\pics", choices.helpDir + "\\pics", Copy::plain);
+  expectation.tree[choices.programDir].isDirectory = true;
+  const fs::path package = fs::path(medium) / "nt9895";
+  for (const auto& entry : fs::recursive_directory_iterator(package)) {
+    const fs::path path = entry.path().lexically_relative(package);
+    const std::string to = DestinationOf(path, choices);
+    if (to.empty()) continue;
+    TreeEntry& expected = expectation.tree[to];
+    expected.isDirectory = entry.is_directory();
+    if (expected.isDirectory) continue;
+    expected.content = ReadFile(entry.path().string());
+    ++expectation.files;
+    expectation.bytes += expected.content.size();
+    if (IsTemplate(path)) expected.content = ExpandTokens(expected.content, choices);
   }
   return expectation;
-}
-
-Bytes ExpandTokens(const Bytes& text, const Choices& choices) {
-  const std::string from(text.begin(), text.end());
-  std::string to;
-  std::size_t position = 0;
-  for (;;) {
-    const std::size_t percent = from.find('%', position);
-    to += from.substr(position, percent - position);
-    if (percent == std::string::npos) break;
-    const std::size_t code = from.find_first_of("idhD", percent + 1);
-    if (code == std::string::npos || code + 2 >= from.size()) break;
-    switch (from[code]) {
-      case 'i':
-        to += choices.picturesDir;
-        break;
-      case 'd':
-        to += choices.dataDir;
-        break;
-      case 'h':
-        if (choices.docs && choices.glint) to += choices.helpDir;
-        break;
-      default:
-        to += Barred(choices.dataDir);
-    }
-    position = code + 3;
-  }
-  return {to.begin(), to.end()};
 }
 
 Tree ReadTree(const std::string& directory) {

@@ -45,9 +45,6 @@ struct Expectation {
 /// count that the system lacks now.
 Expectation ExpectInstallation(const std::string& medium, const Choices& choices);
 
-/// A template's text with its directory tokens replaced.
-Bytes ExpandTokens(const Bytes& text, const Choices& choices);
-
 /// Everything below `directory`, without itself; empty when it is not there.
 Tree ReadTree(const std::string& directory);
 

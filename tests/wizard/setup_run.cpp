@@ -1,5 +1,7 @@
 #include "tests/wizard/setup_run.h"
 
+#include <gtest/gtest.h>
+
 #include "resources/wizard_ids.h"
 
 namespace imx::test {
@@ -13,17 +15,32 @@ std::string SetupProgram() {
 
 SetupRun::SetupRun(const std::string& medium) : DrivenRun(SetupProgram(), medium) {}
 
-void SetupRun::AnswerToLocations(const Choices& choices) {
-  Expect("Welcome");
-  PressButton(IDC_NEXT);
-  Expect("Choose Components");
-  if (!choices.glint) PressButton(IDC_GLINT);
-  if (!choices.twistel) PressButton(IDC_TWISTEL);
-  PressButton(IDC_NEXT);
-  Expect("Large Component Query");
-  if (!choices.docs) PressButton(IDC_DOCS);
-  PressButton(IDC_NEXT);
-  Expect("Install Locations");
+void SetupRun::NextTo(const std::string& title) {
+  for (const char* const page :
+       {"Welcome", "Choose Components", "Large Component Query", "Install Locations",
+        "Program Group Selection", "Installation Confirmation", "Storage Requirements"}) {
+    Expect(page);
+    if (page == title) return;
+    PressButton(IDC_NEXT);
+  }
+}
+
+void SetupRun::Leave(int button, const std::string& title) {
+  PressButton(button);
+  Expect(title);
+}
+
+void SetupRun::ExpectControls(const std::map<int, std::string>& wanted) {
+  if (lost()) return;
+  std::map<int, std::string> shown;
+  Becomes([&] {
+    for (const auto& [id, text] : wanted) {
+      shown[id] = ControlTextOf(dialog(), id) + (IsControlChecked(dialog(), id) ? " on" : "") +
+                  (IsControlEnabled(dialog(), id) ? "" : " (disabled)");
+    }
+    return shown == wanted;
+  });
+  EXPECT_EQ(shown, wanted);
 }
 
 void SetupRun::TypeLocations(const Choices& choices) {
@@ -37,14 +54,17 @@ void SetupRun::TypeLocations(const Choices& choices) {
 }
 
 void SetupRun::AnswerPages(const Choices& choices) {
-  AnswerToLocations(choices);
+  NextTo("Choose Components");
+  if (!choices.glint) PressButton(IDC_GLINT);
+  if (!choices.twistel) PressButton(IDC_TWISTEL);
+  Leave(IDC_NEXT, "Large Component Query");
+  if (!choices.docs) PressButton(IDC_DOCS);
+  Leave(IDC_NEXT, "Install Locations");
   TypeLocations(choices);
-  PressButton(IDC_NEXT);
-  if (Expect("Program Group Selection")) SetControlText(dialog(), IDC_GROUP, choices.group);
-  PressButton(IDC_NEXT);
-  Expect("Installation Confirmation");
-  PressButton(IDC_NEXT);
-  Expect("Storage Requirements");
+  Leave(IDC_NEXT, "Program Group Selection");
+  if (!lost()) SetControlText(dialog(), IDC_GROUP, choices.group);
+  Leave(IDC_NEXT, "Installation Confirmation");
+  Leave(IDC_NEXT, "Storage Requirements");
 }
 
 void SetupRun::Install() {

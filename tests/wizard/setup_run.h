@@ -1,6 +1,7 @@
 /// One run of the real setup program, answered dialog by dialog.
 #pragma once
 
+#include <map>
 #include <string>
 
 #include "tests/support/driven_run.h"
@@ -18,12 +19,18 @@ class SetupRun : public DrivenRun {
   /// Starts the setup program with `medium` as its current directory.
   explicit SetupRun(const std::string& medium);
 
+  /// Presses Next on every page before the one with this title, and waits for that.
+  void NextTo(const std::string& title);
+  /// Presses a button, which leads to the page with this title.
+  void Leave(int button, const std::string& title);
+
+  /// Waits until controls of the dialog look so, given by number: their texts, followed by " on"
+  /// when they are ticked and by " (disabled)".
+  void ExpectControls(const std::map<int, std::string>& wanted);
+
   /// Answers the pages from Welcome to Confirmation with the choices, and waits for the Storage
   /// page.
   void AnswerPages(const Choices& choices);
-
-  /// Answers the first pages likewise and waits for the Locations page.
-  void AnswerToLocations(const Choices& choices);
 
   /// Types the four directories; the Help field only when it is open to the user.
   void TypeLocations(const Choices& choices);

@@ -123,12 +123,13 @@ class Wizard : public testing::Test {
            std::to_string(expectation.bytes) + " bytes copied";
   }
 
-  /// The default course with `choices`, to the end.
-  Expectation InstallAll() {
+  /// The default course with `choices`, to the end; from the Storage page by Exit, which installs
+  /// as well, or as a user would.
+  Expectation InstallAll(bool byExit = false) {
     const Expectation expectation = ExpectInstallation(SampleMedium(), choices);
     SetupRun run(SampleMedium());
     run.AnswerPages(choices);
-    run.Install();
+    byExit ? run.PressButton(IDC_EXIT) : run.Install();
     run.ExpectAndClose("Wizard Finished", FinishText(expectation));
     run.ExpectEnd();
     return expectation;
@@ -160,7 +161,7 @@ TEST_F(Wizard, InstallsEverything) {
 TEST_F(Wizard, InstallsWhatWasChosen) {
   choices.twistel = false;
   choices.docs = false;
-  ExpectInstalled(InstallAll());
+  ExpectInstalled(InstallAll(true));
   EXPECT_EQ(Shortcuts(), std::vector{GlintLink()});
 }
 
@@ -171,46 +172,6 @@ TEST_F(Wizard, OverwritesAnEarlierInstallation) {
   SetFileAttributesA(old.c_str(), FILE_ATTRIBUTE_HIDDEN);
   ExpectInstalled(InstallAll());
   EXPECT_EQ(GetFileAttributesA(old.c_str()) & FILE_ATTRIBUTE_HIDDEN, 0u);
-}
-
-TEST_F(Wizard, RejectsPathsAndNames) {
-  const auto expectProblem = [](SetupRun& run, const char* label, const char* error) {
-    run.ExpectAndClose("Information Requires Change",
-                       std::string("There is a problem with the name of the...\n\n\t\t\"") + label +
-                           "\"\n\nThe error is...\n\n\"" + error + "\"");
-  };
-  Choices wrong;
-  wrong.programDir = "C:\\";
-  wrong.picturesDir = "C:\\b*";
-  wrong.helpDir = "C:\\a\\\\b";
-  wrong.dataDir = "C:\\a:b";
-  SetupRun run(SampleMedium());
-  run.AnswerToLocations(choices);
-  run.TypeLocations(wrong);
-  run.PressButton(IDC_NEXT);
-  expectProblem(run, "Glimmerix folder", "Path to root unacceptable, (too many files)");
-  expectProblem(run, "Pictures folder", "Illegal character in filename [*]");
-  expectProblem(run, "Help folder", "Multiple path separators (\\) not at root position");
-  expectProblem(run, "Data folder", "Colon in position other than after drive letter");
-
-  run.Expect("Install Locations");
-  run.TypeLocations(choices);
-  run.PressButton(IDC_NEXT);
-  if (run.Expect("Program Group Selection")) SetControlText(run.dialog(), IDC_GROUP, "a\\b");
-  run.PressButton(IDC_NEXT);
-  expectProblem(run, "Glimmerix group", "Illegal character in filename [\\]");
-  run.Expect("Program Group Selection");
-  run.PressButton(IDC_EXIT);
-  run.ExpectEnd();
-  EXPECT_EQ(Names(ReadTree(kBase)), "");
-}
-
-TEST_F(Wizard, HaltsWithoutInstallData) {
-  const std::string folder = Place("empty");
-  fs::create_directories(folder);
-  SetupRun run(folder);
-  run.ExpectAndClose("Wizard Halted", "Cannot locate install data on source media");
-  run.ExpectEnd();
 }
 
 TEST_F(Wizard, HaltsOnADirectoryThatCannotBeMade) {

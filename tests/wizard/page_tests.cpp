@@ -1,0 +1,243 @@
+// The pages of the real setup program: what they show, keep and refuse. Nothing is installed.
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <string>
+
+#include "resources/wizard_ids.h"
+#include "tests/wizard/install_tree.h"
+#include "tests/wizard/setup_run.h"
+
+namespace imx::test {
+namespace fs = std::filesystem;
+
+namespace {
+
+class WizardPages : public testing::Test {
+ protected:
+  void Type(int id, const std::string& text) { SetControlText(run.dialog(), id, text); }
+
+  void ExpectProblem(const char* label, const char* error) {
+    run.ExpectAndClose("Information Requires Change",
+                       std::string("There is a problem with the name of the...\n\n\t\t\"") + label +
+                           "\"\n\nThe error is...\n\n\"" + error + "\"");
+  }
+
+  void ExitAndEnd() {
+    run.PressButton(IDC_EXIT);
+    run.ExpectEnd();
+  }
+
+  SetupRun run{SampleMedium()};
+};
+
+TEST_F(WizardPages, TwistelGoesOnlyWithGlint) {
+  const std::map<int, std::string> both = {
+      {IDC_GLINT, "Glint on"}, {IDC_TWISTEL, "Twistel on"}, {IDC_NEXT, "Next"}};
+  const std::map<int, std::string> neither = {
+      {IDC_GLINT, "Glint"}, {IDC_TWISTEL, "Twistel (disabled)"}, {IDC_NEXT, "Next (disabled)"}};
+  run.NextTo("Choose Components");
+  run.ExpectControls(both);
+  run.PressButton(IDC_GLINT);
+  run.ExpectControls(neither);
+  run.PressButton(IDC_GLINT);
+  run.ExpectControls(both);
+  run.PressButton(IDC_TWISTEL);
+  run.PressButton(IDC_GLINT);
+  run.ExpectControls(neither);
+  run.PressButton(IDC_GLINT);
+  run.ExpectControls({{IDC_GLINT, "Glint on"}, {IDC_TWISTEL, "Twistel"}, {IDC_NEXT, "Next"}});
+  run.PressButton(IDC_GLINT);
+  run.Leave(IDC_BACK, "Welcome");
+  run.Leave(IDC_NEXT, "Choose Components");
+  run.ExpectControls(neither);
+  run.PressButton(IDC_DEFAULTS);
+  run.ExpectControls(both);
+  ExitAndEnd();
+}
+
+TEST_F(WizardPages, HelpFollowsTheChoices) {
+  const std::string docs = "Install Docs (no check is \"Use Docs from CDROM\")";
+  run.NextTo("Large Component Query");
+  run.PressButton(IDC_DOCS);
+  run.ExpectControls({{IDC_DOCS, docs}});
+  run.PressButton(IDC_DEFAULTS);
+  run.ExpectControls({{IDC_DOCS, docs + " on"}});
+  run.PressButton(IDC_DOCS);
+  run.Leave(IDC_NEXT, "Install Locations");
+  run.ExpectControls(
+      {{IDC_HELP_DIR, "(accessed from CDROM) (disabled)"}, {IDC_BROWSE_HELP, "... (disabled)"}});
+  Type(IDC_HELP_DIR, "C:\\a*");  // is not judged
+  run.Leave(IDC_NEXT, "Program Group Selection");
+  run.Leave(IDC_NEXT, "Installation Confirmation");
+  run.ExpectControls({{IDC_HELP_LINE, "Help will be used directly from the CDROM"}});
+  run.Leave(IDC_NEXT, "Storage Requirements");
+  run.ExpectControls({{IDC_FIRST_DRIVE + 1, "Space used on \"\" will be 0 bytes"}});
+  run.Leave(IDC_BACK, "Installation Confirmation");
+  run.Leave(IDC_BACK, "Program Group Selection");
+  run.Leave(IDC_BACK, "Install Locations");
+  run.Leave(IDC_BACK, "Large Component Query");
+  run.ExpectControls({{IDC_DOCS, docs}});
+  run.Leave(IDC_BACK, "Choose Components");
+  run.Leave(IDC_NEXT, "Large Component Query");
+  run.ExpectControls({{IDC_DOCS, docs + " on"}});
+  run.Leave(IDC_NEXT, "Install Locations");
+  run.ExpectControls(
+      {{IDC_HELP_DIR, "C:\\Program Files\\Glimrix7\\Html_docs"}, {IDC_BROWSE_HELP, "..."}});
+  run.Leave(IDC_BACK, "Large Component Query");
+  run.Leave(IDC_BACK, "Choose Components");
+  run.PressButton(IDC_GLINT);
+  PostMessageA(run.dialog(), WM_COMMAND, IDC_NEXT, 0);  // as the button is disabled
+  run.Expect("Install Locations");
+  run.ExpectControls({{IDC_HELP_DIR, "(not used, part of Glint) (disabled)"}});
+  run.Leave(IDC_NEXT, "Program Group Selection");
+  run.Leave(IDC_NEXT, "Installation Confirmation");
+  run.ExpectControls({{IDC_HELP_LINE, "Glint Help not required"},
+                      {IDC_GLINT_LINE, "Glint will not be installed"},
+                      {IDC_TWISTEL_LINE, "Twistel will not be installed"}});
+  ExitAndEnd();
+}
+
+TEST_F(WizardPages, LocationsAreBrowsedKeptAndRestored) {
+  const struct {
+    int button, edit;
+    const char *title, *place;
+  } locations[] = {{IDC_BROWSE_PROGRAM, IDC_PROGRAM_DIR, "Browse for Main Application Folder", ""},
+                   {IDC_BROWSE_PICTURES, IDC_PICTURES_DIR, "Browse for Images Folder", "\\Images"},
+                   {IDC_BROWSE_HELP, IDC_HELP_DIR, "Browse for Help Folder", "\\Html_docs"},
+                   {IDC_BROWSE_DATA, IDC_DATA_DIR, "Browse for Data Folder", "\\Data"}};
+  const std::string base = "C:\\Program Files\\Glimrix7";
+  run.NextTo("Install Locations");
+  for (const auto& [button, edit, title, place] : locations) {
+    run.PressButton(button);
+    run.Expect("Browse for Folder");
+    bool titled = false;
+    for (const ControlText& control : ReadControls(run.dialog())) titled |= control.text == title;
+    EXPECT_TRUE(titled) << title;
+    run.Leave(IDCANCEL, "Install Locations");
+    run.ExpectControls({{edit, base + place}});
+    run.PressButton(button);
+    run.Expect("Browse for Folder");
+    run.Leave(IDOK, "Install Locations");
+    EXPECT_TRUE(Becomes([&, id = edit] {
+      const std::string picked = ControlTextOf(run.dialog(), id);
+      return picked.find("Glimrix7") == std::string::npos && fs::is_directory(picked);
+    })) << ControlTextOf(run.dialog(), edit);
+  }
+  run.PressButton(IDC_DEFAULTS);
+  for (const auto& location : locations) {
+    run.ExpectControls({{location.edit, base + location.place}});
+  }
+  Type(IDC_PICTURES_DIR, "no*good");
+  Type(IDC_DATA_DIR, "C:\\" + std::string(257, 'a'));
+  run.Leave(IDC_BACK, "Large Component Query");
+  run.Leave(IDC_NEXT, "Install Locations");
+  run.ExpectControls({{IDC_PICTURES_DIR, "no*good"}, {IDC_DATA_DIR, base + "\\Data"}});
+  ExitAndEnd();
+}
+
+TEST_F(WizardPages, EveryRejectedLocationIsToldOf) {
+  run.NextTo("Install Locations");
+  Type(IDC_PROGRAM_DIR, "C:\\");
+  Type(IDC_PICTURES_DIR, "C:\\b*");
+  Type(IDC_HELP_DIR, "C:\\a\\\\b");
+  Type(IDC_DATA_DIR, "C:\\a:b");
+  run.PressButton(IDC_NEXT);
+  ExpectProblem("Glimmerix folder", "Path to root unacceptable, (too many files)");
+  ExpectProblem("Pictures folder", "Illegal character in filename [*]");
+  ExpectProblem("Help folder", "Multiple path separators (\\) not at root position");
+  ExpectProblem("Data folder", "Colon in position other than after drive letter");
+  run.Expect("Install Locations");
+  run.PressButton(IDC_DEFAULTS);
+  run.ExpectControls({{IDC_PROGRAM_DIR, "C:\\Program Files\\Glimrix7"}});
+  Type(IDC_DATA_DIR, "C:\\" + std::string(257, 'a'));
+  run.PressButton(IDC_NEXT);
+  ExpectProblem("Data folder", "Filename is too long");
+  run.Expect("Install Locations");
+  ExitAndEnd();
+}
+
+TEST_F(WizardPages, GroupsAreListedChosenAndJudged) {
+  const fs::path listed = ProgramsFolder() + "\\IMX listed";
+  const fs::path hidden = ProgramsFolder() + "\\.imx hidden";
+  const fs::path file = ProgramsFolder() + "\\IMX file.lnk";
+  fs::create_directories(listed);
+  fs::create_directories(hidden);
+  std::ofstream(file) << "no folder";
+  run.NextTo("Program Group Selection");
+  run.ExpectControls({{IDC_GROUP, "Glimmerix7"}});
+  EXPECT_FALSE(SelectInDropDown(run.dialog(), IDC_GROUP_LIST, ".imx hidden"));
+  EXPECT_FALSE(SelectInDropDown(run.dialog(), IDC_GROUP_LIST, "IMX file"));
+  EXPECT_TRUE(SelectInDropDown(run.dialog(), IDC_GROUP_LIST, "IMX listed"));
+  run.ExpectControls({{IDC_GROUP, "IMX listed"}, {IDC_GROUP_LIST, "IMX listed"}});
+  Type(IDC_GROUP, "Mine");
+  run.Leave(IDC_BACK, "Install Locations");  // reads nothing
+  run.Leave(IDC_NEXT, "Program Group Selection");
+  run.ExpectControls({{IDC_GROUP, "IMX listed"}});
+  EXPECT_TRUE(SelectInDropDown(run.dialog(), IDC_GROUP_LIST, "IMX listed"));
+  run.PressButton(IDC_DEFAULTS);
+  run.ExpectControls({{IDC_GROUP, "Glimmerix"}, {IDC_GROUP_LIST, ""}});  // without the 7
+  Type(IDC_GROUP, std::string(600, 'g'));
+  run.PressButton(IDC_NEXT);
+  ExpectProblem("Glimmerix group", "Filename is too long");
+  run.Expect("Program Group Selection");
+  Type(IDC_GROUP, "a\\b");
+  run.PressButton(IDC_NEXT);
+  run.Expect("Information Requires Change");
+  PostMessageA(run.dialog(), WM_CLOSE, 0, 0);
+  run.Expect("Program Group Selection");
+  Type(IDC_GROUP, std::string(255, 'g'));
+  run.Leave(IDC_NEXT, "Installation Confirmation");
+  run.ExpectControls({{IDC_GROUP_LINE,
+                       "Shortcuts will be placed in the \"" + std::string(255, 'g') + "\" Group"}});
+  ExitAndEnd();
+  for (const fs::path& path : {listed, hidden, file}) fs::remove(path);
+}
+
+TEST_F(WizardPages, ConfirmationAndStorageTellTheChoices) {
+  Choices choices;
+  choices.programDir = "C:\\g";
+  choices.picturesDir = "C:\\p";
+  choices.helpDir = "C:\\h";
+  choices.dataDir = "C:\\d";
+  run.NextTo("Install Locations");
+  run.TypeLocations(choices);
+  run.Leave(IDC_NEXT, "Program Group Selection");
+  run.Leave(IDC_NEXT, "Installation Confirmation");
+  run.ExpectControls({{IDC_PROGRAM_DIR, "C:\\g"},
+                      {IDC_PICTURES_DIR, "C:\\p"},
+                      {IDC_HELP_DIR, "C:\\h"},
+                      {IDC_DATA_DIR, "C:\\d"},
+                      {IDC_HELP_LINE, "Help will be installed in your computer"},
+                      {IDC_GLINT_LINE, "Glint will be installed in your computer"},
+                      {IDC_TWISTEL_LINE, "Twistel will be installed in your computer"},
+                      {IDC_GROUP_LINE, "Shortcuts will be placed in the \"Glimmerix7\" Group"}});
+  run.Leave(IDC_NEXT, "Storage Requirements");
+  std::string bytes = ControlTextOf(run.dialog(), IDC_FIRST_DRIVE);
+  std::erase(bytes, ',');
+  EXPECT_EQ(bytes, "Space used on \"C:\\\" will be " +
+                       std::to_string(ExpectInstallation(SampleMedium(), choices).bytes) +
+                       " bytes");
+  for (int slot = 1; slot < 6; ++slot) run.ExpectControls({{IDC_FIRST_DRIVE + slot, "--"}});
+  const std::string verdict = ControlTextOf(run.dialog(), IDC_VERDICT);
+  EXPECT_EQ(IsControlEnabled(run.dialog(), IDC_NEXT),
+            verdict.find("enough free space") != std::string::npos);
+}
+
+TEST(WizardExit, EndsItOnEveryPageBeforeTheStorage) {
+  for (const char* const page :
+       {"Welcome", "Choose Components", "Large Component Query", "Install Locations",
+        "Program Group Selection", "Installation Confirmation"}) {
+    SetupRun run(SampleMedium());
+    run.NextTo(page);
+    run.PressButton(IDC_EXIT);
+    run.ExpectEnd();
+  }
+}
+
+}  // namespace
+
+}  // namespace imx::test
