@@ -34,73 +34,6 @@ class WizardPages : public testing::Test {
   SetupRun run{SampleMedium()};
 };
 
-TEST_F(WizardPages, TwistelGoesOnlyWithGlint) {
-  const std::map<int, std::string> both = {
-      {IDC_GLINT, "Glint on"}, {IDC_TWISTEL, "Twistel on"}, {IDC_NEXT, "Next"}};
-  const std::map<int, std::string> neither = {
-      {IDC_GLINT, "Glint"}, {IDC_TWISTEL, "Twistel (disabled)"}, {IDC_NEXT, "Next (disabled)"}};
-  run.NextTo("Choose Components");
-  run.ExpectControls(both);
-  run.PressButton(IDC_GLINT);
-  run.ExpectControls(neither);
-  run.PressButton(IDC_GLINT);
-  run.ExpectControls(both);
-  run.PressButton(IDC_TWISTEL);
-  run.PressButton(IDC_GLINT);
-  run.ExpectControls(neither);
-  run.PressButton(IDC_GLINT);
-  run.ExpectControls({{IDC_GLINT, "Glint on"}, {IDC_TWISTEL, "Twistel"}, {IDC_NEXT, "Next"}});
-  run.PressButton(IDC_GLINT);
-  run.Leave(IDC_BACK, "Welcome");
-  run.Leave(IDC_NEXT, "Choose Components");
-  run.ExpectControls(neither);
-  run.PressButton(IDC_DEFAULTS);
-  run.ExpectControls(both);
-  ExitAndEnd();
-}
-
-TEST_F(WizardPages, HelpFollowsTheChoices) {
-  const std::string docs = "Install Docs (no check is \"Use Docs from CDROM\")";
-  run.NextTo("Large Component Query");
-  run.PressButton(IDC_DOCS);
-  run.ExpectControls({{IDC_DOCS, docs}});
-  run.PressButton(IDC_DEFAULTS);
-  run.ExpectControls({{IDC_DOCS, docs + " on"}});
-  run.PressButton(IDC_DOCS);
-  run.Leave(IDC_NEXT, "Install Locations");
-  run.ExpectControls(
-      {{IDC_HELP_DIR, "(accessed from CDROM) (disabled)"}, {IDC_BROWSE_HELP, "... (disabled)"}});
-  Type(IDC_HELP_DIR, "C:\\a*");  // is not judged
-  run.Leave(IDC_NEXT, "Program Group Selection");
-  run.Leave(IDC_NEXT, "Installation Confirmation");
-  run.ExpectControls({{IDC_HELP_LINE, "Help will be used directly from the CDROM"}});
-  run.Leave(IDC_NEXT, "Storage Requirements");
-  run.ExpectControls({{IDC_FIRST_DRIVE + 1, "Space used on \"\" will be 0 bytes"}});
-  run.Leave(IDC_BACK, "Installation Confirmation");
-  run.Leave(IDC_BACK, "Program Group Selection");
-  run.Leave(IDC_BACK, "Install Locations");
-  run.Leave(IDC_BACK, "Large Component Query");
-  run.ExpectControls({{IDC_DOCS, docs}});
-  run.Leave(IDC_BACK, "Choose Components");
-  run.Leave(IDC_NEXT, "Large Component Query");
-  run.ExpectControls({{IDC_DOCS, docs + " on"}});
-  run.Leave(IDC_NEXT, "Install Locations");
-  run.ExpectControls(
-      {{IDC_HELP_DIR, "C:\\Program Files\\Glimrix7\\Html_docs"}, {IDC_BROWSE_HELP, "..."}});
-  run.Leave(IDC_BACK, "Large Component Query");
-  run.Leave(IDC_BACK, "Choose Components");
-  run.PressButton(IDC_GLINT);
-  PostMessageA(run.dialog(), WM_COMMAND, IDC_NEXT, 0);  // as the button is disabled
-  run.Expect("Install Locations");
-  run.ExpectControls({{IDC_HELP_DIR, "(not used, part of Glint) (disabled)"}});
-  run.Leave(IDC_NEXT, "Program Group Selection");
-  run.Leave(IDC_NEXT, "Installation Confirmation");
-  run.ExpectControls({{IDC_HELP_LINE, "Glint Help not required"},
-                      {IDC_GLINT_LINE, "Glint will not be installed"},
-                      {IDC_TWISTEL_LINE, "Twistel will not be installed"}});
-  ExitAndEnd();
-}
-
 TEST_F(WizardPages, LocationsAreBrowsedKeptAndRestored) {
   const struct {
     int button, edit;
@@ -158,43 +91,6 @@ TEST_F(WizardPages, EveryRejectedLocationIsToldOf) {
   ExpectProblem("Data folder", "Filename is too long");
   run.Expect("Install Locations");
   ExitAndEnd();
-}
-
-TEST_F(WizardPages, GroupsAreListedChosenAndJudged) {
-  const fs::path listed = ProgramsFolder() + "\\IMX listed";
-  const fs::path hidden = ProgramsFolder() + "\\.imx hidden";
-  const fs::path file = ProgramsFolder() + "\\IMX file.lnk";
-  fs::create_directories(listed);
-  fs::create_directories(hidden);
-  std::ofstream(file) << "no folder";
-  run.NextTo("Program Group Selection");
-  run.ExpectControls({{IDC_GROUP, "Glimmerix7"}});
-  EXPECT_FALSE(SelectInDropDown(run.dialog(), IDC_GROUP_LIST, ".imx hidden"));
-  EXPECT_FALSE(SelectInDropDown(run.dialog(), IDC_GROUP_LIST, "IMX file"));
-  EXPECT_TRUE(SelectInDropDown(run.dialog(), IDC_GROUP_LIST, "IMX listed"));
-  run.ExpectControls({{IDC_GROUP, "IMX listed"}, {IDC_GROUP_LIST, "IMX listed"}});
-  Type(IDC_GROUP, "Mine");
-  run.Leave(IDC_BACK, "Install Locations");  // reads nothing
-  run.Leave(IDC_NEXT, "Program Group Selection");
-  run.ExpectControls({{IDC_GROUP, "IMX listed"}});
-  EXPECT_TRUE(SelectInDropDown(run.dialog(), IDC_GROUP_LIST, "IMX listed"));
-  run.PressButton(IDC_DEFAULTS);
-  run.ExpectControls({{IDC_GROUP, "Glimmerix"}, {IDC_GROUP_LIST, ""}});  // without the 7
-  Type(IDC_GROUP, std::string(600, 'g'));
-  run.PressButton(IDC_NEXT);
-  ExpectProblem("Glimmerix group", "Filename is too long");
-  run.Expect("Program Group Selection");
-  Type(IDC_GROUP, "a\\b");
-  run.PressButton(IDC_NEXT);
-  run.Expect("Information Requires Change");
-  PostMessageA(run.dialog(), WM_CLOSE, 0, 0);
-  run.Expect("Program Group Selection");
-  Type(IDC_GROUP, std::string(255, 'g'));
-  run.Leave(IDC_NEXT, "Installation Confirmation");
-  run.ExpectControls({{IDC_GROUP_LINE,
-                       "Shortcuts will be placed in the \"" + std::string(255, 'g') + "\" Group"}});
-  ExitAndEnd();
-  for (const fs::path& path : {listed, hidden, file}) fs::remove(path);
 }
 
 TEST_F(WizardPages, ConfirmationAndStorageTellTheChoices) {
