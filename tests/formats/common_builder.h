@@ -42,7 +42,7 @@ inline Bytes WithTargaTexts(const Bytes& file, std::string_view author, std::str
 struct BmpFields {
   int width = 2, height = 1;
   int bits = 24;
-  std::uint32_t compression = 0, imageSize = 0, coloursUsed = 0, headerSize = 40;
+  std::uint32_t compression = 0, coloursUsed = 0, headerSize = 40;
 };
 
 /// `palette` follows the info header as it stands, `data` the palette.
@@ -53,7 +53,7 @@ inline Bytes BmpFile(const BmpFields& f, const Bytes& palette, const Bytes& data
   if (f.headerSize == 12) {
     file.Words({f.width, f.height, 1, f.bits});
   } else {
-    file.Longs({f.width, f.height}).Words({1, f.bits}).Longs({f.compression, f.imageSize});
+    file.Longs({f.width, f.height}).Words({1, f.bits}).Longs({f.compression, 0});
     file.Longs({0, 0, f.coloursUsed, 0}).Repeat(0, f.headerSize - 40);
   }
   return file.Raw(palette).Raw(data).bytes();

@@ -83,6 +83,7 @@ TEST_F(OthersReadTest, EveryForm) {
       {"b.png", 24, SavePngAt<24, 1>, {MagickRgb}},
       {"c.png", 32, SavePngAt<32, 0>, {MagickRgba}, Channels::rgba},
       {"d.png", 32, SavePngAt<32, 1>, {MagickRgba}, Channels::rgba},
+      {"e.png", 8, SavePngAt<8, 0>, {MagickRgb}},
       {"a.ppm", 24, SaveWith<SavePpm, 0>, {MagickRgb}},
       {"b.ppm", 24, SaveWith<SavePpm, 1>, {MagickRgb, FfmpegRgb}},
       {"a.iff", 24, SaveWith<SaveIff, 0, 0>, {NetpbmIlbm, FfmpegRgb}},
