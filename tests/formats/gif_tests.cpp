@@ -99,6 +99,12 @@ TEST_F(GifTest, BothVersionsAndExtensionsReadTheSame) {
   EXPECT_STREQ(record->formatLabel, "GIF");
 }
 
+TEST_F(GifTest, AFullTableOfCodes) {
+  const Bytes indices = NoiseBytes(200 * 100, 1, 16);
+  EXPECT_THAT(Entries(GifScreen(200, 100, 4) + GifFrame(0, 0, 200, 100) + GifPixels(4, indices)),
+              testing::ElementsAreArray(indices));
+}
+
 TEST_F(GifTest, AnAspectByteGivesABlankImage) {
   const Bytes file = GifScreen(2, 1, 2, 49) + GifFrame(0, 0, 2, 1) + GifPixels(2, {1, 2});
   EXPECT_THAT(Entries(file), ElementsAre(-1, -1));
