@@ -1,9 +1,8 @@
-// Writes what the table of codecs has, its samples and a small picture in every way of saving, as
-// files to start a fuzzer with: write_seeds FOLDER.
+// Saves a small picture in every way that the table of codecs has; with fuzz/samples, files to
+// start a fuzzer with: write_seeds FOLDER.
 
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 
 #include "imagelib/core/guards.h"
 #include "tests/formats/codec_table.h"
@@ -13,7 +12,6 @@ using imx::ImageGuard;
 using imx::test::AlphaGradient;
 using imx::test::Codec;
 using imx::test::Codecs;
-using imx::test::SampleFile;
 using imx::test::Saving;
 
 int main(int count, char** arguments) {
@@ -24,11 +22,6 @@ int main(int count, char** arguments) {
   for (const Codec& codec : Codecs()) {
     const std::filesystem::path folder = std::filesystem::path(arguments[1]) / codec.name;
     std::filesystem::create_directories(folder);
-    for (const SampleFile& sample : codec.samples) {
-      std::ofstream(folder / sample.name, std::ios::binary)
-          .write(reinterpret_cast<const char*>(sample.bytes.data()),
-                 static_cast<std::streamsize>(sample.bytes.size()));
-    }
     for (const Saving& saving : codec.savings) {
       const ImageGuard picture = AlphaGradient(19, 5);
       saving.save(*picture, (folder / (std::string("saved-") + saving.name)).string().c_str());

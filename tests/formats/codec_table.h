@@ -25,19 +25,10 @@ struct Saving {
   Kept kept;
 };
 
-struct SampleFile {
-  const char* name;
-  Bytes bytes;
-};
-
 struct Codec {
-  const char* name;  ///< also of its fuzz target and of its folder in fuzz/corpus
+  const char* name;  ///< also of its fuzz target and of its folders in fuzz/
   ImageRecord* (*load)(const char* path);
-  std::vector<Saving> savings;
-  /// Small files of kinds that no saving makes.
-  std::vector<SampleFile> samples;
-  /// Headers that promise much more than the file holds.
-  std::vector<SampleFile> promises;
+  std::vector<Saving> savings = {};
   /// Makes checksums right again after bytes were changed at random; may be null.
   void (*repair)(Bytes& file) = nullptr;
 };

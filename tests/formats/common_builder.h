@@ -3,7 +3,9 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <map>
 #include <string_view>
+#include <utility>
 
 #include "tests/support/bytes.h"
 
@@ -40,7 +42,7 @@ inline Bytes WithTargaTexts(const Bytes& file, std::string_view author, std::str
 struct BmpFields {
   int width = 2, height = 1;
   int bits = 24;
-  std::uint32_t compression = 0, imageSize = 0, coloursUsed = 0, headerSize = 40;
+  std::uint32_t compression = 0, coloursUsed = 0, headerSize = 40;
 };
 
 /// `palette` follows the info header as it stands, `data` the palette.
@@ -51,7 +53,7 @@ inline Bytes BmpFile(const BmpFields& f, const Bytes& palette, const Bytes& data
   if (f.headerSize == 12) {
     file.Words({f.width, f.height, 1, f.bits});
   } else {
-    file.Longs({f.width, f.height}).Words({1, f.bits}).Longs({f.compression, f.imageSize});
+    file.Longs({f.width, f.height}).Words({1, f.bits}).Longs({f.compression, 0});
     file.Longs({0, 0, f.coloursUsed, 0}).Repeat(0, f.headerSize - 40);
   }
   return file.Raw(palette).Raw(data).bytes();
@@ -85,26 +87,42 @@ inline Bytes GifBlocks(const Bytes& data, std::size_t largest = 255) {
   return blocks.U8(0).bytes();
 }
 
-/// Code size byte and blocks of `indices` without compression: clear codes come so often that the
-/// codes never grow.
-inline Bytes GifPixels(int codeSize, const Bytes& indices) {
-  const std::uint32_t clear = 1u << codeSize;
+/// Code size byte and blocks of `indices` in LZW codes, by the book: strings are a code and one
+/// more index, and the table is cleared when it is full.
+inline Bytes GifPixels(int codeSize, const Bytes& indices, std::size_t largestBlock = 255) {
+  const int clear = 1 << codeSize;
+  std::map<std::pair<int, int>, int> strings;
   Bytes data;
   std::uint32_t bits = 0;
-  int held = 0;
-  const auto put = [&](std::uint32_t code) {
-    bits |= code << held;
-    for (held += codeSize + 1; held >= 8; held -= 8, bits >>= 8) {
+  int next = clear + 2, width = codeSize + 1, held = 0, prefix = -1;
+  const auto put = [&](int code) {
+    bits |= static_cast<std::uint32_t>(code) << held;
+    for (held += width; held >= 8; held -= 8, bits >>= 8) {
       data.push_back(static_cast<std::uint8_t>(bits));
     }
   };
-  for (std::size_t i = 0; i < indices.size(); ++i) {
-    if (i % (clear - 2) == 0) put(clear);
-    put(indices[i]);
+  put(clear);
+  for (const int index : indices) {
+    const auto longer = strings.find({prefix, index});
+    if (prefix < 0 || longer != strings.end()) {
+      prefix = prefix < 0 ? index : longer->second;
+      continue;
+    }
+    put(prefix);
+    if (next == 4096) {
+      put(clear);
+      strings.clear();
+      next = clear + 2, width = codeSize + 1;
+    } else {
+      if (next == 1 << width) ++width;
+      strings[{prefix, index}] = next++;
+    }
+    prefix = index;
   }
+  if (prefix >= 0) put(prefix);
   put(clear + 1);
   if (held > 0) data.push_back(static_cast<std::uint8_t>(bits));
-  return Bytes{static_cast<std::uint8_t>(codeSize)} + GifBlocks(data);
+  return Bytes{static_cast<std::uint8_t>(codeSize)} + GifBlocks(data, largestBlock);
 }
 
 /// Signature, screen and, for `tableBits` above 0, a global table of SomeColours.

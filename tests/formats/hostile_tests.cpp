@@ -8,7 +8,7 @@
 
 #include "imagelib/core/guards.h"
 #include "imagelib/core/save_outcome.h"
-#include "tests/formats/codec_table.h"
+#include "tests/formats/kept_files.h"
 #include "tests/support/fault_injection.h"
 #include "tests/support/library_test.h"
 #include "tests/support/pictures.h"
@@ -82,21 +82,21 @@ class HostileTest : public LibraryTest, public testing::WithParamInterface<const
   /// Loads every seed with the accident at step 0, 1, ... until it is not met any more.
   template <typename LoadWithAccident>
   void ExpectTidyLoads(LoadWithAccident load) {
-    for (const SampleFile& seed : Seeds()) {
-      WriteFile(inputPath_, seed.bytes);
+    for (const auto& [name, bytes] : Seeds()) {
+      WriteFile(inputPath_, bytes);
       for (int n = 0; load(n); ++n) {
-        if (HasFailure()) FAIL() << seed.name << ", accident at step " << n;
+        if (HasFailure()) FAIL() << name << ", accident at step " << n;
       }
     }
   }
 
   /// A small file of every kind that the codec writes, and its samples.
-  std::vector<SampleFile> Seeds() {
+  std::map<std::string, Bytes> Seeds() {
     const ImageGuard picture = Drawing(9, 7);
-    std::vector<SampleFile> seeds = codec().samples;
+    std::map<std::string, Bytes> seeds = KeptFiles(codec(), "samples");
     for (const Saving& saving : codec().savings) {
       EXPECT_EQ(Save(saving, *picture), SaveOutcome::whole);
-      seeds.push_back({saving.name, ReadFile(outputPath_)});
+      seeds[std::string("saved ") + saving.name] = ReadFile(outputPath_);
     }
     return seeds;
   }
@@ -127,8 +127,21 @@ TEST_P(HostileTest, WhatIsSavedLoadsTheSame) {
 }
 
 TEST_P(HostileTest, SamplesLoadAndPromisesAreBorne) {
-  for (const auto& [name, bytes] : codec().samples) EXPECT_TRUE(LoadBytes(bytes)) << name;
-  for (const SampleFile& promise : codec().promises) LoadBytes(promise.bytes);
+  ASSERT_FALSE(Seeds().empty());
+  for (const auto& [name, bytes] : KeptFiles(codec(), "samples")) {
+    EXPECT_TRUE(LoadBytes(bytes)) << name;
+  }
+  for (const auto& [name, bytes] : KeptFiles(codec(), "promises")) LoadBytes(bytes);
+}
+
+/// Fuzzer inputs that once found a fault, and the few that reach most of a loader's branches.
+TEST_P(HostileTest, WhatFuzzersFound) {
+  SetImageCeiling(4 << 20);
+  for (auto [name, bytes] : KeptFiles(codec(), "corpus")) {
+    SCOPED_TRACE(name);
+    if (codec().repair) codec().repair(bytes);
+    LoadBytes(bytes);
+  }
 }
 
 TEST_P(HostileTest, NoFileAtAll) {
@@ -137,10 +150,10 @@ TEST_P(HostileTest, NoFileAtAll) {
 }
 
 TEST_P(HostileTest, TruncatedAnywhere) {
-  for (const SampleFile& seed : Seeds()) {
-    SCOPED_TRACE(seed.name);
-    WriteFile(inputPath_, seed.bytes);
-    for (std::size_t length = seed.bytes.size(); length-- > 0;) {
+  for (const auto& [name, bytes] : Seeds()) {
+    SCOPED_TRACE(name);
+    WriteFile(inputPath_, bytes);
+    for (std::size_t length = bytes.size(); length-- > 0;) {
       std::filesystem::resize_file(inputPath_, length);
       LoadFile(inputPath_);
       host.Clear();
@@ -152,13 +165,13 @@ TEST_P(HostileTest, TruncatedAnywhere) {
 TEST_P(HostileTest, RandomBytes) {
   constexpr int kRounds = 200;
   constexpr std::uint64_t kCeiling = 1 << 20;
-  const std::vector<SampleFile> seeds = Seeds();
+  const std::map<std::string, Bytes> seeds = Seeds();
   SetImageCeiling(kCeiling);
-  for (const SampleFile& seed : seeds) {
-    SCOPED_TRACE(seed.name);
+  for (const auto& [name, seed] : seeds) {
+    SCOPED_TRACE(name);
     for (unsigned round = 0; round < kRounds; ++round) {
       std::mt19937 random(round);
-      Bytes bytes = seed.bytes;
+      Bytes bytes = seed;
       // Half of the rounds aim at the header.
       const std::size_t reach =
           round % 2 == 0 ? std::min<std::size_t>(bytes.size(), 64) : bytes.size();

@@ -31,15 +31,15 @@ Bytes IffForm(std::string_view type, const Chunks&... chunks) {
 }
 
 struct IlbmHeader {
-  std::uint32_t width = 1, height = 1, planes = 24, masking = 0, compression = 0;
+  std::uint32_t width = 1, height = 1, planes = 24, masking = 0;
 };
 
 /// A "BMHD" chunk.
 inline Bytes IffHeader(const IlbmHeader& header) {
   ByteBuilder data = BigEndian();
   data.Words({header.width, header.height, 0, 0}).U8(header.planes).U8(header.masking);
-  data.U8(header.compression).U8(0);
-  data.U16(0).List({10, 11}).Words({320, 200});  // key colour, aspect, page: of no effect
+  data.U32(0);                            // no compression, no key colour
+  data.List({10, 11}).Words({320, 200});  // aspect, page: of no effect
   return IffChunk("BMHD", data.bytes());
 }
 

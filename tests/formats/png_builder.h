@@ -29,10 +29,8 @@ inline Bytes PngChunk(std::string_view type, const Bytes& data) {
   return chunk.bytes();
 }
 
-inline Bytes PngHeader(std::uint32_t width, std::uint32_t height, int bits, PngColour colour,
-                       int interlace = 0) {
-  return PngChunk("IHDR",
-                  BigEndian().U32(width).U32(height).List({bits, colour, 0, 0, interlace}).bytes());
+inline Bytes PngHeader(std::uint32_t width, std::uint32_t height, int bits, PngColour colour) {
+  return PngChunk("IHDR", BigEndian().U32(width).U32(height).List({bits, colour, 0, 0, 0}).bytes());
 }
 
 /// A tEXt chunk.

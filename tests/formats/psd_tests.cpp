@@ -53,7 +53,8 @@ TEST_F(PsdTest, NamesWhatItDoesNotRead) {
       {{.compression = 2}, "unknown compression: \"2\""},
       {{.channels = 1, .mode = 2}, "could not read colour table"}};
   for (const auto& [fields, message] : refused) {
-    EXPECT_EQ(Refusal(PsdFile(fields, Bytes(40, 1))), std::string("Photoshop loader: ") + message);
+    EXPECT_EQ(Refusal(PsdFile(fields, Bytes(1000, 1))),
+              std::string("Photoshop loader: ") + message);
   }
   EXPECT_EQ(Refusal(WithByte(PsdFile({}, {}), 5, 2)), "Photoshop loader: unknown version: \"2\"");
 }

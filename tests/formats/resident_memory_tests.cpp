@@ -6,7 +6,7 @@
 #include <unistd.h>
 
 #include "imagelib/core/guards.h"
-#include "tests/formats/codec_table.h"
+#include "tests/formats/kept_files.h"
 #include "tests/support/library_test.h"
 
 namespace imx::test {
@@ -32,9 +32,9 @@ long CostOfLoading(const Codec& codec, const std::string& path) {
 TEST_F(ResidentMemoryTest, PromisesStayPromises) {
   constexpr long kMostKilobytes = 256 * 1024;
   for (const Codec& codec : Codecs()) {
-    for (const SampleFile& promise : codec.promises) {
-      SCOPED_TRACE(testing::Message() << codec.name << " " << promise.name);
-      const long cost = CostOfLoading(codec, temp.Write("promise", promise.bytes));
+    for (const auto& [name, bytes] : KeptFiles(codec, "promises")) {
+      SCOPED_TRACE(testing::Message() << codec.name << " " << name);
+      const long cost = CostOfLoading(codec, temp.Write("promise", bytes));
       EXPECT_GT(cost, 0);
       EXPECT_LT(cost, kMostKilobytes);
     }

@@ -72,7 +72,7 @@ TEST_F(SgiTest, RunLengthScanlines) {
   EXPECT_THAT(Channel(Load(file({3, 7, 0x82, 1, 2, 0})), 2), ElementsAre(7, 7, 7, 1, 2));
   EXPECT_EQ(Refusal(file({3, 7, 0x82, 1, 2})), "loaded") << "the end may be missing";
   EXPECT_EQ(Refusal(file({4, 7, 0})), "") << "too short";
-  EXPECT_EQ(Refusal(file({6, 7, 0})), "") << "too long";
+  EXPECT_EQ(Refusal(file({3, 7, 5, 7, 0})), "") << "too long";
 }
 
 TEST_F(SgiTest, AStopKeepsRunLengthRowsAlone) {

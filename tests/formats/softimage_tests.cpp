@@ -82,8 +82,8 @@ TEST_F(SoftimageTest, KeepsWhatCameBeforeAFault) {
   };
   // In the second pixel, or row; the alpha packet borrows the colour packet's texts for blue and
   // red.
-  const Fault faults[] = {{kMixed, {2, 0, 0, 0}, "copy length overrun"},
-                          {kMixed, {130, 0, 0, 0}, "repeat length overrun"},
+  const Fault faults[] = {{kMixed, {0, 0, 0, 0, 1}, "copy length overrun"},
+                          {kMixed, {0, 0, 0, 0, 129}, "repeat length overrun"},
                           {kMixed, {128, 1, 0, 0, 0, 0}, "repeat length overrun"},
                           {kMixed, {}, "failed to read pixel count data"},
                           {kMixed, {1}, "could not read copy object r"},

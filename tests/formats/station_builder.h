@@ -41,10 +41,10 @@ inline Bytes SgiRunLengthFile(SgiFields f, const std::vector<Bytes>& scanlines) 
 // Softimage
 
 inline Bytes SoftimageFile(std::uint32_t width, std::uint32_t height, const Bytes& packets,
-                           const Bytes& body, std::uint32_t fields = 3) {
+                           const Bytes& body) {
   ByteBuilder file = BigEndian();
   file.U32(0x5380F634).Repeat(0, 4 + 80).Text("PICT").Words({width, height}).U32(0x3F800000);
-  return file.Words({fields, 0}).Raw(packets).Raw(body).bytes();
+  return file.Words({3, 0}).Raw(packets).Raw(body).bytes();
 }
 
 // Alias

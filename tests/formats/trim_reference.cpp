@@ -1,6 +1,7 @@
 #include "tests/formats/trim_reference.h"
 
 #include <algorithm>
+#include <array>
 #include <bitset>
 #include <cstdlib>
 #include <map>
@@ -8,6 +9,17 @@
 
 namespace imx::test {
 namespace {
+
+/// Widths of a block's four levels.
+using TrimWidths = std::array<unsigned, 4>;
+
+/// The smallest value of each level: 0, t1, t2, t3.
+std::array<unsigned, 4> TrimThresholds(const TrimWidths& w) {
+  const unsigned t1 = (1u << w[0]) - 1;
+  const unsigned t2 = std::min(256u, (1u << w[1]) + t1 - 1);
+  const unsigned t3 = std::min(256u, (1u << w[2]) + t2 - 1);
+  return {0, t1, t2, t3};
+}
 
 std::string Bits(unsigned value, unsigned width) {
   return std::bitset<32>(value).to_string().substr(32 - width);
@@ -35,6 +47,14 @@ std::string ElementBits(const TrimWidths& w, unsigned value) {
          Bits(value - TrimThresholds(w)[level], w[level]);
 }
 
+/// A block with these widths.
+Bytes EncodeTrimBlockWith(const TrimWidths& w, const Bytes& values) {
+  std::string bits = Bits(w[0] * 16 + w[1], 8);
+  if (HasSecondByte(w)) bits += Bits(w[2] * 16 + w[3], 8);
+  for (const std::uint8_t value : values) bits += ElementBits(w, value);
+  return TrimPack(bits);
+}
+
 int Unzigzag(int symbol) {
   return symbol % 2 == 0 ? symbol / 2 : -(symbol + 1) / 2;
 }
@@ -49,20 +69,6 @@ Bytes TrimPack(std::string bits) {
     bytes.push_back(static_cast<std::uint8_t>(std::bitset<8>(bits.substr(i, 8)).to_ulong()));
   }
   return bytes;
-}
-
-std::array<unsigned, 4> TrimThresholds(const TrimWidths& w) {
-  const unsigned t1 = (1u << w[0]) - 1;
-  const unsigned t2 = std::min(256u, (1u << w[1]) + t1 - 1);
-  const unsigned t3 = std::min(256u, (1u << w[2]) + t2 - 1);
-  return {0, t1, t2, t3};
-}
-
-Bytes EncodeTrimBlockWith(const TrimWidths& w, const Bytes& values) {
-  std::string bits = Bits(w[0] * 16 + w[1], 8);
-  if (HasSecondByte(w)) bits += Bits(w[2] * 16 + w[3], 8);
-  for (const std::uint8_t value : values) bits += ElementBits(w, value);
-  return TrimPack(bits);
 }
 
 Bytes EncodeTrimBlock(const Bytes& values) {

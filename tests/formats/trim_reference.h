@@ -2,7 +2,6 @@
 /// fast one.
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -12,18 +11,9 @@
 
 namespace imx::test {
 
-/// Widths of a block's four levels.
-using TrimWidths = std::array<unsigned, 4>;
-
 /// Bytes of "0" and "1" characters, most significant bit first, with zeros to the last byte's end;
 /// spaces do not count.
 Bytes TrimPack(std::string bits);
-
-/// The smallest value of each level: 0, t1, t2, t3.
-std::array<unsigned, 4> TrimThresholds(const TrimWidths& widths);
-
-/// A block with these widths. The values must fit them.
-Bytes EncodeTrimBlockWith(const TrimWidths& widths, const Bytes& values);
 
 /// A block with the widths that the format's rules choose.
 Bytes EncodeTrimBlock(const Bytes& values);

@@ -45,12 +45,28 @@ inline std::string FfmpegPixels(const std::string& path, const std::string& layo
   return OutputOf({"ffmpeg", "-v", "error", "-i", path, "-f", "rawvideo", "-pix_fmt", layout, "-"});
 }
 
-/// Two of the layouts, as functions of the path alone.
+/// A pixmap of what OpenImageIO decodes; alpha is neither shown nor multiplied in.
+inline std::string OpenImageIoPixels(const std::string& path, const std::string& channels) {
+  const std::string converted = path + ".ppm";
+  OutputOf({"oiiotool", "--iconfig", "oiio:UnassociatedAlpha", "1", path, "--ch", channels, "-d",
+            "uint8", "-o", converted});
+  return ReadTextFile(converted);
+}
+
+/// The same as functions of the path alone.
 inline std::string MagickRgb(const std::string& path) {
   return MagickPixels(path);
 }
 inline std::string FfmpegRgb(const std::string& path) {
   return FfmpegPixels(path);
+}
+
+inline std::string OpenImageIoRgb(const std::string& path) {
+  return OpenImageIoPixels(path, "R,G,B");
+}
+/// A pixmap.
+inline std::string NetpbmIlbm(const std::string& path) {
+  return OutputOf({"ilbmtoppm", path});
 }
 
 inline std::string RgbOf(const ImageRecord& image) {
@@ -93,16 +109,6 @@ class WitnessTest : public CodecTest {
       for (const auto& [offset, value] : theirs.header) EXPECT_EQ(file.at(offset), value) << offset;
       EXPECT_TRUE(Ours<load>(path, channels) == truth(path));
     }
-  }
-
-  /// What OpenImageIO decodes, by way of a pixmap; alpha is neither shown nor multiplied in.
-  std::string OpenImageIoPixels(const std::string& path, std::size_t pixels,
-                                const char* channels = "R,G,B") {
-    const std::string converted = temp.file("converted.ppm");
-    OutputOf({"oiiotool", "--iconfig", "oiio:UnassociatedAlpha", "1", path, "--ch", channels, "-d",
-              "uint8", "-o", converted});
-    const std::string file = ReadTextFile(converted);
-    return file.substr(file.size() - std::min(file.size(), 3 * pixels));
   }
 };
 

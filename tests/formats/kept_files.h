@@ -1,0 +1,27 @@
+/// The files of each codec in fuzz/KIND/CODEC.
+#pragma once
+
+#include <filesystem>
+#include <map>
+#include <string>
+
+#include "tests/formats/codec_table.h"
+#include "tests/support/files.h"
+
+namespace imx::test {
+
+/// Names and contents of the files of one kind:
+///   samples   small ones of kinds that no saving makes
+///   promises  headers that promise much more than the file holds
+///   corpus    what fuzzers found: once a fault, or most of a loader's branches
+inline std::map<std::string, Bytes> KeptFiles(const Codec& codec, const std::string& kind) {
+  std::map<std::string, Bytes> files;
+  const std::string folder = IMX_SOURCE_DIR "/fuzz/" + kind + "/" + codec.name;
+  if (!FileExists(folder)) return files;
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+    files[entry.path().filename().string()] = ReadFile(entry.path().string());
+  }
+  return files;
+}
+
+}  // namespace imx::test
