@@ -49,9 +49,11 @@ struct Widths {
   }
 };
 
-/// Bits of the longest code: 8 behind three fields that are together at most 19 wide, as the levels
-/// in front of the last begin below kNoValue.
-constexpr unsigned kLongestCode = 27;
+/// Bits of the longest code that is read: 8 behind three full fields.
+constexpr unsigned kLongestCode = 3 * (kWidest - 1) + kWidest;
+/// Of those written the last level begins below kNoValue, so the fields are together at most 19
+/// wide.
+constexpr unsigned kLongestWritten = 19 + kWidest;
 
 // Encoding
 
@@ -193,7 +195,7 @@ void EncodeElements(TrimOutput& stream, const Widths& widths, unsigned limit,
   TrimOutput out = stream;  // a copy can live in registers
   std::size_t i = 0;
   for (; i + 2 <= count; i += 2) {  // two codes beside seven bits still held
-    static_assert(2 * kLongestCode + 7 <= 64);
+    static_assert(2 * kLongestWritten + 7 <= 64);
     codes.Put(out, values[i]);
     codes.Put(out, values[i + 1]);
     StoreHeld(out);
@@ -236,7 +238,7 @@ struct Levels {
       bias[count] = thresholds[count] - (Ones(before) << width);
       before += width;
       ++count;
-    } while (widths[count - 1] != kWidest && count < 4 && thresholds[count] < kNoValue);
+    } while (widths[count - 1] != kWidest && count < 4);
   }
 
   /// The element at the top of `bits`.

@@ -91,10 +91,10 @@ void ViewerRun::PickImage(const std::string& title, int number) {
   PressButton(IDOK);
 }
 
-void ViewerRun::PickFifthFrame() {
+void ViewerRun::PickFifthFrame(const char* last) {
   if (!Expect("Extract Image from Sequence")) return;
   EXPECT_EQ(ControlTextOf(dialog(), IDC_FRAME_TEXT), "0");
-  EXPECT_EQ(ControlTextOf(dialog(), IDC_LAST_FRAME_TEXT), "5");
+  EXPECT_EQ(ControlTextOf(dialog(), IDC_LAST_FRAME_TEXT), last);
   const HWND bar = GetDlgItem(dialog(), IDC_FRAME);
   const auto frameBecomes = [&](const char* frame) {
     EXPECT_TRUE(Becomes([&] { return ControlTextOf(dialog(), IDC_FRAME_TEXT) == frame; }));
@@ -104,7 +104,7 @@ void ViewerRun::PickFifthFrame() {
   TypeKey(bar, VK_LEFT);
   frameBecomes("1");
   TypeKey(bar, VK_NEXT);
-  frameBecomes("5");
+  frameBecomes(last);
   TypeKey(bar, VK_PRIOR);
   for (int i = 0; i < 4; ++i) TypeKey(bar, VK_RIGHT);
   frameBecomes("4");

@@ -33,8 +33,8 @@ class ViewerRun : public DrivenRun {
   void TypeFactor(const std::string& title, const char* shown, const char* typed);
   /// Picks the image with this number from a list of the open ones.
   void PickImage(const std::string& title, int number);
-  /// Answers the frame dialog of a sequence of six frames: the fifth one.
-  void PickFifthFrame();
+  /// Answers the frame dialog of a sequence, whose last frame has this number: the fifth one.
+  void PickFifthFrame(const char* last);
 
   /// Saves the image under a type and depth (the first words of their entries) as `path`, with one
   /// of the options switched over.

@@ -24,6 +24,7 @@ class ViewerTest : public LibraryTest {
   void TearDown() override {
     Operations() = {};
     Output() = {};
+    Sequence() = {};
     LibraryTest::TearDown();
   }
 
@@ -117,11 +118,7 @@ TEST_F(ViewerTest, OpensLooksEditsAndSaves) {
   Operations().scaleFactor = 2;
   const ImageGuard large = Made(RescaleRegion, *clip, {0, 0, 39, 39});
   run.ExpectShown(run.Image(4, "NEW_"), *large);
-  DrivenRun imx(ProgramOfBuild("imx.exe"), "",
-                {"convert", temp.file("photo.png"), "--region", "10,20,49,59", "--clip",
-                 "--rescale", "2", temp.file("large.png")});
-  imx.ExpectEnd();
-  EXPECT_EQ(Difference(*large, *Loaded(temp.file("large.png"))), "");
+  EXPECT_EQ(PixelAt(*large, 79, 2), PixelAt(*photo, 49, 21));
 
   run.Choose("ts");
   run.TypeFactor("Resampling", "1.000000", "0.75");
@@ -186,7 +183,7 @@ TEST_F(ViewerTest, OpensLooksEditsAndSaves) {
 
 constexpr int kFrameWidth = 60, kFrameHeight = 30;
 
-/// One frame of the sequence below.
+/// One frame of the FLC below.
 ImageGuard Frame(int number) {
   ImageGuard image = Solid(kFrameWidth, kFrameHeight, {0, 0, 0, 255});
   for (int y = 0; y < kFrameHeight; ++y) {
@@ -217,13 +214,17 @@ TEST_F(ViewerTest, AsksForWhatFilesDoNotTell) {
   const std::string raw = temp.Write("shot.bin", triples);
   const std::string gone = temp.file("gone.png");
   const std::string clip = temp.Write("clip.flc", Flic(6));
-  ViewerRun run({clip, clip});
-  run.PickFifthFrame();
+  const std::string film = IMX_SOURCE_DIR "/tests/formats/fixtures/cinepak.avi";
+  ViewerRun run({clip, film});
+  run.PickFifthFrame("5");
   const HWND first = run.Image(1, "clip.flc {fr #4}");
-  run.PickFifthFrame();
-  const HWND second = run.Image(2, "clip.flc {fr #4}");
+  run.PickFifthFrame("4");
+  const HWND second = run.Image(2, "cinepak.avi {fr #4}");
   run.ExpectShown(first, *Frame(4));
-  run.ExpectShown(second, *Frame(4));
+  Sequence().chosenFrame = 4;
+  const ImageGuard filmed = Loaded(film);
+  EXPECT_NEAR(PixelAt(*filmed, 5, 5).r, 4 * 40, 9);
+  run.ExpectShown(second, *filmed);
 
   EXPECT_TRUE(DropFiles(run.program(), run.window(), {raw, gone, raw}));
   if (run.Expect("RAW Image Loader Guide")) {
@@ -253,15 +254,14 @@ TEST_F(ViewerTest, AsksForWhatFilesDoNotTell) {
   run.Drag(shot, {1, 1}, {1, 1});
   run.ExpectAndClose("SA Program Message", "This image has 8 colors. 100.00% utilization.");
 
-  // The first image was the current one; when it is closed the second is, 2 : 1 as it is.
+  // The first image was the current one; when it is closed the second is, 4 : 3 as it is.
   run.Close(first);
   run.Choose("tm");
   run.Expect("Select Image to use as Source");
   EXPECT_FALSE(IsWindowEnabled(shot));
   run.PressButton(IDCANCEL);
   run.Drag(shot, {0, 0}, {3, 0});
-  const ImageGuard source = Frame(4);
-  Operations().mergeSource = source.get();
+  Operations().mergeSource = filmed.get();
   Made(MergeRegion, *wanted, {0, 0, 2, 1});
   run.ExpectShown(shot, *wanted);
 
@@ -300,6 +300,41 @@ TEST_F(ViewerTest, AHundredWindows) {
   run.PressButton(IDCANCEL);
   run.Choose("fx");
   run.ExpectEnd();
+}
+
+TEST_F(ViewerTest, DoesWhatTheCommandLineDoes) {
+  const ImageGuard image = PhotoLike(300, 200);
+  const std::string in = Stored("in.tga", *image, 1);
+  const std::string out = temp.file("out.png");
+  DrivenRun imx(ProgramOfBuild("imx.exe"), "",
+                {"convert", in, "--region", "10,10,200,150", "--clip", "--rescale", "2", "--gamma",
+                 "1.5", out});
+  imx.ExpectEnd();
+  const ImageGuard wanted = Loaded(out);
+
+  ViewerRun run({in});
+  const HWND first = run.Image(1, "in.tga");
+  run.ExpectShown(first, *image);
+  run.Choose("tc");
+  run.Drag(first, {10, 10}, {200, 150});
+  const HWND clip = run.Image(2, "NEW_");
+  run.ExpectShown(clip, *Made(ClipToRegion, *image, {10, 10, 200, 150}));
+  run.Choose("tr");
+  run.TypeFactor("Scale Region", "1.000000", "2");
+  run.Drag(clip, {0, 0}, {190, 140});
+  const HWND large = run.Image(3, "NEW_");
+  Operations().scaleFactor = 2;
+  run.ExpectShown(large, *Made(RescaleRegion, *image, {10, 10, 200, 150}));
+  run.Choose("tg");
+  run.TypeFactor("Apply Gamma Correction", "1.000000", "1.5");
+  run.Drag(large, {5, 5}, {5, 5});
+  run.ExpectShown(large, *wanted);
+  run.Choose("fs");
+  run.PickImage("Select File to Save", 3);
+  run.Save("PNG", "24-bit", kNoOption, temp.file("viewer.png"));
+  run.Choose("fx");
+  run.ExpectEnd();
+  EXPECT_EQ(Difference(*wanted, *Loaded(temp.file("viewer.png"))), "");
 }
 
 }  // namespace
