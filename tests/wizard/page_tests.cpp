@@ -3,12 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <map>
 #include <string>
 
 #include "resources/wizard_ids.h"
-#include "tests/wizard/install_tree.h"
 #include "tests/wizard/setup_run.h"
 
 namespace imx::test {
@@ -91,36 +88,6 @@ TEST_F(WizardPages, EveryRejectedLocationIsToldOf) {
   ExpectProblem("Data folder", "Filename is too long");
   run.Expect("Install Locations");
   ExitAndEnd();
-}
-
-TEST_F(WizardPages, ConfirmationAndStorageTellTheChoices) {
-  Choices choices;
-  choices.programDir = "C:\\g";
-  choices.picturesDir = "C:\\p";
-  choices.helpDir = "C:\\h";
-  choices.dataDir = "C:\\d";
-  run.NextTo("Install Locations");
-  run.TypeLocations(choices);
-  run.Leave(IDC_NEXT, "Program Group Selection");
-  run.Leave(IDC_NEXT, "Installation Confirmation");
-  run.ExpectControls({{IDC_PROGRAM_DIR, "C:\\g"},
-                      {IDC_PICTURES_DIR, "C:\\p"},
-                      {IDC_HELP_DIR, "C:\\h"},
-                      {IDC_DATA_DIR, "C:\\d"},
-                      {IDC_HELP_LINE, "Help will be installed in your computer"},
-                      {IDC_GLINT_LINE, "Glint will be installed in your computer"},
-                      {IDC_TWISTEL_LINE, "Twistel will be installed in your computer"},
-                      {IDC_GROUP_LINE, "Shortcuts will be placed in the \"Glimmerix7\" Group"}});
-  run.Leave(IDC_NEXT, "Storage Requirements");
-  std::string bytes = ControlTextOf(run.dialog(), IDC_FIRST_DRIVE);
-  std::erase(bytes, ',');
-  EXPECT_EQ(bytes, "Space used on \"C:\\\" will be " +
-                       std::to_string(ExpectInstallation(SampleMedium(), choices).bytes) +
-                       " bytes");
-  for (int slot = 1; slot < 6; ++slot) run.ExpectControls({{IDC_FIRST_DRIVE + slot, "--"}});
-  const std::string verdict = ControlTextOf(run.dialog(), IDC_VERDICT);
-  EXPECT_EQ(IsControlEnabled(run.dialog(), IDC_NEXT),
-            verdict.find("enough free space") != std::string::npos);
 }
 
 TEST(WizardExit, EndsItOnEveryPageBeforeTheStorage) {
