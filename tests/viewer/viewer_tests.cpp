@@ -148,6 +148,11 @@ TEST_F(ViewerTest, OpensLooksEditsAndSaves) {
   run.Choose("fs");
   run.PickImage("Select File to Save", 3);
   run.Save("Softimage", "24-bit", kNoOption, temp.file("clip.pic"));
+  for (const auto& [type, name] : {std::pair{"TIFF", "clip.tif"}, {"JPEG", "clip.jpg"}}) {
+    run.Choose("fs");
+    run.PickImage("Select File to Save", 3);
+    run.Save(type, "24-bit", kNoOption, temp.file(name));
+  }
   run.Choose("fs");
   run.PickImage("Select File to Save", 1);
   run.Save("Targa", "24-bit", IDC_COMPRESSION,
@@ -175,6 +180,13 @@ TEST_F(ViewerTest, OpensLooksEditsAndSaves) {
   Output().interlace = 1;
   EXPECT_TRUE(ReadFile(temp.file("large.gif")) == ReadFile(Stored("wanted.gif", *large, 0)));
   EXPECT_EQ(Difference(*clip, *Loaded(temp.file("clip.pic")), Channels::rgb), "");
+  for (const std::string type : {"tif", "jpg"}) {
+    const std::string wanted = temp.file("wanted." + type);
+    DrivenRun imx(ProgramOfBuild("imx.exe"), "", {"convert", temp.file("clip.pic"), wanted});
+    imx.ExpectEnd();
+    EXPECT_FALSE(ReadFile(wanted).empty());
+    EXPECT_TRUE(ReadFile(temp.file("clip." + type)) == ReadFile(wanted)) << type;
+  }
   EXPECT_GT(ReadFile(temp.file("photo.tga")).size(), 120U * 80U * 3U) << "not compressed";
   const ImageGuard targa = Loaded(temp.file("photo.tga"));
   EXPECT_EQ(targa->depth, 24u);
