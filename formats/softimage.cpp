@@ -54,8 +54,9 @@ bool ReadStart(FileReader& in) {
 bool ReadSize(FileReader& in, std::int32_t* width, std::int32_t* height) {
   *width = in.U16();
   *height = in.U16();
-  if (*width == 0 || *height == 0 || in.ended())
+  if (*width == 0 || *height == 0 || in.ended()) {
     return Fail("width and/or height illegal or unreadable");
+  }
   in.F32();  // aspect ratio
   const std::uint16_t fields = in.U16();
   in.U16();  // pad

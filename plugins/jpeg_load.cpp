@@ -1,6 +1,6 @@
 // KZLDJPEG: loads JPEG files (ITU-T T.81) through libjpeg.
 
-#include <cstring>
+#include <algorithm>
 
 #include "plugins/jpeg_errors.h"
 #include "plugins/plugin.h"
@@ -29,6 +29,14 @@ struct Decoding {
   Decoding& operator=(const Decoding&) = delete;
 };
 
+/// Bytes in the file; it is left at its start. 0 when that cannot be told.
+std::uint64_t FileSize(std::FILE* file) {
+  if (fseeko(file, 0, SEEK_END) != 0) return 0;
+  const auto size = ftello(file);
+  if (size < 0 || fseeko(file, 0, SEEK_SET) != 0) return 0;
+  return static_cast<std::uint64_t>(size);
+}
+
 void LimitScans(j_common_ptr common) {
   // Called for objects that decompress only.
   const auto* const info = reinterpret_cast<j_decompress_ptr>(common);
@@ -43,7 +51,7 @@ bool IsLongEnough(const Decoding& job) {
   for (int c = 0; c < job.info.num_components; ++c) {
     const jpeg_component_info& component = job.info.comp_info[c];
     const std::uint64_t own = std::uint64_t{component.width_in_blocks} * component.height_in_blocks;
-    blocks = own > blocks ? own : blocks;
+    blocks = std::max(blocks, own);
   }
   return blocks <= blocksForByte * job.fileSize;
 }
@@ -67,10 +75,8 @@ void LightFromInk(std::uint8_t* row, std::int32_t width, bool inverted) {
 void TakeComment(Decoding& job) {
   for (const auto* marker = job.info.marker_list; marker; marker = marker->next) {
     if (marker->marker != JPEG_COM) continue;
-    const std::size_t length =
-        marker->data_length < kPluginTextSize ? marker->data_length : kPluginTextSize - 1;
-    std::memcpy(job.record->comment, marker->data, length);
-    job.record->comment[length] = 0;
+    SetField(job.record->comment, kPluginTextSize,
+             {reinterpret_cast<const char*>(marker->data), marker->data_length});
     return;
   }
 }

@@ -28,18 +28,10 @@ bool HasAlphaChannel(const PluginRecord& record) {
   return !EveryPixel(record, [first](const std::uint8_t* p) { return p[3] == first; });
 }
 
-void SetField(char* field, std::size_t size, const char* text) {
-  if (!text) return;
-  const std::size_t length = std::min(std::strlen(text), size - 1);
-  std::memcpy(field, text, length);
+void SetField(char* field, std::size_t size, std::string_view text) {
+  const std::size_t length = std::min(text.size(), size - 1);
+  std::memcpy(field, text.data(), length);
   field[length] = 0;
-}
-
-std::uint64_t FileSize(std::FILE* file) {
-  if (fseeko(file, 0, SEEK_END) != 0) return 0;
-  const auto size = ftello(file);
-  if (size < 0 || fseeko(file, 0, SEEK_SET) != 0) return 0;
-  return static_cast<std::uint64_t>(size);
 }
 
 }  // namespace imx

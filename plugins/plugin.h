@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <string_view>
 
 #include "imagelib/dispatch/plugin_interface.h"
 
@@ -39,15 +40,12 @@ bool IsGreyRecord(const PluginRecord& record);
 /// alpha; bytes that are all the same carry none that is worth a channel.
 bool HasAlphaChannel(const PluginRecord& record);
 
-/// Copies `text`, cut where the field is full. A null `text` leaves the field as it is.
-void SetField(char* field, std::size_t size, const char* text);
+/// Copies `text`, cut where the field is full.
+void SetField(char* field, std::size_t size, std::string_view text);
 
 struct FileCloser {
   void operator()(std::FILE* file) const { std::fclose(file); }
 };
 using OpenFile = std::unique_ptr<std::FILE, FileCloser>;
-
-/// Bytes in the file; it is left at its start. 0 when that cannot be told.
-std::uint64_t FileSize(std::FILE* file);
 
 }  // namespace imx

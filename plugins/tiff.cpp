@@ -96,11 +96,9 @@ bool ReadAnyKind(TIFF* tiff, PluginRecord& record) {
 }
 
 PluginRecord* Load(const char* path, const PluginHost& host) {
-  const OpenFile file(std::fopen(path, "rb"));
-  if (!file) return nullptr;
-  const std::uint64_t fileSize = FileSize(file.get());
   const OpenTiff tiff = Open(path, "rm");  // read, not mapped: a file can shrink meanwhile
   if (!tiff) return nullptr;
+  const std::uint64_t fileSize = TIFFGetSizeProc(tiff.get())(TIFFClientdata(tiff.get()));
   const auto width = Tag<std::uint32_t>(tiff.get(), TIFFTAG_IMAGEWIDTH);
   const auto height = Tag<std::uint32_t>(tiff.get(), TIFFTAG_IMAGELENGTH);
   if (width > INT32_MAX || height > INT32_MAX ||

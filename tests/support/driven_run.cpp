@@ -32,10 +32,14 @@ std::string WindowsPath(std::string path) {
 }  // namespace
 
 std::string PlaceFrom(const char* variable, const char* fromTests) {
-  if (const char* const path = std::getenv(variable)) return WindowsPath(path);
+  const char* const path = std::getenv(variable);
+  return path ? WindowsPath(path) : PlaceFromTests(fromTests);
+}
+
+std::string PlaceFromTests(const std::string& place) {
   char self[MAX_PATH] = "";
   GetModuleFileNameA(nullptr, self, sizeof self);
-  return (fs::path(self).parent_path() / fromTests).lexically_normal().string();
+  return (fs::path(self).parent_path() / place).lexically_normal().string();
 }
 
 DrivenRun::DrivenRun(const std::string& path, const std::string& folder,

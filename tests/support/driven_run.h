@@ -11,8 +11,9 @@ namespace imx::test {
 /// Most that a driven program needs for anything.
 inline constexpr DWORD kAnswerMilliseconds = 30'000;
 
-/// The path that the environment variable gives (of either system), else the place `fromTests` as
-/// seen from the test programs' folder.
+/// The path of a place as seen from the test programs' folder.
+std::string PlaceFromTests(const std::string& place);
+/// The path that the environment variable gives (of either system), else PlaceFromTests.
 std::string PlaceFrom(const char* variable, const char* fromTests);
 
 /// Waits until it is so. False when the time runs out first.

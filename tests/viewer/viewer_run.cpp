@@ -29,7 +29,7 @@ ImageGuard OnBlack(const ImageRecord& image, int width, int height) {
 }  // namespace
 
 std::string ProgramOfBuild(const char* name) {
-  return PlaceFrom("", (std::string("..\\") + name).c_str());
+  return PlaceFromTests(std::string("..\\") + name);
 }
 
 ViewerRun::ViewerRun(const std::vector<std::string>& files)
