@@ -10,12 +10,12 @@
 #include <string>
 
 #include "bench/photo.h"
+#include "dispatch/load.h"
+#include "dispatch/save.h"
 #include "formats/codec_state.h"
-#include "imagelib/core/image.h"
-#include "imagelib/core/registry.h"
-#include "imagelib/core/save_outcome.h"
-#include "imagelib/dispatch/load.h"
-#include "imagelib/dispatch/save.h"
+#include "imagelib/image.h"
+#include "imagelib/registry.h"
+#include "imagelib/save_outcome.h"
 #include "render/render.h"
 
 namespace imx::bench {

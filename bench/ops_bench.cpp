@@ -10,7 +10,7 @@
 
 #include "bench/cpu_time.h"
 #include "bench/photo.h"
-#include "imagelib/core/host.h"
+#include "imagelib/host.h"
 #include "ops/clip_region.h"
 #include "ops/operations.h"
 #include "tests/support/files.h"

@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "imagelib/core/image.h"
+#include "imagelib/image.h"
 
 namespace imx::bench {
 namespace {

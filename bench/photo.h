@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "imagelib/core/guards.h"
+#include "imagelib/guards.h"
 
 namespace imx::bench {
 

@@ -15,8 +15,8 @@
 #include "formats/codec_state.h"
 #include "formats/iff.h"
 #include "formats/png.h"
-#include "imagelib/core/image.h"
-#include "imagelib/core/memory.h"
+#include "imagelib/image.h"
+#include "imagelib/memory.h"
 
 namespace imx::bench {
 namespace {

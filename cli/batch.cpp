@@ -4,8 +4,8 @@
 
 #include "cli/host.h"
 #include "cli/processes.h"
-#include "imagelib/core/host.h"
-#include "imagelib/core/text.h"
+#include "imagelib/host.h"
+#include "imagelib/text.h"
 
 namespace imx {
 namespace {

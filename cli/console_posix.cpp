@@ -4,7 +4,7 @@
 #include <initializer_list>
 
 #include "cli/console.h"
-#include "imagelib/dispatch/temporary_file.h"
+#include "imagelib/temporary_file.h"
 
 namespace imx {
 namespace {

@@ -7,12 +7,12 @@
 #include "cli/host.h"
 #include "cli/input.h"
 #include "cli/steps.h"
+#include "dispatch/safe_save.h"
 #include "formats/codec_state.h"
-#include "imagelib/core/image.h"
-#include "imagelib/core/registry.h"
-#include "imagelib/core/text.h"
-#include "imagelib/dispatch/safe_save.h"
-#include "imagelib/dispatch/system_files.h"
+#include "imagelib/image.h"
+#include "imagelib/registry.h"
+#include "imagelib/system_files.h"
+#include "imagelib/text.h"
 #include "render/render.h"
 
 namespace imx {

@@ -4,7 +4,7 @@
 #include <sstream>
 #include <string_view>
 
-#include "imagelib/core/registry.h"
+#include "imagelib/registry.h"
 
 namespace imx {
 namespace {

@@ -5,7 +5,7 @@
 
 #include "cli/commands.h"
 #include "cli/json.h"
-#include "imagelib/core/registry.h"
+#include "imagelib/registry.h"
 
 namespace imx {
 namespace {

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "cli/console.h"
-#include "imagelib/core/host.h"
+#include "imagelib/host.h"
 
 namespace imx {
 namespace {

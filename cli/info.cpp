@@ -8,7 +8,7 @@
 #include "cli/input.h"
 #include "cli/json.h"
 #include "formats/codec_state.h"
-#include "imagelib/core/image.h"
+#include "imagelib/image.h"
 
 namespace imx {
 namespace {

@@ -7,13 +7,13 @@
 #include <memory>
 
 #include "cli/host.h"
+#include "dispatch/load.h"
+#include "dispatch/plugins.h"
 #include "formats/codec_state.h"
 #include "formats/raw.h"
-#include "imagelib/core/image.h"
-#include "imagelib/dispatch/load.h"
-#include "imagelib/dispatch/plugins.h"
-#include "imagelib/dispatch/system_files.h"
-#include "imagelib/dispatch/temporary_file.h"
+#include "imagelib/image.h"
+#include "imagelib/system_files.h"
+#include "imagelib/temporary_file.h"
 
 namespace imx {
 namespace {

@@ -10,7 +10,7 @@
 #include "cli/documents.h"
 #include "cli/host.h"
 #include "cli/options.h"
-#include "imagelib/core/memory.h"
+#include "imagelib/memory.h"
 
 namespace imx {
 namespace {

@@ -7,8 +7,8 @@
 #include <string_view>
 
 #include "cli/host.h"
-#include "imagelib/core/registry.h"
-#include "imagelib/core/text.h"
+#include "imagelib/registry.h"
+#include "imagelib/text.h"
 
 namespace imx {
 namespace {

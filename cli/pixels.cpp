@@ -3,7 +3,7 @@
 
 #include "cli/commands.h"
 #include "cli/input.h"
-#include "imagelib/core/image.h"
+#include "imagelib/image.h"
 
 namespace imx {
 

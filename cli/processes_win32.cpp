@@ -1,7 +1,7 @@
 #include <algorithm>
 
 #include "cli/processes.h"
-#include "shell/win32/windows_api.h"
+#include "imagelib/windows_api.h"
 
 namespace imx {
 namespace {

@@ -2,7 +2,7 @@
 
 #include "cli/host.h"
 #include "cli/input.h"
-#include "imagelib/core/host.h"
+#include "imagelib/host.h"
 #include "ops/clip_region.h"
 #include "ops/operations.h"
 

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "cli/options.h"
-#include "imagelib/core/guards.h"
+#include "imagelib/guards.h"
 
 namespace imx {
 

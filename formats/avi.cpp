@@ -5,8 +5,8 @@
 #include "formats/avi_source.h"
 #include "formats/codec_state.h"
 #include "formats/pixel_rows.h"
-#include "imagelib/core/byte_order.h"
-#include "imagelib/core/guards.h"
+#include "imagelib/byte_order.h"
+#include "imagelib/guards.h"
 
 namespace imx {
 namespace {

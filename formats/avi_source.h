@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <span>
 
-#include "imagelib/core/text.h"
+#include "imagelib/text.h"
 
 namespace imx {
 

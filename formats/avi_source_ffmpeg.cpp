@@ -4,8 +4,8 @@
 #include <string>
 
 #include "formats/avi_source.h"
-#include "imagelib/core/byte_order.h"
-#include "imagelib/core/guards.h"
+#include "imagelib/byte_order.h"
+#include "imagelib/guards.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>

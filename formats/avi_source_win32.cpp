@@ -4,7 +4,7 @@
 #include <windows.h>
 
 #include "formats/avi_source.h"
-#include "imagelib/core/guards.h"
+#include "imagelib/guards.h"
 
 namespace imx {
 

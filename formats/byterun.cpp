@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "imagelib/core/file_reader.h"
+#include "imagelib/file_reader.h"
 
 namespace imx {
 namespace {

@@ -9,8 +9,14 @@ OutputOptions output;
 
 }  // namespace
 
-SequenceState& Sequence() { return sequence; }
-RawState& Raw() { return raw; }
-OutputOptions& Output() { return output; }
+SequenceState& Sequence() {
+  return sequence;
+}
+RawState& Raw() {
+  return raw;
+}
+OutputOptions& Output() {
+  return output;
+}
 
 }  // namespace imx

@@ -24,7 +24,7 @@ struct RawState {
 /// Output choices that savers read.
 struct OutputOptions {
   std::int32_t compression = 1;
-  std::int32_t quality = 100;   ///< 0..100
+  std::int32_t quality = 100;  ///< 0..100
   std::int32_t interlace = 0;
   std::int32_t lastRow = 2;     ///< registry row last chosen
   std::int32_t depthBits = 24;  ///< bits per pixel for the savers that take a depth

@@ -5,8 +5,8 @@
 #include <cstdlib>
 #include <string>
 
-#include "imagelib/core/file_reader.h"
-#include "imagelib/core/guards.h"
+#include "imagelib/file_reader.h"
+#include "imagelib/guards.h"
 
 namespace imx {
 namespace {

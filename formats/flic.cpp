@@ -5,9 +5,9 @@
 
 #include "formats/codec_state.h"
 #include "formats/pixel_rows.h"
-#include "imagelib/core/byte_order.h"
-#include "imagelib/core/file_reader.h"
-#include "imagelib/core/guards.h"
+#include "imagelib/byte_order.h"
+#include "imagelib/file_reader.h"
+#include "imagelib/guards.h"
 
 namespace imx {
 namespace {

@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "formats/iff.h"
-#include "imagelib/core/guards.h"
+#include "imagelib/guards.h"
 #include "ops/operations.h"
 
 namespace imx {

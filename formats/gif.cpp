@@ -5,10 +5,10 @@
 
 #include "formats/indexed.h"
 #include "formats/pixel_rows.h"
-#include "imagelib/core/byte_order.h"
-#include "imagelib/core/file_reader.h"
-#include "imagelib/core/file_writer.h"
-#include "imagelib/core/guards.h"
+#include "imagelib/byte_order.h"
+#include "imagelib/file_reader.h"
+#include "imagelib/file_writer.h"
+#include "imagelib/guards.h"
 
 namespace imx {
 namespace {
@@ -83,10 +83,10 @@ class CodeReader {
 };
 
 /// Where decoded indices go. The frame's own width is the row stride, whatever the image's.
-class FramePen {
+class FrameWriter {
  public:
-  FramePen(ImageRecord* image, const PixelTable& colours, std::int32_t width, std::int32_t height,
-           bool interlaced)
+  FrameWriter(ImageRecord* image, const PixelTable& colours, std::int32_t width,
+              std::int32_t height, bool interlaced)
       : image_(image), colours_(colours), width_(static_cast<std::size_t>(width)) {
     order_.height = height;
     order_.interlaced = interlaced;
@@ -126,7 +126,7 @@ class FramePen {
 };
 
 /// Decodes one image's data. False on a stop.
-bool DecodeImage(FileReader& in, LzwStrings& strings, FramePen& pen) {
+bool DecodeImage(FileReader& in, LzwStrings& strings, FrameWriter& frame) {
   const std::int32_t codeSize = in.U8();
   CodeReader codes(in);
   if (codeSize < 1 || codeSize > kLargestCodeSize) {
@@ -166,12 +166,12 @@ bool DecodeImage(FileReader& in, LzwStrings& strings, FramePen& pen) {
     strings.Copy(code, text + held);
     held += strings.Length(code);
     if (held >= LzwStrings::kMostCodes) {
-      if (!pen.Put(text, held)) return false;
+      if (!frame.Put(text, held)) return false;
       held = 0;
     }
     previous = code;
   }
-  if (!pen.Put(text, held)) return false;
+  if (!frame.Put(text, held)) return false;
   codes.Finish();
   return true;
 }
@@ -198,8 +198,8 @@ bool ReadImage(FileReader& in, LzwStrings& strings, PixelTable* colours, ImageRe
     CodeReader(in).Finish();
     return true;
   }
-  FramePen pen(image, *colours, width, height, (flags & kInterlaceBit) != 0);
-  return DecodeImage(in, strings, pen);
+  FrameWriter frame(image, *colours, width, height, (flags & kInterlaceBit) != 0);
+  return DecodeImage(in, strings, frame);
 }
 
 /// Walks the blocks up to the trailer, a stop, or anything unknown.

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "imagelib/core/guards.h"
+#include "imagelib/guards.h"
 
 namespace imx {
 

@@ -8,14 +8,14 @@
 
 #include "formats/codec_state.h"
 #include "formats/indexed.h"
-#include "imagelib/core/byte_order.h"
-#include "imagelib/core/file_reader.h"
-#include "imagelib/core/file_writer.h"
-#include "imagelib/core/guards.h"
-#include "imagelib/core/host.h"
-#include "imagelib/core/image.h"
-#include "imagelib/core/registry.h"
-#include "imagelib/core/text.h"
+#include "imagelib/byte_order.h"
+#include "imagelib/file_reader.h"
+#include "imagelib/file_writer.h"
+#include "imagelib/guards.h"
+#include "imagelib/host.h"
+#include "imagelib/image.h"
+#include "imagelib/registry.h"
+#include "imagelib/text.h"
 
 // libpng reports an error by a jump to the last setjmp. The functions here keep to one rule: a
 // frame that a libpng call can jump over, or back into, holds no object with a destructor.

@@ -5,10 +5,10 @@
 #include <limits>
 
 #include "formats/pixel_rows.h"
-#include "imagelib/core/file_reader.h"
-#include "imagelib/core/file_writer.h"
-#include "imagelib/core/guards.h"
-#include "imagelib/core/image.h"
+#include "imagelib/file_reader.h"
+#include "imagelib/file_writer.h"
+#include "imagelib/guards.h"
+#include "imagelib/image.h"
 
 namespace imx {
 namespace {

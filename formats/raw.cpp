@@ -5,10 +5,10 @@
 
 #include "formats/codec_state.h"
 #include "formats/pixel_rows.h"
-#include "imagelib/core/file_reader.h"
-#include "imagelib/core/file_writer.h"
-#include "imagelib/core/guards.h"
-#include "imagelib/core/text.h"
+#include "imagelib/file_reader.h"
+#include "imagelib/file_writer.h"
+#include "imagelib/guards.h"
+#include "imagelib/text.h"
 
 namespace imx {
 namespace {

@@ -5,11 +5,11 @@
 #include <string_view>
 
 #include "formats/pixel_rows.h"
-#include "imagelib/core/byte_order.h"
-#include "imagelib/core/file_reader.h"
-#include "imagelib/core/file_time.h"
-#include "imagelib/core/file_writer.h"
-#include "imagelib/core/guards.h"
+#include "imagelib/byte_order.h"
+#include "imagelib/file_reader.h"
+#include "imagelib/file_time.h"
+#include "imagelib/file_writer.h"
+#include "imagelib/guards.h"
 
 namespace imx {
 namespace {

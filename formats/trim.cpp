@@ -7,13 +7,13 @@
 
 #include "formats/pixel_rows.h"
 #include "formats/trim_block.h"
-#include "imagelib/core/file_writer.h"
-#include "imagelib/core/guards.h"
-#include "imagelib/core/host.h"
-#include "imagelib/core/image.h"
-#include "imagelib/core/registry.h"
-#include "imagelib/core/save_outcome.h"
-#include "imagelib/core/text.h"
+#include "imagelib/file_writer.h"
+#include "imagelib/guards.h"
+#include "imagelib/host.h"
+#include "imagelib/image.h"
+#include "imagelib/registry.h"
+#include "imagelib/save_outcome.h"
+#include "imagelib/text.h"
 
 namespace imx {
 namespace {

@@ -4,10 +4,10 @@
 #include <cstring>
 #include <string_view>
 
-#include "imagelib/core/byte_order.h"
-#include "imagelib/core/file_reader.h"
-#include "imagelib/core/file_writer.h"
-#include "imagelib/core/guards.h"
+#include "imagelib/byte_order.h"
+#include "imagelib/file_reader.h"
+#include "imagelib/file_writer.h"
+#include "imagelib/guards.h"
 
 namespace imx {
 namespace {

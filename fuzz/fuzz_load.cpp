@@ -9,7 +9,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "imagelib/core/guards.h"
+#include "imagelib/guards.h"
 #include "tests/formats/codec_table.h"
 
 namespace {

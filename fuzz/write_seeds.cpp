@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <filesystem>
 
-#include "imagelib/core/guards.h"
+#include "imagelib/guards.h"
 #include "tests/formats/codec_table.h"
 #include "tests/support/pictures.h"
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "imagelib/core/image.h"
+#include "imagelib/image.h"
 
 namespace imx {
 namespace {

@@ -1,7 +1,7 @@
 #include <bit>
 #include <cstdio>
 
-#include "imagelib/core/guards.h"
+#include "imagelib/guards.h"
 #include "ops/operations.h"
 
 namespace imx {

@@ -1,6 +1,6 @@
 #include <cmath>
 
-#include "imagelib/core/guards.h"
+#include "imagelib/guards.h"
 #include "ops/operations.h"
 
 namespace imx {

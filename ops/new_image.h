@@ -1,7 +1,7 @@
 /// Handing a freshly made image to the host.
 #pragma once
 
-#include "imagelib/core/guards.h"
+#include "imagelib/guards.h"
 
 namespace imx {
 

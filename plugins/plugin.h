@@ -8,7 +8,7 @@
 #include <memory>
 #include <string_view>
 
-#include "imagelib/dispatch/plugin_interface.h"
+#include "dispatch/plugin_interface.h"
 
 #if defined(_WIN32)
 #define IMX_PLUGIN_EXPORT extern "C" __declspec(dllexport)

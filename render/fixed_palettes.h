@@ -4,7 +4,7 @@
 #include <array>
 #include <cstdint>
 
-#include "imagelib/core/image.h"
+#include "imagelib/image.h"
 
 namespace imx {
 

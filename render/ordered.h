@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "imagelib/core/image.h"
+#include "imagelib/image.h"
 #include "render/diffusion.h"
 
 namespace imx {

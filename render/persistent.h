@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "imagelib/core/memory.h"
+#include "imagelib/memory.h"
 
 namespace imx {
 

@@ -3,8 +3,8 @@
 
 #include <cstdint>
 
-#include "imagelib/core/guards.h"
-#include "imagelib/core/image.h"
+#include "imagelib/guards.h"
+#include "imagelib/image.h"
 
 namespace imx {
 

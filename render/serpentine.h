@@ -5,8 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "imagelib/core/guards.h"
-#include "imagelib/core/image.h"
+#include "imagelib/guards.h"
+#include "imagelib/image.h"
 
 namespace imx {
 

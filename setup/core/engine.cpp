@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
-#include "imagelib/core/guards.h"
+#include "imagelib/guards.h"
 #include "setup/core/copy_sequence.h"
 #include "setup/core/directories.h"
 #include "setup/core/halt.h"

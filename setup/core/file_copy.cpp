@@ -2,8 +2,8 @@
 
 #include <string_view>
 
-#include "imagelib/core/host.h"
-#include "imagelib/core/text.h"
+#include "imagelib/host.h"
+#include "imagelib/text.h"
 #include "setup/core/token_expander.h"
 #include "setup/core/wizard_pages.h"
 

@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "imagelib/core/text.h"
+#include "imagelib/text.h"
 
 namespace imx {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "imagelib/core/text.h"
+#include "imagelib/text.h"
 #include "setup/core/paths.h"
 
 namespace imx {

@@ -1,10 +1,10 @@
 /// The setup program on the real system: its platform table and its dialogs.
 #pragma once
 
+#include "imagelib/windows_api.h"
 #include "setup/core/install_settings.h"
 #include "setup/core/platform.h"
 #include "setup/core/wizard_pages.h"
-#include "shell/win32/windows_api.h"
 
 struct IMalloc;
 

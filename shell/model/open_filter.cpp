@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "imagelib/core/registry.h"
+#include "imagelib/registry.h"
 
 namespace imx {
 namespace {

@@ -1,7 +1,7 @@
 #include "shell/model/output_choices.h"
 
 #include "formats/codec_state.h"
-#include "imagelib/core/registry.h"
+#include "imagelib/registry.h"
 
 namespace imx {
 

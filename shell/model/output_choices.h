@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "imagelib/core/image.h"
+#include "imagelib/image.h"
 
 namespace imx {
 

@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "formats/codec_state.h"
-#include "imagelib/core/registry.h"
+#include "imagelib/registry.h"
 
 namespace imx {
 

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "imagelib/core/image.h"
-#include "imagelib/core/registry.h"
+#include "imagelib/image.h"
+#include "imagelib/registry.h"
 
 namespace imx {
 namespace {

@@ -4,13 +4,14 @@
 #include <array>
 #include <cstdint>
 
-#include "imagelib/core/image.h"
+#include "imagelib/image.h"
 
 namespace imx {
 
 inline constexpr std::size_t kMaxImageWindows = 100;
 
-/// What the shell keeps for one image window. The field order is part of the design.
+/// What the shell keeps for one image window. The field order is part of the contract with its
+/// callers.
 struct DisplayRecord {
   void* window;                  ///< the system's window handle
   std::uint32_t magic;           ///< kImageMagic

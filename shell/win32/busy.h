@@ -5,7 +5,7 @@
 /// a command must wait until the work is over.
 #pragma once
 
-#include "shell/win32/windows_api.h"
+#include "imagelib/windows_api.h"
 
 namespace imx {
 

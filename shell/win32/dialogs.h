@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
+#include "imagelib/windows_api.h"
 #include "shell/model/scroll.h"
 #include "shell/win32/busy.h"
-#include "shell/win32/windows_api.h"
 
 namespace imx {
 

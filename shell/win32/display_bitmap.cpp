@@ -1,6 +1,6 @@
 #include "shell/win32/display_bitmap.h"
 
-#include "imagelib/core/image.h"
+#include "imagelib/image.h"
 
 namespace imx {
 

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <span>
 
-#include "shell/win32/windows_api.h"
+#include "imagelib/windows_api.h"
 
 namespace imx {
 

@@ -1,6 +1,6 @@
 #include "shell/win32/entry.h"
 
-#include "imagelib/core/memory.h"
+#include "imagelib/memory.h"
 #include "shell/win32/busy.h"
 #include "shell/win32/file_dialogs.h"
 #include "shell/win32/host_callbacks.h"

@@ -1,7 +1,7 @@
 /// Running a program on the shell, from the window classes to the leak report.
 #pragma once
 
-#include "shell/win32/windows_api.h"
+#include "imagelib/windows_api.h"
 
 namespace imx {
 

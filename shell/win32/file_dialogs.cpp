@@ -1,6 +1,6 @@
 #include "shell/win32/file_dialogs.h"
 
-#include "imagelib/core/image.h"
+#include "imagelib/image.h"
 #include "shell/model/open_filter.h"
 #include "shell/model/save_texts.h"
 #include "shell/win32/dialogs.h"

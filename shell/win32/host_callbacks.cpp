@@ -1,6 +1,6 @@
 #include "shell/win32/host_callbacks.h"
 
-#include "imagelib/core/host.h"
+#include "imagelib/host.h"
 #include "shell/win32/busy.h"
 #include "shell/win32/image_window.h"
 #include "shell/win32/progress_window.h"

@@ -1,7 +1,7 @@
 /// What the shell does for the library: message boxes, the progress window, new images shown.
 #pragma once
 
-#include "shell/win32/windows_api.h"
+#include "imagelib/windows_api.h"
 
 namespace imx {
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "imagelib/core/guards.h"
+#include "imagelib/guards.h"
 #include "resources/resource_ids.h"
 #include "shell/model/display_row.h"
 #include "shell/win32/display_bitmap.h"

@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "imagelib/core/memory.h"
+#include "imagelib/memory.h"
 #include "shell/model/display_texts.h"
 #include "shell/win32/busy.h"
 #include "shell/win32/display_bitmap.h"

@@ -1,8 +1,8 @@
 /// Image windows: one image each, up to 100 of them.
 #pragma once
 
+#include "imagelib/windows_api.h"
 #include "shell/model/window_table.h"
-#include "shell/win32/windows_api.h"
 
 namespace imx {
 

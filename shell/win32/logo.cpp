@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "imagelib/core/guards.h"
-#include "imagelib/dispatch/load.h"
+#include "dispatch/load.h"
+#include "imagelib/guards.h"
 #include "shell/model/display_row.h"
 #include "shell/win32/display_bitmap.h"
 #include "shell/win32/shell_state.h"

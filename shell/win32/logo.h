@@ -1,7 +1,7 @@
 /// The logo in the main window.
 #pragma once
 
-#include "shell/win32/windows_api.h"
+#include "imagelib/windows_api.h"
 
 namespace imx {
 

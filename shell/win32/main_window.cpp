@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "imagelib/core/host.h"
+#include "imagelib/host.h"
 #include "resources/resource_ids.h"
 #include "shell/win32/busy.h"
 #include "shell/win32/commands.h"

@@ -1,9 +1,9 @@
 #include "shell/win32/open_image.h"
 
+#include "dispatch/load.h"
 #include "formats/codec_state.h"
-#include "imagelib/core/guards.h"
-#include "imagelib/core/text.h"
-#include "imagelib/dispatch/load.h"
+#include "imagelib/guards.h"
+#include "imagelib/text.h"
 #include "ops/clip_region.h"
 #include "ops/operations.h"
 #include "shell/model/display_texts.h"

@@ -1,6 +1,6 @@
 #include "shell/win32/output_dialog.h"
 
-#include "imagelib/core/registry.h"
+#include "imagelib/registry.h"
 #include "resources/resource_ids.h"
 #include "shell/model/output_choices.h"
 #include "shell/win32/dialogs.h"

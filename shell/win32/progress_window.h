@@ -1,7 +1,7 @@
 /// The progress window: a bar with a percentage and, for work that can be stopped, a Stop button.
 #pragma once
 
-#include "shell/win32/windows_api.h"
+#include "imagelib/windows_api.h"
 
 namespace imx {
 

@@ -1,9 +1,9 @@
 /// The mouse in image windows: dragging a rectangle, and applying the tool to it.
 #pragma once
 
+#include "imagelib/windows_api.h"
 #include "shell/model/rubber_band.h"
 #include "shell/model/window_table.h"
-#include "shell/win32/windows_api.h"
 
 namespace imx {
 

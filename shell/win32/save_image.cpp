@@ -2,8 +2,8 @@
 
 #include <vector>
 
-#include "imagelib/core/registry.h"
-#include "imagelib/dispatch/safe_save.h"
+#include "dispatch/safe_save.h"
+#include "imagelib/registry.h"
 #include "shell/model/save_texts.h"
 #include "shell/model/window_list.h"
 #include "shell/win32/file_dialogs.h"

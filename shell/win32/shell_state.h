@@ -1,9 +1,9 @@
 /// The shell's process-wide state.
 #pragma once
 
+#include "imagelib/windows_api.h"
 #include "shell/model/rubber_band.h"
 #include "shell/model/window_table.h"
-#include "shell/win32/windows_api.h"
 
 namespace imx {
 

@@ -1,7 +1,7 @@
 #include "shell/win32/tools.h"
 
-#include "imagelib/core/host.h"
-#include "imagelib/core/image.h"
+#include "imagelib/host.h"
+#include "imagelib/image.h"
 #include "ops/operations.h"
 #include "resources/resource_ids.h"
 #include "shell/model/window_list.h"

@@ -1,7 +1,7 @@
 /// The shell's three window classes.
 #pragma once
 
-#include "shell/win32/windows_api.h"
+#include "imagelib/windows_api.h"
 
 namespace imx {
 

@@ -2,7 +2,7 @@
 /// in the place of the main window.
 #pragma once
 
-#include "imagelib/dispatch/plugin_interface.h"
+#include "dispatch/plugin_interface.h"
 
 namespace imx::test {
 

@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <type_traits>
 
-#include "imagelib/core/image.h"
+#include "imagelib/image.h"
 
 namespace imx::test {
 

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "imagelib/core/image.h"
+#include "imagelib/image.h"
 #include "tests/support/bytes.h"
 
 namespace imx::test {

@@ -12,7 +12,7 @@ namespace imx::test {
 
 /// Names and contents of the files of one kind:
 ///   samples   small ones of kinds that no saving makes
-///   promises  headers that promise much more than the file holds
+///   oversized_headers  headers that promise much more than the file holds
 ///   corpus    what fuzzers found: once a fault, or most of a loader's branches
 inline std::map<std::string, Bytes> KeptFiles(const Codec& codec, const std::string& kind) {
   std::map<std::string, Bytes> files;

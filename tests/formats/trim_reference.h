@@ -1,5 +1,5 @@
-/// A second TRIM codec, plain and slow, straight from the format's description: the witness of the
-/// fast one.
+/// A second TRIM codec, plain and slow, straight from the format's description: the reference
+/// decoder of the fast one.
 #pragma once
 
 #include <cstddef>

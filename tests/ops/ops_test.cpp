@@ -6,7 +6,7 @@
 #include <set>
 #include <utility>
 
-#include "imagelib/core/text.h"
+#include "imagelib/text.h"
 #include "ops/clip_region.h"
 #include "ops/operations.h"
 #include "tests/support/fault_injection.h"

@@ -6,7 +6,7 @@
 #include <initializer_list>
 #include <random>
 
-#include "tests/render/plain_renderer.h"
+#include "tests/render/reference_renderer.h"
 #include "tests/render/render_test_fixture.h"
 #include "tests/support/fault_injection.h"
 
@@ -67,7 +67,7 @@ class RenderSequences : public RenderTest, public testing::WithParamInterface<st
   void Shake(Dice& dice) {
     if (dice.Roll(8) == 0) {
       ASSERT_EQ(StartRenderer(), 0);
-      plain = PlainRenderer();
+      plain = ReferenceRenderer();
     }
     plain.renderBits = dice.Pick({8, 8, 8, 8, 4, 4, 1, 2, 3, 5, 7, 0, 24});
     Rendering().renderBits = plain.renderBits;
@@ -86,7 +86,7 @@ class RenderSequences : public RenderTest, public testing::WithParamInterface<st
                  << ", keep " << call.keep << ", strength " << call.strength << ", " << image->width
                  << 'x' << image->height << ", bits " << plain.renderBits);
     Colours wantedPalette = ColoursOf(palette);
-    const std::vector<std::uint8_t> wanted = RenderPlainly(plain, *image, wantedPalette, call);
+    const std::vector<std::uint8_t> wanted = RenderByReference(plain, *image, wantedPalette, call);
     const TrackedBytes got = RenderImage(*image, palette, static_cast<RenderCode>(call.code),
                                          call.mode, call.ordered, call.keep, call.strength);
     ASSERT_TRUE(got);
@@ -96,10 +96,10 @@ class RenderSequences : public RenderTest, public testing::WithParamInterface<st
     ASSERT_EQ(ColoursOf(RenderPalette()->colours), plain.renderPalette);
   }
 
-  PlainRenderer plain;
+  ReferenceRenderer plain;
 };
 
-TEST_P(RenderSequences, GiveWhatThePlainRendererGives) {
+TEST_P(RenderSequences, GiveWhatTheReferenceRendererGives) {
   Dice dice{std::mt19937(GetParam())};
   for (int step = 0; step < 40; ++step) {
     if (dice.Roll(3) == 0) Shake(dice);

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cctype>
 
-#include "imagelib/core/text.h"
+#include "imagelib/text.h"
 
 namespace imx::test {
 namespace {

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "imagelib/core/host.h"
-#include "imagelib/core/memory.h"
+#include "imagelib/host.h"
+#include "imagelib/memory.h"
 #include "shell/win32/host_callbacks.h"
 #include "shell/win32/shell_state.h"
 #include "tests/shell/shell_run.h"

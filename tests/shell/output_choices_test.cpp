@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "formats/codec_state.h"
-#include "imagelib/core/registry.h"
+#include "imagelib/registry.h"
 #include "tests/support/pictures.h"
 
 namespace imx {

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "imagelib/core/host.h"
+#include "imagelib/host.h"
 #include "resources/resource_ids.h"
 #include "tests/shell/shell_run.h"
 

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "imagelib/core/memory.h"
+#include "imagelib/memory.h"
 #include "resources/resource_ids.h"
 #include "shell/win32/image_window.h"
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "imagelib/core/guards.h"
+#include "imagelib/guards.h"
 #include "shell/win32/entry.h"
 #include "tests/support/pictures.h"
 

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "imagelib/core/byte_order.h"
+#include "imagelib/byte_order.h"
 
 namespace imx::test {
 

@@ -1,8 +1,8 @@
 /// Memory that runs out and disks that are full, at a chosen moment.
 #pragma once
 
-#include "imagelib/core/file_writer.h"
-#include "imagelib/core/memory.h"
+#include "imagelib/file_writer.h"
+#include "imagelib/memory.h"
 
 namespace imx::test {
 

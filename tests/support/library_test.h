@@ -6,10 +6,10 @@
 
 #include <cstdint>
 
-#include "imagelib/core/byte_order.h"
-#include "imagelib/core/file_writer.h"
-#include "imagelib/core/image.h"
-#include "imagelib/core/memory.h"
+#include "imagelib/byte_order.h"
+#include "imagelib/file_writer.h"
+#include "imagelib/image.h"
+#include "imagelib/memory.h"
 #include "tests/support/files.h"
 #include "tests/support/recording_host.h"
 

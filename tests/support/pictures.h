@@ -5,8 +5,8 @@
 #include <span>
 #include <string>
 
-#include "imagelib/core/guards.h"
-#include "imagelib/core/image.h"
+#include "imagelib/guards.h"
+#include "imagelib/image.h"
 
 namespace imx::test {
 

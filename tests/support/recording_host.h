@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "imagelib/core/host.h"
+#include "imagelib/host.h"
 
 namespace imx::test {
 

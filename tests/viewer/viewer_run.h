@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "imagelib/core/image.h"
+#include "imagelib/image.h"
 #include "tests/support/driven_run.h"
 #include "tools/drive/user_input.h"
 

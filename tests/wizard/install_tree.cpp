@@ -7,7 +7,7 @@
 #include <string_view>
 #include <utility>
 
-#include "shell/win32/windows_api.h"
+#include "imagelib/windows_api.h"
 #include "tests/support/files.h"
 
 // After the system's basic header.

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "imagelib/core/guards.h"
-#include "shell/win32/windows_api.h"
+#include "imagelib/guards.h"
+#include "imagelib/windows_api.h"
 
 namespace imx {
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "shell/win32/windows_api.h"
+#include "imagelib/windows_api.h"
 
 namespace imx {
 

@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <string>
 
-#include "imagelib/core/guards.h"
-#include "imagelib/dispatch/load.h"
+#include "dispatch/load.h"
+#include "imagelib/guards.h"
 
 namespace imx {
 

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "shell/win32/windows_api.h"
+#include "imagelib/windows_api.h"
 
 namespace imx {
 

@@ -1,0 +1,134 @@
+#include "dispatch/file_tests.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+
+#include "formats/alias.h"
+#include "formats/png.h"
+#include "formats/raw.h"
+#include "formats/softimage.h"
+#include "imagelib/byte_order.h"
+#include "imagelib/file_reader.h"
+#include "imagelib/text.h"
+
+namespace imx {
+namespace {
+
+using namespace std::string_view_literals;
+
+bool HasAt(const FileStart& file, std::size_t offset, std::string_view magic) {
+  return std::memcmp(file.bytes + offset, magic.data(), magic.size()) == 0;
+}
+
+bool NameEndsIn(const FileStart& file, std::string_view ending) {
+  return EndsWithNoCase(file.path, ending);
+}
+
+std::int16_t BigEndian16(const FileStart& file, std::size_t offset) {
+  return static_cast<std::int16_t>(LoadU16(file.bytes + offset, ByteOrder::big));
+}
+
+/// Printable ASCII or white space.
+bool IsTextByte(std::uint8_t byte) {
+  return (byte >= ' ' && byte <= '~') || (byte >= '\t' && byte <= '\r');
+}
+
+}  // namespace
+
+bool ReadFileStart(const char* path, FileStart* start) {
+  FileReader file(path);
+  if (!file.ok()) return false;
+  start->path = path;
+  start->size = file.Read(start->bytes, sizeof start->bytes);
+  return true;
+}
+
+bool LooksLikePng(const FileStart& file) {
+  return IsPng(file.bytes, static_cast<std::uint32_t>(file.size));
+}
+
+bool LooksLikePhotoshop(const FileStart& file) {
+  return HasAt(file, 0, "8BPS"sv);
+}
+
+bool LooksLikeSoftimage(const FileStart& file) {
+  return IsSoftimage(file.path) != 0;
+}
+
+bool LooksLikeWavefront(const FileStart& file) {
+  const auto isFieldByte = [](std::uint8_t byte) { return byte == 0 || IsTextByte(byte); };
+  const std::uint8_t* gamma = file.bytes + 28;
+  return file.size == kFileStartSize &&                               // the header has 740 bytes
+         BigEndian16(file, 10) >= BigEndian16(file, 8) &&             // active window: right, left
+         BigEndian16(file, 14) >= BigEndian16(file, 12) &&            // top, bottom
+         BigEndian16(file, 18) == 0 &&                                // storage type: bytes
+         BigEndian16(file, 20) == 3 &&                                // colour channels
+         BigEndian16(file, 22) >= 0 && BigEndian16(file, 22) <= 1 &&  // matte channels
+         BigEndian16(file, 26) == -2 &&                               // revision
+         std::all_of(gamma, gamma + 16, isFieldByte);
+}
+
+bool LooksLikeIff(const FileStart& file) {
+  return HasAt(file, 0, "FORM"sv) || HasAt(file, 0, "ILBM"sv);
+}
+
+bool LooksLikeGif(const FileStart& file) {
+  return HasAt(file, 0, "GIF"sv);
+}
+
+bool LooksLikeJpeg(const FileStart& file) {
+  return HasAt(file, 0, "\xFF\xD8\xFF\xE0"sv) && HasAt(file, 6, "JFIF"sv) && file.bytes[11] == 1 &&
+         file.bytes[12] < 3;
+}
+
+bool LooksLikeSgi(const FileStart& file) {
+  return HasAt(file, 0, "\x01\xDA"sv);
+}
+
+bool LooksLikeBmp(const FileStart& file) {
+  return HasAt(file, 0, "BM"sv);
+}
+
+bool LooksLikeTiff(const FileStart& file) {
+  return HasAt(file, 0, "II"sv) || HasAt(file, 0, "MM"sv);
+}
+
+bool LooksLikePcx(const FileStart& file) {
+  return file.bytes[0] == 10 && NameEndsIn(file, ".pcx"sv);
+}
+
+bool LooksLikeAlias(const FileStart& file) {
+  return IsAlias(file.path) != 0;
+}
+
+bool LooksLikeTarga(const FileStart& file) {
+  return "\x01\x02\x03\x09\x0A\x0B"sv.find(static_cast<char>(file.bytes[2])) !=
+             std::string_view::npos &&
+         NameEndsIn(file, ".tga"sv);
+}
+
+bool LooksLikeRaw(const FileStart& file) {
+  return GuessRawLayout(file.path) != 0;
+}
+
+bool LooksLikePpm(const FileStart& file) {
+  return HasAt(file, 0, "P6"sv) || HasAt(file, 0, "P3"sv);
+}
+
+bool LooksLikeFlic(const FileStart& file) {
+  return file.bytes[5] == 0xAF && (file.bytes[4] == 0x11 || file.bytes[4] == 0x12) &&
+         (NameEndsIn(file, ".flc"sv) || NameEndsIn(file, ".fli"sv));
+}
+
+bool LooksLikeAvi(const FileStart& file) {
+  return HasAt(file, 0, "RIFF"sv) && HasAt(file, 8, "AVI"sv);
+}
+
+bool LooksLikeDem(const FileStart& file) {
+  constexpr std::size_t kTextBytes = 14;  // as many as the loader looks at itself
+  return file.size >= kTextBytes && std::all_of(file.bytes, file.bytes + kTextBytes, IsTextByte) &&
+         NameEndsIn(file, ".dem"sv);
+}
+
+}  // namespace imx

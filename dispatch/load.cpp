@@ -1,0 +1,179 @@
+#include "dispatch/load.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <string>
+#include <string_view>
+
+#include "dispatch/file_tests.h"
+#include "dispatch/plugins.h"
+#include "formats/alias.h"
+#include "formats/avi.h"
+#include "formats/bmp.h"
+#include "formats/codec_state.h"
+#include "formats/dem.h"
+#include "formats/flic.h"
+#include "formats/gif.h"
+#include "formats/iff.h"
+#include "formats/pcx.h"
+#include "formats/png.h"
+#include "formats/ppm.h"
+#include "formats/psd.h"
+#include "formats/raw.h"
+#include "formats/sgi.h"
+#include "formats/softimage.h"
+#include "formats/targa.h"
+#include "formats/wavefront.h"
+#include "imagelib/file_reader.h"
+#include "imagelib/image.h"
+#include "imagelib/registry.h"
+#include "imagelib/text.h"
+
+namespace imx {
+namespace {
+
+constexpr const char* kJpegLibrary = "KZLDJPEG.DLL";
+constexpr const char* kTiffLibrary = "KZldTIFF.dll";
+
+using FileLoader = ImageRecord* (*)(std::FILE* file);
+
+/// Gives a loader that takes over an open file the form of those that take a path.
+template <FileLoader loader>
+ImageRecord* LoadOpened(const char* path) {
+  std::FILE* file = std::fopen(path, "rb");
+  return file ? loader(file) : nullptr;
+}
+
+ImageRecord* LoadIffFile(const char* path) {
+  std::FILE* file = std::fopen(path, "rb");
+  return file ? LoadIff(file, path) : nullptr;
+}
+
+ImageRecord* LoadRawFile(const char* path) {
+  return LoadRaw(path, Raw().kind, Raw().width, Raw().height);
+}
+
+ImageRecord* LoadDemFile(const char* path) {
+  return LoadDem(path, std::string(PathFileName(path)).c_str());
+}
+
+ImageRecord* LoadJpeg(const char* path) {
+  return LoadWithPlugin(path, kJpegLibrary);
+}
+
+ImageRecord* LoadTiff(const char* path) {
+  return LoadWithPlugin(path, kTiffLibrary);
+}
+
+/// What the dispatch writes into the record's fileType. Most types get their id, some the registry
+/// row of an extension; the save choices start from these values.
+enum class StoredType {
+  unchanged,      ///< the loader's value
+  id,             ///< the type id
+  row,            ///< the registry row of the type's extension
+  rowOfFileName,  ///< the registry row of the file's extension, which also makes the label
+};
+
+struct LoadBranch {
+  bool (*test)(const FileStart& file);
+  ImageRecord* (*load)(const char* path);
+  StoredType storedType;
+  FileType type;
+  const char* formatLabel;
+  const char* library = nullptr;  ///< the plug-in library that does the loading
+};
+
+/// In the order in which the tests are asked; the first that matches decides.
+constexpr LoadBranch kBranches[] = {
+    {LooksLikePng, LoadPng, StoredType::row, kTypePng, "PNG"},
+    {LooksLikePhotoshop, LoadPsd, StoredType::id, kTypePhotoshop, "PSD"},
+    {LooksLikeSoftimage, LoadSoftimage, StoredType::id, kTypeSoftimage, "SFI"},
+    {LooksLikeWavefront, LoadWavefront, StoredType::id, kTypeRla, "RLA"},
+    {LooksLikeIff, LoadIffFile, StoredType::rowOfFileName, kTypeIff, "IFF"},
+    {LooksLikeGif, LoadOpened<LoadGif>, StoredType::unchanged, kTypeGif, "GIF"},
+    {LooksLikeJpeg, LoadJpeg, StoredType::id, kTypeJpeg, "JPEG", kJpegLibrary},
+    {LooksLikeSgi, LoadSgi, StoredType::id, kTypeSgi, "SGI"},
+    {LooksLikeBmp, LoadOpened<LoadBmp>, StoredType::unchanged, kTypeBmp, "BMP"},
+    {LooksLikeTiff, LoadTiff, StoredType::unchanged, kTypeTiff, "TIFF", kTiffLibrary},
+    {LooksLikePcx, LoadOpened<LoadPcx>, StoredType::id, kTypePcx, "PCX"},
+    {LooksLikeAlias, LoadAlias, StoredType::id, kTypeAlias, "PIX"},
+    {LooksLikeTarga, LoadOpened<LoadTarga>, StoredType::id, kTypeTarga, "Targa"},
+    {LooksLikeRaw, LoadRawFile, StoredType::id, kTypeRawRgb, "RAW"},
+    {LooksLikePpm, LoadPpm, StoredType::id, kTypePpm, "PPM"},
+    {LooksLikeFlic, LoadFlic, StoredType::id, kTypeFlc, "FLC"},
+    {LooksLikeAvi, LoadAviFrame, StoredType::id, kTypeAvi, "AVI"},
+    {LooksLikeDem, LoadDemFile, StoredType::id, kTypeDem, "DEM"},
+};
+
+const LoadBranch* FindBranch(const FileStart& start) {
+  for (const LoadBranch& branch : kBranches) {
+    if (branch.test(start)) return &branch;
+  }
+  return nullptr;
+}
+
+/// Whether the file is as long as the raw kind and size say.
+bool RawSizeFits(const char* path) {
+  const RawState& raw = Raw();
+  if (raw.width < 1 || raw.height < 1) return false;
+  const bool isTriples = raw.kind >= kRawRgb && raw.kind <= kRawBrg;
+  const std::uint64_t pixels =
+      std::uint64_t{static_cast<std::uint32_t>(raw.width)} * static_cast<std::uint32_t>(raw.height);
+  return FileReader(path).size() == pixels * (isTriples ? 3 : 1);
+}
+
+/// The IFF container holds several types, which only their names tell apart.
+void DescribeByFileName(ImageRecord& image, std::string_view path) {
+  std::string_view extension = PathExtension(path);
+  if (extension.empty()) extension = ".iff";
+  CopyTextCut(image.extension, extension);
+  CopyTextCut(image.formatLabel, extension.substr(1));
+  for (char& c : image.formatLabel) c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+  image.fileType = TypeRowByExtension(image.extension + 1);
+}
+
+std::int32_t RowOfType(FileType type) {
+  for (std::int32_t row = 0; TypeRowOutOfRange(row) == 0; ++row) {
+    if (Registry(row).type == type) return row;
+  }
+  return -1;
+}
+
+void Describe(ImageRecord& image, const LoadBranch& branch, const char* path) {
+  if (branch.storedType == StoredType::rowOfFileName) {
+    DescribeByFileName(image, path);
+    return;
+  }
+  if (branch.storedType == StoredType::id) image.fileType = branch.type;
+  if (branch.storedType == StoredType::row) image.fileType = RowOfType(branch.type);
+  CopyText(image.formatLabel, branch.formatLabel);
+}
+
+}  // namespace
+
+ImageRecord* LoadImage(const char* path) {
+  FileStart start;
+  if (!ReadFileStart(path, &start)) return nullptr;
+  const bool layoutChosen = Raw().kind >= 0;
+  const LoadBranch* branch = FindBranch(start);
+  const bool isRaw = branch && branch->type == kTypeRawRgb;
+  // A layout guessed from the name still wants a size; one left from another file may not be meant.
+  // What no test knows can still be a headerless file under any name.
+  if (!layoutChosen && (!branch || (isRaw && !RawSizeFits(path)))) {
+    Raw().guideWanted = start.size > 0;
+    return nullptr;
+  }
+  ImageRecord* image = branch ? branch->load(path) : nullptr;
+  if (image) Describe(*image, *branch, path);
+  return image;
+}
+
+FileKind IdentifyFile(const char* path) {
+  const RawState raw = Raw();  // the raw test notes what it guesses
+  FileStart start;
+  const LoadBranch* branch = ReadFileStart(path, &start) ? FindBranch(start) : nullptr;
+  Raw() = raw;
+  return branch ? FileKind{branch->formatLabel, branch->library} : FileKind{nullptr, nullptr};
+}
+
+}  // namespace imx

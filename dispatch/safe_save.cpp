@@ -1,0 +1,89 @@
+#include "dispatch/safe_save.h"
+
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+
+#include "dispatch/save.h"
+#include "formats/codec_state.h"
+#include "imagelib/save_outcome.h"
+#include "imagelib/system_files.h"
+#include "imagelib/temporary_file.h"
+
+namespace imx {
+namespace {
+
+using FileHandle = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
+
+FileHandle Open(const std::string& path, const char* mode) {
+  return FileHandle(std::fopen(path.c_str(), mode), std::fclose);
+}
+
+SaveResult SystemFailure() {
+  return {false, std::strerror(errno)};
+}
+
+/// The folder of `path`, in a form that a file name can be put behind.
+std::string FolderOf(const std::string& path) {
+  const std::size_t separator = path.find_last_of("/\\");
+  if (separator == std::string::npos) return ".";
+  return separator == 0 ? path.substr(0, 1) : path.substr(0, separator);
+}
+
+/// `finalPath` is where the file is meant to be in the end, for savers that write its name into it.
+SaveResult SaveInto(const TemporaryFile& file, const char* finalPath, ImageRecord* image) {
+  BeginSaveOutcome();
+  Output().finalPath = finalPath;
+  const std::int32_t result = SaveImage(file.path().c_str(), image);
+  Output().finalPath = nullptr;
+  if (result != 0) return {false, {}};
+  if (GetSaveOutcome() == SaveOutcome::whole) return {true, {}};
+  return {false, SaveFailureReason()};
+}
+
+SaveResult CopyToStream(const std::string& path, std::FILE* stream) {
+  const FileHandle from = Open(path, "rb");
+  if (!from) return SystemFailure();
+  char buffer[65536];
+  while (const std::size_t got = std::fread(buffer, 1, sizeof buffer, from.get())) {
+    if (std::fwrite(buffer, 1, got, stream) != got) return SystemFailure();
+  }
+  if (std::ferror(from.get()) || std::fflush(stream) != 0) return SystemFailure();
+  return {true, {}};
+}
+
+SaveResult SaveToDevice(const std::string& path, ImageRecord* image) {
+  FileHandle to = Open(path, "wb");
+  if (!to) return SystemFailure();
+  const SaveResult result = SaveImageToStream(to.get(), image);
+  if (std::fclose(to.release()) != 0 && result.saved) return SystemFailure();
+  return result;
+}
+
+}  // namespace
+
+SaveResult SaveImageToStream(std::FILE* stream, ImageRecord* image) {
+  const TemporaryFile file{std::string()};
+  if (!file.ok()) return {false, file.reason()};
+  const SaveResult result = SaveInto(file, "", image);
+  return result.saved ? CopyToStream(file.path(), stream) : result;
+}
+
+SaveResult SaveImageSafely(const std::string& path, ImageRecord* image) {
+  const PathKind kind = KindOfPath(path);
+  if (kind == PathKind::directory) return {false, "is a directory"};
+  if (kind == PathKind::stream) return SaveToDevice(path, image);
+  const std::string target = FollowLinks(path);
+  std::string reason;
+  if (!IsWritable(target, &reason)) return {false, reason};
+
+  TemporaryFile file(FolderOf(target));
+  if (!file.ok()) return {false, file.reason()};
+  const SaveResult result = SaveInto(file, path.c_str(), image);
+  if (!result.saved) return result;
+  if (!file.MoveTo(target)) return {false, file.reason()};
+  return result;
+}
+
+}  // namespace imx

@@ -1,0 +1,172 @@
+#include "imagelib/registry.h"
+
+#include <cstdio>
+
+#include "imagelib/text.h"
+
+namespace imx {
+namespace {
+
+enum CapabilityBit : std::uint32_t {
+  kDepthMask = 0x3FF,
+  kInterlace = 1u << 23,
+  kGreyBelow24 = 1u << 24,
+  kQuality = 1u << 25,
+  kCompression = 1u << 26,
+  kSaver = 1u << 28,
+  kLoader = 1u << 29,
+  kReducesColours = 1u << 30,
+  kLossy = 1u << 31,
+};
+
+constexpr RegistryRow kTable[kRegistryRows + 1] = {
+    {"tga", "Targa (*.tga)", kTypeTarga, 0x74000003},
+    {"bmp", "BMP (*.bmp)", kTypeBmp, 0x70000246},
+    {"gif", "GIF (*.gif)", kTypeGif, 0x70800004},
+    {"fs", "Framestore (*.fs)", kTypeFramestore, 0xB4000002},
+    {"flc", "Flick (*.flc)", kTypeFlc, 0x60000004},
+    {"avi", "AVI (*.avi)", kTypeAvi, 0x60000004},
+    {"psd", "Photoshop (*.psd)", kTypePhotoshop, 0x20000000},
+    {"pic", "Softimage (*.pic)", kTypeSoftimage, 0x30000002},
+    {"rla", "Wavefront (*.rla)", kTypeRla, 0x30000002},
+    {"pix", "Alias (*.pix)", kTypeAlias, 0x30000002},
+    {"fli", "Flick (*.fli)", kTypeFli, 0x60000004},
+    {"dem", "DEM (*.dem)", kTypeDem, 0x20000004},
+    {"red", "RAW Red (*.red)", kTypeRawRed, 0x30000004},
+    {"grn", "RAW Green (*.grn)", kTypeRawGreen, 0x30000004},
+    {"blu", "RAW Blue (*.blu)", kTypeRawBlue, 0x30000004},
+    {"gry", "RAW Grey (*.gry)", kTypeRawGrey, 0x30000004},
+    {"raw", "RAW RGB (*.raw)", kTypeRawRgb, 0x30000002},
+    {"jpg", "JPEG (*.jpg)", kTypeJpeg, 0xB2000002},
+    {"tif", "TIFF (*.tif)", kTypeTiff, 0x34000003},
+    {"iff", "Amiga IFF (*.iff)", kTypeIff, 0x34000002},
+    {"pcx", "PCX (*.pcx)", kTypePcx, 0x70000246},
+    {"rgb", "SGI RGB (*.rgb)", kTypeSgi, 0x35000007},
+    {"ppm", "PPM (*.ppm)", kTypePpm, 0x34000002},
+    {"png", "PNG (*.png)", kTypePng, 0x70800007},
+    {"trm", "QMK Trim (*.trm)", kTypeTrim, 0x30000003},
+    {"", "", -1, 0},
+};
+
+constexpr const char* kDepthNameTexts[kDepthNames] = {
+    "32-bit (16m colors + Alpha)",
+    "24-bit (16m colors)",
+    "8-bit (256 values)",
+    "7-bit (128 values)",
+    "6-bit (64 values)",
+    "5-bit (32 values)",
+    "4-bit (16 values)",
+    "3-bit (8 values)",
+    "2-bit (4 values)",
+    "1-bit (2 values)",
+};
+
+constexpr std::int32_t kDepthBitCounts[kDepthNames] = {32, 24, 8, 7, 6, 5, 4, 3, 2, 1};
+constexpr std::int32_t kFirstReducedDepthBit = 2;  // bits 0 and 1 are 32-bit and 24-bit
+
+constexpr const char* kRawKindNames[kRawKinds] = {
+    "Greyscale File",   "Red Channel File", "Green Channel File", "Blue Channel File",
+    "RGB Triples File", "RBG Triples File", "GBR Triples File",   "GRB Triples File",
+    "BGR Triples File", "BRG Triples File", "R, G & B Files",
+};
+
+std::uint32_t Capabilities(std::int32_t row) {
+  return Registry(row).capabilities;
+}
+
+std::int32_t Has(std::int32_t row, std::uint32_t bit) {
+  return (Capabilities(row) & bit) ? 1 : 0;
+}
+
+const char* DepthSuffix(std::uint32_t capabilities, std::int32_t bit) {
+  const bool reduced = bit >= kFirstReducedDepthBit;
+  if (capabilities & kLossy) return " - [lossy]";
+  if (capabilities & kReducesColours) return reduced ? " - [reduction]" : "";
+  if (capabilities & kGreyBelow24) return reduced ? " - [greyscale]" : "";
+  return "";
+}
+
+}  // namespace
+
+const RegistryRow& Registry(std::int32_t row) {
+  return kTable[row >= 0 && row < kRegistryRows ? row : kRegistryRows];
+}
+
+const char* TypeLabel(std::int32_t row) {
+  return Registry(row).label;
+}
+const char* TypeExtension(std::int32_t row) {
+  return Registry(row).extension;
+}
+std::int32_t TypeHasCompression(std::int32_t row) {
+  return Has(row, kCompression);
+}
+std::int32_t TypeHasInterlace(std::int32_t row) {
+  return Has(row, kInterlace);
+}
+std::int32_t TypeHasQuality(std::int32_t row) {
+  return Has(row, kQuality);
+}
+std::int32_t TypeCanSave(std::int32_t row) {
+  return Has(row, kSaver);
+}
+std::int32_t TypeCanLoad(std::int32_t row) {
+  return Has(row, kLoader);
+}
+std::int32_t TypeRowOutOfRange(std::int32_t row) {
+  return Capabilities(row) == 0 ? 1 : 0;
+}
+
+std::int32_t SaverPosition(std::int32_t row) {
+  if (!TypeCanSave(row)) return -1;
+  std::int32_t position = 0;
+  for (std::int32_t i = 0; i < row; ++i) position += TypeCanSave(i);
+  return position;
+}
+
+std::int32_t SaverRow(std::int32_t position) {
+  for (std::int32_t row = 0; Capabilities(row) != 0; ++row) {
+    if (TypeCanSave(row) && position-- == 0) return row;
+  }
+  return -1;
+}
+
+std::int32_t TypeRowByExtension(const char* extension) {
+  for (std::int32_t row = 0; Capabilities(row) != 0; ++row) {
+    if (EqualNoCase(TypeExtension(row), extension)) return row;
+  }
+  return -1;
+}
+
+std::int32_t DepthChoiceCount(std::int32_t row) {
+  std::int32_t count = 0;
+  while (DepthChoiceBit(row, count) >= 0) ++count;
+  return count;
+}
+
+std::int32_t DepthChoiceBit(std::int32_t row, std::int32_t choice) {
+  const std::uint32_t depths = Capabilities(row) & kDepthMask;
+  for (std::int32_t bit = 0; bit < kDepthNames && choice >= 0; ++bit) {
+    if ((depths >> bit & 1) && choice-- == 0) return bit;
+  }
+  return -1;
+}
+
+std::int32_t DepthBits(std::int32_t bit) {
+  return bit >= 0 && bit < kDepthNames ? kDepthBitCounts[bit] : 0;
+}
+
+const char* DepthSuffixName(std::int32_t row, std::int32_t choice) {
+  static char text[64];
+  const std::int32_t bit = DepthChoiceBit(row, choice);
+  if (bit < 0) return nullptr;
+  std::snprintf(text, sizeof text, "%s%s", kDepthNameTexts[bit],
+                DepthSuffix(Capabilities(row), bit));
+  return text;
+}
+
+const char* RawKindName(std::int32_t kind) {
+  return kind >= 0 && kind < kRawKinds ? kRawKindNames[kind] : nullptr;
+}
+
+}  // namespace imx

@@ -1,0 +1,110 @@
+// The operations, the settings of reduced colours, headerless files and the colour count.
+
+#include <set>
+#include <string>
+#include <utility>
+
+#include "tests/cli/program_test.h"
+
+namespace imx::test {
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+class OperationsTest : public ProgramTest {
+ protected:
+  void SetUp() override { temp.Write("in.ppm", Pixmap(8, 6)); }
+
+  /// Expects that the operations make of the picture what ImageMagick makes with its own.
+  void ExpectGives(const std::string& operations, const std::string& peer) {
+    const ProgramResult result = Bash("imx convert in.ppm out.ppm " + operations +
+                                      " && convert in.ppm " + peer + " +repage wanted.ppm");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.err, "");
+    EXPECT_TRUE(SameFiles("out.ppm", "wanted.ppm")) << operations;
+  }
+};
+
+TEST_F(OperationsTest, RunInTheirOrderEachOnTheRegion) {
+  ExpectGives("--region 2,1,5,3 --clip", "-crop 4x3+2+1");
+  ExpectGives("--region -4,-4,99,99 --clip --gamma 1", "");
+  ExpectGives("--region 1,2,3,4 --rescale 2", "-crop 3x3+1+2 -sample 200%");
+  // Without a region, and after each operation that makes a new image, it is the whole one.
+  ExpectGives("--rescale 2", "-sample 200%");
+  ExpectGives("--region 1,1,6,4 --clip --clip", "-crop 6x4+1+1");
+  ExpectGives("--region 1,1,6,4 --clip --region 0,0,1,1 --clip", "-crop 2x2+1+1");
+  ExpectGives("--region 0,0,1,1 --region 1,1,6,4 --clip --rescale 2", "-crop 6x4+1+1 -sample 200%");
+}
+
+TEST_F(OperationsTest, WhatCannotBeDoneWritesNothing) {
+  for (const auto& [operation, names] : {std::pair{"--region 20,0,30,3 --clip", "in.ppm: --clip"},
+                                         {"--merge missing.ppm", "missing.ppm: No such file"}}) {
+    const ProgramResult result = Bash(std::string("imx convert in.ppm none.ppm ") + operation);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.err, StartsWith(std::string("imx: ") + names));
+    EXPECT_FALSE(FileExists(temp.file("none.ppm")));
+  }
+}
+
+TEST_F(OperationsTest, GammaRaisesToThePowerWhateverTheRegion) {
+  temp.Write("in.ppm", std::string_view("P6\n2 1\n255\n\x00\x80\xFF\x01\x40\xC0", 17));
+  ImxOutput({"convert", "in.ppm", "out.ppm", "--region", "0,0,0,0", "--gamma", "2"});
+  EXPECT_EQ(Contents("out.ppm"), std::string("P6\n2 1\n255\n\x00\x40\xFF\x00\x10\x90", 17));
+}
+
+TEST_F(OperationsTest, MergeResampleAndCount) {
+  temp.Write("flat.ppm", "P6 3 3 255\n" + std::string(27, 'x'));
+  ExpectGives("--region 2,1,6,4 --merge flat.ppm",
+              "+antialias -fill '#787878' -draw 'rectangle 2,1 5,3'");
+  ImxOutput({"convert", "flat.ppm", "larger.ppm", "--resample", "2"});
+  EXPECT_EQ(Contents("larger.ppm"), "P6\n4 4\n255\n" + std::string(48, 'x'));
+  EXPECT_EQ(ImxOutput({"count", "flat.ppm"}), "This image has 1 colors. 11.11% utilization.\n");
+}
+
+TEST_F(OperationsTest, HeaderlessFiles) {
+  temp.Write("a.gry", "\x01\x02\x03\x04\x05\x06");
+  for (const char* channel : {"red", "grn", "blu", "r", "g", "b"}) {
+    temp.Write(std::string("c.") + channel, channel);
+  }
+  const std::pair<const char*, std::string> kCases[] = {
+      {"a.gry --raw 2x1 --raw-as bgr", {"\3\2\1\0\6\5\4\0", 8}},
+      {"a.gry --raw 6X1 --raw-as green", {"\0\1\0\0\0\2\0\0", 8}},
+      {"a.gry --raw 6x1", {"\1\1\1\0\2\2\2\0", 8}},
+      {"c.red --raw 3x1 --raw-as rgb-files", {"rgb\0erl\0", 8}},
+      {"c.r --raw 1x1 --raw-as rgb-files", {"rgb\0", 4}},
+  };
+  for (const auto& [arguments, pixels] : kCases) {
+    const ProgramResult result = Bash(std::string("imx pixels ") + arguments);
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(result.out.substr(0, 8), pixels) << arguments;
+  }
+  EXPECT_THAT(Imx({"info", "a.gry"}).err, HasSubstr("--raw WxH"));
+}
+
+/// How many different colours the decoded file has.
+std::size_t ColoursOf(const std::string& rgba) {
+  std::set<std::string> colours;
+  for (std::size_t i = 0; i < rgba.size(); i += 4) colours.insert(rgba.substr(i, 3));
+  return colours.size();
+}
+
+TEST_F(OperationsTest, AFileOfFewerBitsGetsNoMoreColoursThanItCanName) {
+  temp.Write("noise.ppm", Pixmap(64, 64));
+  const auto colours = [&](const std::string& options) {
+    EXPECT_EQ(Bash("imx convert noise.ppm out.bmp --depth " + options).err, "");
+    return ColoursOf(Decoded("out.bmp"));
+  };
+  EXPECT_GT(colours("8"), 200u);
+  EXPECT_EQ(colours("4"), 16u);
+  EXPECT_EQ(colours("1"), 2u);
+  EXPECT_LE(colours("8 --render-bits 3"), 8u);
+  EXPECT_GT(colours("8 --render-mode 1"), 100u);
+  const std::string grey = Decoded("out.bmp");
+  for (std::size_t i = 0; i < grey.size(); i += 4) {
+    ASSERT_TRUE(grey[i] == grey[i + 1] && grey[i] == grey[i + 2]);
+  }
+}
+
+}  // namespace
+}  // namespace imx::test

@@ -1,0 +1,218 @@
+#include "dispatch/load.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "dispatch/save.h"
+#include "formats/codec_state.h"
+#include "imagelib/guards.h"
+#include "imagelib/registry.h"
+#include "tests/support/library_test.h"
+#include "tests/support/pictures.h"
+
+namespace imx::test {
+namespace {
+
+using testing::IsEmpty;
+
+constexpr const char* kUnknown = "unknown";
+
+/// 100 zero bytes with `bytes` from `offset` on.
+Bytes Padded(std::size_t offset, const Bytes& bytes) {
+  Bytes all(100);
+  std::copy(bytes.begin(), bytes.end(), all.begin() + static_cast<std::ptrdiff_t>(offset));
+  return all;
+}
+
+Bytes Text(std::string_view text) {
+  return Bytes(text.begin(), text.end());
+}
+
+Bytes Start(const Bytes& bytes, std::size_t size) {
+  return Bytes(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(size));
+}
+
+Bytes Changed(Bytes bytes, std::size_t offset, int value) {
+  bytes.at(offset) = static_cast<std::uint8_t>(value);
+  return bytes;
+}
+
+class LoadTest : public LibraryTest {
+ protected:
+  LoadTest() { Raw() = RawState(); }
+
+  std::string LabelOf(const std::string& name, const Bytes& bytes) {
+    const FileKind kind = IdentifyFile(temp.Write(name, bytes).c_str());
+    return kind.label ? kind.label : kUnknown;
+  }
+
+  /// The image saved as `extension`, under the name `file`, and loaded again.
+  ImageGuard SavedAndLoaded(const char* extension, const std::string& file) {
+    const ImageGuard image = PhotoLike(20, 10);
+    image->saveType = TypeRowByExtension(extension);
+    image->saveDepth = 0;
+    const std::string path = temp.file(file);
+    SaveImage(path.c_str(), image.get());
+    return ImageGuard(LoadImage(path.c_str()));
+  }
+};
+
+// Offsets of what tells the type stand in each format's public description.
+const Bytes kJfif = BigEndian().U32(0xFFD8FFE0).U16(16).Text("JFIF").List({0, 1, 2}).bytes();
+const Bytes kSgi = BigEndian().U16(474).bytes();
+const Bytes kTarga = BigEndian().List({0, 0, 2}).Repeat(0, 15).bytes();
+const Bytes kPcx = BigEndian().List({10, 5, 1, 8}).bytes();
+const Bytes kAlias24 = BigEndian().U16(4).U16(4).U16(0).U16(0).U16(24).bytes();
+const Bytes kFlc = BigEndian().U32(0).List({0x12, 0xAF}).bytes();
+const Bytes kAvi = BigEndian().Text("RIFF").U32(0).Text("AVI LIST").bytes();
+const Bytes kDem = Text("Quadrangle name, 3-arc-second");
+const Bytes kSoftimage =
+    BigEndian().U32(0x5380F634).Repeat(0, 84).Text("PICT").List({0, 1, 0, 1}).Repeat(0, 8).bytes();
+/// Twice the window 0..9 by 0..4; from 16 on frame, storage, three colour channels, no matte, and
+/// the revision -2; from 28 on the gamma.
+const Bytes kWavefront = BigEndian()
+                             .List({0, 0, 0, 9, 0, 0, 0, 4})
+                             .List({0, 0, 0, 9, 0, 0, 0, 4})
+                             .List({0, 1, 0, 0, 0, 3, 0, 0, 0, 0, 0xFF, 0xFE})
+                             .Text("2.2")
+                             .Repeat(0, 69)
+                             .bytes();
+
+TEST_F(LoadTest, TypesAreToldByContentAndForSomeByName) {
+  const struct {
+    const char* name;
+    Bytes bytes;
+    const char* label;
+  } kCases[] = {
+      {"a", Text("\x89PNG\r\n\x1A\n"), "PNG"},
+      {"a", Text("8BPS"), "PSD"},
+      {"a", kSoftimage, "SFI"},
+      {"a", Padded(0, Start(kSoftimage, 4)), kUnknown},
+      {"a", Text("FORM"), "IFF"},
+      {"a", Text("ILBM"), "IFF"},
+      {"a", Text("LIST"), kUnknown},
+      {"a", Text("GIF89a"), "GIF"},
+      {"a", kJfif, "JPEG"},
+      {"a", Changed(kJfif, 3, 0xE1), kUnknown},
+      {"a", Changed(kJfif, 6, 'E'), kUnknown},
+      {"a", Changed(kJfif, 11, 2), kUnknown},
+      {"a", Changed(kJfif, 12, 3), kUnknown},
+      {"a", kSgi, "SGI"},
+      {"a", Text("BM"), "BMP"},
+      {"a", Text("II*"), "TIFF"},
+      {"a", Text("MM"), "TIFF"},
+      {"a.PCX", kPcx, "PCX"},
+      {"a.pcy", kPcx, kUnknown},
+      {"a.pcx", Changed(kPcx, 0, 11), kUnknown},
+      {"a.pix", kAlias24, "PIX"},
+      {"a.PIX", Changed(kAlias24, 9, 8), "PIX"},
+      {"a.pix", Changed(kAlias24, 9, 32), kUnknown},
+      {"a.pix", Start(kAlias24, 9), kUnknown},
+      {"a.pic", kAlias24, kUnknown},
+      {"A.TGA", kTarga, "Targa"},
+      {"a.targa", kTarga, kUnknown},
+      {"a.tga", Changed(kTarga, 2, 11), "Targa"},
+      {"a.tga", Changed(kTarga, 2, 4), kUnknown},
+      {"a.tga", Changed(kTarga, 2, 0), kUnknown},
+      {"a.GBR", Text("x"), "RAW"},
+      {"a.gr", Text("x"), "RAW"},
+      {"a", Text("P6"), "PPM"},
+      {"a", Text("P3"), "PPM"},
+      {"a", Text("P5"), kUnknown},
+      {"a.flc", kFlc, "FLC"},
+      {"a.FLI", Changed(kFlc, 4, 0x11), "FLC"},
+      {"a.fli", Changed(kFlc, 4, 0x13), kUnknown},
+      {"a.fla", kFlc, kUnknown},
+      {"a", kAvi, "AVI"},
+      {"a", Text("RIFF....WAVE"), kUnknown},
+      {"a.dem", kDem, "DEM"},
+      {"a.dem", Text("Vista DEM File\x01\x02"), "DEM"},
+      {"a.dem", Padded(0, Text("two")), kUnknown},
+      {"a.txt", kDem, kUnknown},
+      {"a", Bytes(100), kUnknown},
+      {"a.tga", Bytes(), kUnknown},
+
+      {"a", kWavefront, "RLA"},
+      {"a", Changed(kWavefront, 23, 1), "RLA"},  // a matte channel
+      {"a", Changed(kWavefront, 23, 2), kUnknown},
+      {"a", Changed(kWavefront, 19, 1), kUnknown},     // words, not bytes
+      {"a", Changed(kWavefront, 21, 1), kUnknown},     // one colour channel
+      {"a", Changed(kWavefront, 27, 0xFD), kUnknown},  // another revision
+      {"a", Changed(kWavefront, 9, 10), kUnknown},     // left beyond right
+      {"a", Changed(kWavefront, 13, 5), kUnknown},     // bottom beyond top
+      {"a", Changed(kWavefront, 29, 0xFF), kUnknown},  // a gamma that is no text
+      {"a", Start(kWavefront, 99), kUnknown},
+
+      // Both tests match; the earlier one decides.
+      {"a.tga", BigEndian().Text("BM").U8(2).Repeat(0, 20).bytes(), "BMP"},
+      {"a.raw", Text("II"), "TIFF"},
+      {"a.rgb", kSgi, "SGI"},
+      {"a.raw", Text("P6"), "RAW"},
+      {"a.red", Text("FORM"), "IFF"},
+      {"a.dem", Text("P3 a portable pixmap"), "PPM"},
+      {"a.dem", Text("GIF is not read as text"), "GIF"},
+      {"a", BigEndian().Text("FORM").Raw(kWavefront.data() + 4, 96).bytes(), "RLA"},
+  };
+  for (const auto& c : kCases) {
+    EXPECT_EQ(LabelOf(c.name, c.bytes), c.label)
+        << c.name << " " << testing::PrintToString(c.bytes);
+  }
+}
+
+TEST_F(LoadTest, AChosenRawKindTakesWhatNoEarlierTestKnows) {
+  Raw().kind = 0;
+  EXPECT_EQ(LabelOf("a.bin", Text("anything")), "RAW");
+  EXPECT_EQ(LabelOf("a.bin", Text("P6")), "RAW");
+  EXPECT_EQ(LabelOf("a.tga", kTarga), "Targa");
+}
+
+TEST_F(LoadTest, EveryPrefixIsProbedWithinItsBounds) {
+  for (const Bytes* whole : {&kSoftimage, &kWavefront, &kJfif, &kAvi, &kAlias24}) {
+    for (std::size_t size = 0; size < whole->size(); ++size) {
+      LabelOf("a.pix", Start(*whole, size));
+    }
+  }
+}
+
+TEST_F(LoadTest, WhatCannotBeOpenedOrIsUnknownGivesNothingSilently) {
+  EXPECT_EQ(LoadImage(temp.file("missing.png").c_str()), nullptr);
+  EXPECT_EQ(IdentifyFile(temp.file("missing.png").c_str()).label, nullptr);
+  EXPECT_EQ(LoadImage(temp.path().c_str()), nullptr) << "a folder";
+  EXPECT_EQ(LoadImage(temp.Write("a.trm", "some text").c_str()), nullptr);
+  EXPECT_EQ(LoadImage(temp.Write("a.iff", "FORM....AIFF").c_str()), nullptr);
+  EXPECT_THAT(host.errors, IsEmpty());
+  EXPECT_THAT(host.notes, IsEmpty());
+}
+
+// PNG and IFF files get the registry row that their extension has, others their type id. What an
+// IFF file is its name tells.
+TEST_F(LoadTest, TypesAndLabelsThatTheRecordGets) {
+  std::filesystem::create_directory(temp.file("folder.trm"));
+  const struct {
+    const char* type;
+    const char* file;
+    const char* extension;
+    const char* label;
+    std::int32_t fileType;
+  } kCases[] = {
+      {"png", "a.dat", ".png", "PNG", 23},        {"ppm", "a.dat", "", "PPM", 23},
+      {"iff", "a.trm", ".trm", "TRM", 24},        {"iff", "a.b.TrM", ".TrM", "TRM", 24},
+      {"iff", "a.iff", ".iff", "IFF", 19},        {"iff", "a.ilbm", ".ilbm", "ILBM", -1},
+      {"iff", "plain", ".iff", "IFF", 19},        {"iff", "a.png", ".png", "PNG", 23},
+      {"iff", "folder.trm/a", ".iff", "IFF", 19},
+  };
+  for (const auto& c : kCases) {
+    const ImageGuard image = SavedAndLoaded(c.type, c.file);
+    ASSERT_TRUE(image) << c.file;
+    EXPECT_STREQ(image->extension, c.extension) << c.file;
+    EXPECT_STREQ(image->formatLabel, c.label) << c.file;
+    EXPECT_EQ(image->fileType, c.fileType) << c.file;
+  }
+}
+
+}  // namespace
+}  // namespace imx::test

@@ -1,0 +1,94 @@
+#include "formats/avi.h"
+
+#include "formats/avi_source.h"
+#include "tests/formats/format_test.h"
+#include "tests/formats/station_builder.h"
+
+namespace imx::test {
+namespace {
+
+using testing::Each;
+using testing::ElementsAre;
+
+class PackedBitmapTest : public LibraryTest {
+ protected:
+  std::vector<Rgba> Loaded(const DibFields& fields, const Bytes& rest) {
+    return Pixels(ImageGuard(ImageFromPackedBitmap(Dib(fields, rest))));
+  }
+};
+
+// Beyond what the files below show: fewer colours than indices, none, and a depth that is not read.
+TEST_F(PackedBitmapTest, OddBitmaps) {
+  const Bytes indexed = {1, 2, 3, 0, 4, 5, 6, 0, 1, 0, 1, 200};
+  EXPECT_THAT(Loaded({4, 1, 8, 2}, indexed),
+              ElementsAre(Rgba{6, 5, 4, 0}, Rgba{3, 2, 1, 0}, Rgba{6, 5, 4, 0}, Rgba{0, 0, 0, 0}));
+  EXPECT_THAT(Loaded({4, 1, 8, 0}, indexed), Each(Rgba{0, 0, 0, 0})) << "no colours are stated";
+  EXPECT_THAT(Loaded({1, 1, 32}, {1, 2, 3, 4}), ElementsAre(Rgba{0, 0, 0, 0})) << "not read";
+}
+
+class AviTest : public CodecTest {
+ protected:
+  void SetUp() override {
+    if (!AviIsAvailable()) GTEST_SKIP() << "no video decoder here";
+  }
+
+  ImageGuard Load(const std::string& path, std::int32_t frame) {
+    Sequence().chosenFrame = frame;
+    return ImageGuard(LoadAviFrame(path.c_str()));
+  }
+
+  const std::string folder = IMX_SOURCE_DIR "/tests/formats/fixtures/";
+};
+
+// Five frames that FFmpeg wrote; the plain streams have the handler, chunk names and image size
+// that the system itself writes, which FFmpeg does not. In frame n red is 40 n; green is 200 on the
+// left and 48 on the right, blue 240 above and 16 below.
+TEST_F(AviTest, Frames) {
+  struct Stream {
+    const char* name;
+    std::int32_t width, height;
+    std::uint32_t depth;
+    int tolerance;  // of five bits, and of Cinepak's colour differences
+  };
+  for (const Stream& stream : {Stream{"cinepak.avi", 32, 24, 24, 9},
+                               {"msvideo1.avi", 32, 24, 16, 8},
+                               {"raw16.avi", 16, 4, 16, 8},
+                               {"raw8.avi", 6, 4, 8, 0},
+                               {"raw24.avi", 6, 4, 24, 0}}) {
+    SCOPED_TRACE(stream.name);
+    EXPECT_FALSE(Load(folder + stream.name, -1));
+    EXPECT_TRUE(Sequence().frameWanted);
+    EXPECT_EQ(Sequence().frameCount, 5);
+    for (const int frame : {4, 0, 2}) {
+      const ImageGuard image = Load(folder + stream.name, frame);
+      ASSERT_TRUE(image);
+      ASSERT_EQ(image->width, stream.width);
+      ASSERT_EQ(image->height, stream.height);
+      EXPECT_EQ(image->depth, stream.depth);
+      EXPECT_EQ(image->frame, frame + 1);
+      EXPECT_STREQ(image->formatLabel, "AVI");
+      for (std::int32_t i = 0; i < stream.width * stream.height; ++i) {
+        const std::int32_t x = i % stream.width, y = i / stream.width;
+        const Rgba pixel = PixelAt(*image, x, y);
+        SCOPED_TRACE(testing::Message() << frame << ": " << x << " " << y);
+        ASSERT_NEAR(pixel.r, 40 * frame, stream.tolerance);
+        ASSERT_NEAR(pixel.g, 2 * x < stream.width ? 200 : 48, stream.tolerance);
+        ASSERT_NEAR(pixel.b, 2 * y < stream.height ? 240 : 16, stream.tolerance);
+      }
+    }
+    EXPECT_FALSE(Load(folder + stream.name, 5));
+  }
+  EXPECT_THAT(host.errors, ElementsAre());
+}
+
+TEST_F(AviTest, DamagedFiles) {
+  const Bytes file = ReadFile(folder + "raw8.avi");
+  EXPECT_FALSE(Load(temp.Write("in.avi", Bytes(300, 0)), 0));
+  for (std::size_t size = 0; size < file.size(); size += 64) {
+    Load(temp.Write("in.avi", Part(file, 0, size)), 0);
+    if (HasFailure()) FAIL() << size;
+  }
+}
+
+}  // namespace
+}  // namespace imx::test

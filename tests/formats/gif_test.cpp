@@ -1,0 +1,187 @@
+#include "formats/gif.h"
+
+#include "tests/formats/common_builder.h"
+#include "tests/formats/format_test.h"
+
+namespace imx::test {
+namespace {
+
+using testing::ElementsAre;
+
+/// Pixels to encode and the bytes that come out.
+struct Coding {
+  Bytes pixels;
+  std::size_t at = 0;
+  int lastPixel = -1;  // what stands behind the pixels
+  Bytes out = {};
+  std::size_t room = SIZE_MAX;
+
+  std::int32_t Run(int codeSize) {
+    return LzwEncode(
+        codeSize,
+        [](void* c) -> std::int32_t {
+          auto* self = static_cast<Coding*>(c);
+          return self->at < self->pixels.size() ? self->pixels[self->at++] : self->lastPixel;
+        },
+        [](void* c, std::uint8_t byte) -> std::int32_t {
+          auto* self = static_cast<Coding*>(c);
+          if (self->out.size() == self->room) return 7;
+          self->out.push_back(byte);
+          return 0;
+        },
+        this);
+  }
+};
+
+class LzwTest : public LibraryTest {};
+
+TEST_F(LzwTest, EveryCodeSizeByTheBook) {
+  for (int codeSize = 1; codeSize <= 8; ++codeSize) {
+    for (const std::size_t length : {0u, 1u, 2u, 3u, 500u, 70000u}) {
+      for (const bool runs : {false, true}) {
+        SCOPED_TRACE(testing::Message() << codeSize << " bits, " << length << " pixels, " << runs);
+        Bytes pixels = NoiseBytes(length, 1, 1u << codeSize);
+        for (std::size_t i = 1; runs && i < length; ++i) {
+          if (pixels[i] > 0) pixels[i] = pixels[i - 1];
+        }
+        Coding coding{.pixels = pixels};
+        EXPECT_EQ(coding.Run(codeSize), 0);
+        EXPECT_TRUE(coding.out == GifPixels(std::max(codeSize, 2), pixels, 254));
+      }
+    }
+  }
+}
+
+TEST_F(LzwTest, ErrorsComeBackAndNothingLeaks) {
+  const Bytes pixels(1000, 3);
+  Coding whole{pixels}, failing{pixels, 0, -9}, empty{{}, 0, -9};
+  EXPECT_EQ(whole.Run(0), -3);
+  EXPECT_EQ(whole.Run(10), -3);
+  EXPECT_EQ(failing.Run(8), -9);
+  EXPECT_EQ(empty.Run(8), -9);
+  ASSERT_EQ(whole.Run(8), 0);
+  for (std::size_t room = 0; room < whole.out.size(); ++room) {
+    Coding full{.pixels = pixels, .room = room};
+    EXPECT_EQ(full.Run(8), 7) << room;
+  }
+}
+
+class GifTest : public FormatTest<LoadGif> {
+ protected:
+  /// Red bytes of the pixels, which tell the entries of SomeColours apart: entry = (red - 5) / 10.
+  std::vector<int> Entries(const Bytes& file) {
+    std::vector<int> entries;
+    for (const Rgba& pixel : Pixels(Load(file))) {
+      entries.push_back(pixel.r == 0 ? -1 : (pixel.r - 5) / 10);
+      EXPECT_EQ(pixel.a, 0);
+    }
+    return entries;
+  }
+
+  /// A file of one plain frame and its pixels.
+  Bytes File(int width, int height, const Bytes& frame, const Bytes& pixels) {
+    return GifScreen(width, height, 2) + frame + GifPixels(2, pixels) + Bytes{0x3B};
+  }
+};
+
+TEST_F(GifTest, BothVersionsAndExtensionsReadTheSame) {
+  const Bytes image = GifFrame(0, 0, 3, 2) + GifPixels(2, {0, 1, 2, 3, 3, 2}) + Bytes{0x3B};
+  const Bytes extensions = GifExtension(0xF9, {1, 2, 3, 4}) + GifExtension(0xFE, Bytes(600, 'x'));
+  // Only the signature's first letter counts.
+  for (const Bytes& file :
+       {GifScreen(3, 2, 2, 0, "GIF87a") + image, GifScreen(3, 2, 2) + extensions + image,
+        GifScreen(3, 2, 2, 0, "G.....") + image}) {
+    EXPECT_THAT(Entries(file), ElementsAre(0, 1, 2, 3, 3, 2));
+  }
+  EXPECT_FALSE(Load(GifScreen(3, 2, 2, 0, "gIF89a") + image));
+  EXPECT_FALSE(Load(GifScreen(0, 2, 2) + image));
+  const ImageGuard record = Load(GifScreen(3, 2, 5) + image);
+  EXPECT_EQ(record->depth, 5u);
+  EXPECT_STREQ(record->formatLabel, "GIF");
+}
+
+TEST_F(GifTest, AFullTableOfCodes) {
+  const Bytes indices = NoiseBytes(200 * 100, 1, 16);
+  EXPECT_THAT(Entries(GifScreen(200, 100, 4) + GifFrame(0, 0, 200, 100) + GifPixels(4, indices)),
+              testing::ElementsAreArray(indices));
+}
+
+TEST_F(GifTest, AnAspectByteGivesABlankImage) {
+  const Bytes file = GifScreen(2, 1, 2, 49) + GifFrame(0, 0, 2, 1) + GifPixels(2, {1, 2});
+  EXPECT_THAT(Entries(file), ElementsAre(-1, -1));
+  EXPECT_STREQ(Load(file)->formatLabel, "");
+}
+
+TEST_F(GifTest, FramesAreLaidFromTheFirstPixelWithTheirOwnWidth) {
+  // Left and top count for nothing; a narrow frame's rows follow each other.
+  EXPECT_THAT(Entries(File(3, 2, GifFrame(1, 1, 2, 2), {0, 1, 2, 3})),
+              ElementsAre(0, 1, 2, 3, -1, -1));
+  // What is beyond the screen's pixels is dropped.
+  EXPECT_THAT(Entries(File(2, 1, GifFrame(0, 0, 3, 3), Bytes(9, 3))), ElementsAre(3, 3));
+  // More pixels than the frame has start over at its first row.
+  EXPECT_THAT(Entries(File(2, 2, GifFrame(0, 0, 2, 2), {0, 0, 1, 1, 2, 3})),
+              ElementsAre(2, 3, 1, 1));
+}
+
+TEST_F(GifTest, LaterImagesOverwriteAndTheirTablesStay) {
+  ByteBuilder grey = LittleEndian();
+  for (int i = 0; i < 4; ++i) grey.Repeat(static_cast<std::uint32_t>(105 + 10 * i), 3);
+  const Bytes screen = GifScreen(3, 1, 2), end = {0x3B};
+  const Bytes first = GifFrame(0, 0, 3, 1) + GifPixels(2, {1, 1, 1});
+  const Bytes second = GifFrame(0, 0, 2, 1, 0x81) + grey.bytes() + GifPixels(2, {0, 1});
+  EXPECT_THAT(Entries(screen + first + second + end), ElementsAre(10, 11, 1));
+  EXPECT_THAT(Entries(screen + second + first + end), ElementsAre(11, 11, 11));
+  EXPECT_THAT(Entries(screen + first + Bytes{0x77} + second), ElementsAre(1, 1, 1))
+      << "anything unknown ends the file";
+}
+
+/// Rows of a frame in the order in which an interlaced file has them.
+Bytes InterlacedOrder(int height) {
+  Bytes order;
+  for (const auto& [start, step] : {std::pair{0, 8}, {4, 8}, {2, 4}, {1, 2}}) {
+    for (int row = start; row < height; row += step) {
+      order.push_back(static_cast<std::uint8_t>(row));
+    }
+  }
+  return order;
+}
+
+TEST_F(GifTest, InterlacedRowsOfEveryHeight) {
+  for (int height = 1; height <= 20; ++height) {
+    SCOPED_TRACE(height);
+    const Bytes order = InterlacedOrder(height);
+    const std::vector<int> entries = Entries(
+        GifScreen(1, height, 5) + GifFrame(0, 0, 1, height, kGifInterlaced) + GifPixels(5, order));
+    for (int row = 0; row < height; ++row) EXPECT_EQ(entries[static_cast<std::size_t>(row)], row);
+
+    const ImageGuard image = PhotoLike(5, height);
+    const Bytes plain = Saved<SaveGif>(*image, 0), interlaced = Saved<SaveGif>(*image, 1);
+    EXPECT_EQ(Difference(*Load(plain), *Load(interlaced)), "");
+    EXPECT_EQ(interlaced[13 + 768 + 9], kGifInterlaced);
+  }
+}
+
+TEST_F(GifTest, HeaderAsWritten) {
+  const Bytes file = Saved<SaveGif>(*Drawing(300, 7), 0);
+  EXPECT_EQ(Part(file, 0, 13),
+            LittleEndian().Text("GIF87a").Words({300, 7}).List({0xF7, 0, 0}).bytes());
+  EXPECT_EQ(Part(file, 781, 11), GifFrame(0, 0, 300, 7) + Bytes{8});
+  EXPECT_EQ(file.back(), 0x3B);
+}
+
+TEST_F(GifTest, DamagedCodesEndTheImage) {
+  const Bytes start = GifScreen(2, 1, 2) + GifFrame(0, 0, 2, 1);
+  // Code 7 stands before any string that it could grow from.
+  EXPECT_THAT(Entries(start + Bytes{2} + GifBlocks({0x3C, 0})), ElementsAre(-1, -1));
+  for (const std::uint8_t codeSize : Bytes{0, 12, 255}) {
+    EXPECT_THAT(Entries(start + Bytes{codeSize} + GifBlocks({0x44, 0x01})), ElementsAre(-1, -1));
+  }
+  // One block of a single byte each.
+  const Bytes pixels = GifPixels(2, {1, 2, 3, 0});
+  const Bytes blocks = GifBlocks(Part(pixels, 2, pixels.size() - 3), 1);
+  EXPECT_THAT(Entries(GifScreen(4, 1, 2) + GifFrame(0, 0, 4, 1) + Bytes{2} + blocks),
+              ElementsAre(1, 2, 3, 0));
+}
+
+}  // namespace
+}  // namespace imx::test

@@ -1,0 +1,353 @@
+// The real viewer, driven as by a user: what its windows show and what it saves, pixel by pixel.
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+
+#include "dispatch/load.h"
+#include "dispatch/save.h"
+#include "formats/codec_state.h"
+#include "imagelib/registry.h"
+#include "ops/clip_region.h"
+#include "ops/operations.h"
+#include "resources/resource_ids.h"
+#include "tests/formats/station_builder.h"
+#include "tests/support/library_test.h"
+#include "tests/support/pictures.h"
+#include "tests/viewer/viewer_run.h"
+
+namespace imx::test {
+namespace {
+
+class ViewerTest : public LibraryTest {
+ protected:
+  void TearDown() override {
+    Operations() = {};
+    Output() = {};
+    Sequence() = {};
+    LibraryTest::TearDown();
+  }
+
+  /// A file of the image, of the type that its name tells and the depth at this place of the list.
+  std::string Stored(const char* name, const ImageRecord& image, std::int32_t depth) {
+    const ImageGuard copy = Copy(image);
+    copy->saveType = TypeRowByExtension(PathExtension(name).data() + 1);
+    copy->saveDepth = depth;
+    const std::string path = temp.file(name);
+    EXPECT_EQ(SaveImage(path.c_str(), copy.get()), 0);
+    return path;
+  }
+
+  ImageGuard Loaded(const std::string& path) {
+    ImageGuard image(LoadImage(path.c_str()));
+    if (image) return image;
+    ADD_FAILURE() << path << " cannot be loaded";
+    return Solid(1, 1, {});
+  }
+
+  /// What the operation makes of the source's region.
+  static ImageGuard Made(void (*operation)(ImageRecord*), ImageRecord& source, ClipRegion region) {
+    static ImageRecord* made;
+    made = nullptr;
+    Services().showImage = [](const char*, ImageRecord* image) {
+      made = image;
+      return true;
+    };
+    CurrentClipRegion() = region;
+    operation(&source);
+    return ImageGuard(made);
+  }
+};
+
+/// The image over a checkerboard of 4 x 4 cells.
+ImageGuard OverCheckerboard(const ImageRecord& image) {
+  ImageGuard shown = Copy(image);
+  for (int y = 0; y < image.height; ++y) {
+    for (int x = 0; x < image.width; ++x) {
+      const Rgba pixel = PixelAt(image, x, y);
+      const float a = static_cast<float>(pixel.a) * 0.003921569f;
+      const float cell = ((x ^ y) & 4) == 0 ? 128.0f : 0.0f;
+      const auto over = [&](std::uint8_t value) {
+        return static_cast<std::uint8_t>(static_cast<float>(value) * a + cell * (1.0f - a));
+      };
+      SetPixel(*shown, x, y, {over(pixel.r), over(pixel.g), over(pixel.b), 255});
+    }
+  }
+  return shown;
+}
+
+void Resize(HWND window, int width, int height) {
+  SetWindowPos(window, nullptr, 0, 0, width, height, SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
+}
+
+TEST_F(ViewerTest, OpensLooksEditsAndSaves) {
+  const ImageGuard photo = PhotoLike(120, 80);
+  const ImageGuard veil = AlphaGradient(256, 40);
+  const std::string veilPath = Stored("veil.png", *veil, 0);
+  ViewerRun run({Stored("photo.png", *photo, 1)});
+  EXPECT_EQ(WindowText(run.window()), "Quillmark Viewer");
+  const HWND first = run.Image(1, "photo.png");
+  run.ExpectShown(first, *photo);
+
+  TypeControlKey('o');
+  run.TypePath("Open Image", veilPath);
+  const HWND second = run.Image(2, "veil.png");
+  run.ExpectShown(second, *OverCheckerboard(*veil));
+  run.ExpectTicks('v', {true});
+  run.Choose("va");
+  run.ExpectShown(second, *veil);
+  run.ExpectTicks('v', {false});
+  // What was out of sight while it was drawn comes into sight.
+  Resize(second, 150, 50);
+  run.Choose("va");
+  Resize(second, 300, 100);
+  run.ExpectShown(second, *OverCheckerboard(*veil));
+
+  run.ExpectTicks('t', {false, false, false, false, false, false});
+  run.Choose("tc");
+  run.Drag(first, {49, 59}, {10, 20});
+  const ImageGuard clip = Made(ClipToRegion, *photo, {10, 20, 49, 59});
+  const HWND third = run.Image(3, "NEW_");
+  run.ExpectShown(third, *clip);
+  run.ExpectTicks('t', {false, true, false, false, false, false});
+  EXPECT_EQ(WindowText(run.window()), "Quillmark Viewer - Clip Region");
+
+  run.Choose("tr");
+  run.TypeFactor("Scale Region", "1.000000", "2");
+  run.Drag(third, {0, 0}, {39, 39});
+  Operations().scaleFactor = 2;
+  const ImageGuard large = Made(RescaleRegion, *clip, {0, 0, 39, 39});
+  run.ExpectShown(run.Image(4, "NEW_"), *large);
+  EXPECT_EQ(PixelAt(*large, 79, 2), PixelAt(*photo, 49, 21));
+
+  run.Choose("ts");
+  run.TypeFactor("Resampling", "1.000000", "0.75");
+  run.Drag(first, {5, 6}, {119, 70});
+  Operations().resampleScale = 0.75f;
+  run.ExpectShown(run.Image(5, "NEW_"), *Made(ResampleRegion, *photo, {5, 6, 119, 70}));
+
+  run.Choose("tg");
+  run.TypeFactor("Apply Gamma Correction", "1.000000", "2.0");
+  run.Drag(third, {3, 3}, {3, 3});
+  Operations().gammaValue = 2;
+  ApplyGamma(clip.get());
+  run.ExpectShown(third, *clip);
+
+  // The proportions of the source, 120 : 80 here, are kept.
+  run.Choose("tm");
+  run.PickImage("Select Image to use as Source", 2);
+  run.Drag(first, {20, 10}, {60, 40});
+  Operations().mergeSource = veil.get();
+  Made(MergeRegion, *photo, {20, 10, 69, 17});
+  run.ExpectShown(first, *photo);
+  run.ExpectTicks('t', {false, false, false, false, false, true});
+
+  TypeControlKey('s');
+  run.PickImage("Select File to Save", 4);
+  run.Save("GIF", "8-bit", IDC_INTERLACE, temp.file("large.gif"));
+  run.Choose("fs");
+  run.PickImage("Select File to Save", 3);
+  run.Save("Softimage", "24-bit", kNoOption, temp.file("clip.pic"));
+  for (const auto& [type, name] : {std::pair{"TIFF", "clip.tif"}, {"JPEG", "clip.jpg"}}) {
+    run.Choose("fs");
+    run.PickImage("Select File to Save", 3);
+    run.Save(type, "24-bit", kNoOption, temp.file(name));
+  }
+  run.Choose("fs");
+  run.PickImage("Select File to Save", 1);
+  run.Save("Targa", "24-bit", IDC_COMPRESSION,
+           temp.file("photo"));  // the ending comes from the type
+
+  // Once more with what has changed since, to the path last confirmed.
+  run.Choose("tg");
+  run.TypeFactor("Apply Gamma Correction", "2.000000", "0.5");
+  run.Drag(first, {7, 7}, {7, 7});
+  Operations().gammaValue = 0.5f;
+  ApplyGamma(photo.get());
+  run.ExpectShown(first, *photo);
+  run.Choose("fu");
+  run.PickImage("Select File to Save", 1);
+  run.Choose("fu");  // only one is left, which has no type yet
+  run.ExpectAndClose("Failure", "The image could not be saved as\n" + temp.file("photo.tga") +
+                                    ":\nno file type has been chosen for it yet.");
+
+  run.Choose("ha");
+  run.ExpectAndClose(
+      "About Quillmark Viewer",
+      "Opens:\nFlick (*.flc), AVI (*.avi), Photoshop (*.psd), Flick (*.fli), DEM (*.dem)");
+  run.Choose("fx");
+  run.ExpectEnd();
+  Output().interlace = 1;
+  EXPECT_TRUE(ReadFile(temp.file("large.gif")) == ReadFile(Stored("wanted.gif", *large, 0)));
+  EXPECT_EQ(Difference(*clip, *Loaded(temp.file("clip.pic")), Channels::rgb), "");
+  for (const std::string type : {"tif", "jpg"}) {
+    const std::string wanted = temp.file("wanted." + type);
+    DrivenRun imx(ProgramOfBuild("imx.exe"), "", {"convert", temp.file("clip.pic"), wanted});
+    imx.ExpectEnd();
+    EXPECT_FALSE(ReadFile(wanted).empty());
+    EXPECT_TRUE(ReadFile(temp.file("clip." + type)) == ReadFile(wanted)) << type;
+  }
+  EXPECT_GT(ReadFile(temp.file("photo.tga")).size(), 120U * 80U * 3U) << "not compressed";
+  const ImageGuard targa = Loaded(temp.file("photo.tga"));
+  EXPECT_EQ(targa->depth, 24u);
+  EXPECT_EQ(Difference(*photo, *targa, Channels::rgb), "");
+}
+
+constexpr int kFrameWidth = 60, kFrameHeight = 30;
+
+/// One frame of the FLC below.
+ImageGuard Frame(int number) {
+  ImageGuard image = Solid(kFrameWidth, kFrameHeight, {0, 0, 0, 255});
+  for (int y = 0; y < kFrameHeight; ++y) {
+    for (int x = 0; x < kFrameWidth; ++x) {
+      SetPixel(*image, x, y, {static_cast<std::uint8_t>(x + 30 * number), 0, 0, 255});
+    }
+  }
+  return image;
+}
+
+Bytes Flic(int frames) {
+  ByteBuilder colours = LittleEndian();
+  colours.List({1, 0, 0, 0});
+  for (int i = 0; i < 256; ++i) colours.List({i, 0, 0});
+  std::vector<Bytes> all;
+  for (int i = 0; i < frames; ++i) {
+    ByteBuilder indices = LittleEndian();
+    const ImageGuard frame = Frame(i);
+    for (std::uint32_t at = 0; at < frame->pixelCount; ++at) indices.U8(frame->pixels[4 * at]);
+    all.push_back(FlicFrame({FlicChunk(4, colours.bytes()), FlicChunk(16, indices.bytes())}));
+  }
+  return FlicFile(kFlc, kFrameWidth, kFrameHeight, all);
+}
+
+TEST_F(ViewerTest, AsksForWhatFilesDoNotTell) {
+  Bytes triples;
+  for (std::uint8_t i = 0; i < 3 * 4 * 2; ++i) triples.push_back(i);
+  const std::string raw = temp.Write("shot.bin", triples);
+  const std::string gone = temp.file("gone.png");
+  const std::string clip = temp.Write("clip.flc", Flic(6));
+  const std::string film = IMX_SOURCE_DIR "/tests/formats/fixtures/cinepak.avi";
+  ViewerRun run({clip, film});
+  run.PickFifthFrame("5");
+  const HWND first = run.Image(1, "clip.flc {fr #4}");
+  run.PickFifthFrame("4");
+  const HWND second = run.Image(2, "cinepak.avi {fr #4}");
+  run.ExpectShown(first, *Frame(4));
+  Sequence().chosenFrame = 4;
+  const ImageGuard filmed = Loaded(film);
+  EXPECT_NEAR(PixelAt(*filmed, 5, 5).r, 4 * 40, 9);
+  run.ExpectShown(second, *filmed);
+
+  EXPECT_TRUE(DropFiles(run.program(), run.window(), {raw, gone, raw}));
+  if (run.Expect("RAW Image Loader Guide")) {
+    SetControlText(run.dialog(), IDC_RAW_WIDTH, "2");
+    SetControlText(run.dialog(), IDC_RAW_HEIGHT, "4");
+    EXPECT_FALSE(IsControlEnabled(run.dialog(), IDOK));
+    EXPECT_TRUE(SelectInDropDown(run.dialog(), IDC_RAW_KIND, "RBG Triples"));
+  }
+  run.PressButton(IDC_SWAP);
+  run.PressButton(IDOK);
+  run.ExpectAndClose("Failure", "No image could be loaded from\n" + gone);
+  // The size stays for the next file, the kind does not.
+  if (run.Expect("RAW Image Loader Guide")) {
+    EXPECT_EQ(ControlTextOf(run.dialog(), IDC_RAW_WIDTH), "4");
+    EXPECT_FALSE(IsControlEnabled(run.dialog(), IDOK));
+  }
+  run.PressButton(IDCANCEL);
+  const HWND shot = run.Image(3, "shot.bin");
+  const ImageGuard wanted = Solid(4, 2, {0, 0, 0, 255});
+  for (int i = 0; i < 8; ++i) {
+    const auto value = [i](int channel) { return static_cast<std::uint8_t>(3 * i + channel); };
+    SetPixel(*wanted, i % 4, i / 4, {value(0), value(2), value(1), 255});
+  }
+  run.ExpectShown(shot, *wanted);
+
+  run.Choose("tu");
+  run.Drag(shot, {1, 1}, {1, 1});
+  run.ExpectAndClose("SA Program Message", "This image has 8 colors. 100.00% utilization.");
+
+  // The first image was the current one; when it is closed the second is, 4 : 3 as it is.
+  run.Close(first);
+  run.Choose("tm");
+  run.Expect("Select Image to use as Source");
+  EXPECT_FALSE(IsWindowEnabled(shot));
+  run.PressButton(IDCANCEL);
+  run.Drag(shot, {0, 0}, {3, 0});
+  Operations().mergeSource = filmed.get();
+  Made(MergeRegion, *wanted, {0, 0, 2, 1});
+  run.ExpectShown(shot, *wanted);
+
+  // A window that is to close waits for the dialog that lists it.
+  run.Choose("fs");
+  run.Expect("Select File to Save");
+  PostMessageA(shot, WM_CLOSE, 0, 0);
+  run.ExpectShown(shot, *wanted);
+  run.PressButton(IDCANCEL);
+  run.ExpectGone(shot);
+  run.Close(second);
+  run.Choose("fs");
+  run.ExpectAndClose("Info", "No files to save!");
+  run.Choose("fu");
+  run.ExpectAndClose("Info", "No files are unsaved!");
+  PostMessageA(run.window(), WM_SYSCOMMAND, SC_CLOSE, 0);
+  run.ExpectEnd();
+}
+
+TEST_F(ViewerTest, AHundredWindows) {
+  const ImageGuard image = PhotoLike(20, 10);
+  const std::vector<std::string> files(101, Stored("one.tga", *image, 1));
+  ViewerRun run(files);
+  run.ExpectAndClose("Failure", "Could not open window, no image loaded!");
+  run.Close(run.Image(70, "one.tga"));
+  run.Close(run.Image(30, "one.tga"));
+  run.Choose("fo");
+  run.TypePath("Open Image", files[0]);
+  run.ExpectShown(run.Image(101, "one.tga"), *image);
+  run.Choose("fs");
+  if (run.Expect("Select File to Save")) {
+    EXPECT_TRUE(SelectInListBox(run.dialog(), IDC_WINDOW_LIST, "[101] "));
+    EXPECT_EQ(SendDlgItemMessageA(run.dialog(), IDC_WINDOW_LIST, LB_GETCURSEL, 0, 0), 29)
+        << "the first free slot";
+  }
+  run.PressButton(IDCANCEL);
+  run.Choose("fx");
+  run.ExpectEnd();
+}
+
+TEST_F(ViewerTest, DoesWhatTheCommandLineDoes) {
+  const ImageGuard image = PhotoLike(300, 200);
+  const std::string in = Stored("in.tga", *image, 1);
+  const std::string out = temp.file("out.png");
+  DrivenRun imx(ProgramOfBuild("imx.exe"), "",
+                {"convert", in, "--region", "10,10,200,150", "--clip", "--rescale", "2", "--gamma",
+                 "1.5", out});
+  imx.ExpectEnd();
+  const ImageGuard wanted = Loaded(out);
+
+  ViewerRun run({in});
+  const HWND first = run.Image(1, "in.tga");
+  run.ExpectShown(first, *image);
+  run.Choose("tc");
+  run.Drag(first, {10, 10}, {200, 150});
+  const HWND clip = run.Image(2, "NEW_");
+  run.ExpectShown(clip, *Made(ClipToRegion, *image, {10, 10, 200, 150}));
+  run.Choose("tr");
+  run.TypeFactor("Scale Region", "1.000000", "2");
+  run.Drag(clip, {0, 0}, {190, 140});
+  const HWND large = run.Image(3, "NEW_");
+  Operations().scaleFactor = 2;
+  run.ExpectShown(large, *Made(RescaleRegion, *image, {10, 10, 200, 150}));
+  run.Choose("tg");
+  run.TypeFactor("Apply Gamma Correction", "1.000000", "1.5");
+  run.Drag(large, {5, 5}, {5, 5});
+  run.ExpectShown(large, *wanted);
+  run.Choose("fs");
+  run.PickImage("Select File to Save", 3);
+  run.Save("PNG", "24-bit", kNoOption, temp.file("viewer.png"));
+  run.Choose("fx");
+  run.ExpectEnd();
+  EXPECT_EQ(Difference(*wanted, *Loaded(temp.file("viewer.png"))), "");
+}
+
+}  // namespace
+}  // namespace imx::test
