@@ -71,14 +71,15 @@ struct CodeTable {
     std::memset(entries.data(), 0, entries.size() * sizeof(HashEntry));
   }
 
-  /// The entry that holds (prefix, suffix), or the empty one where it belongs.
+  /// The entry that holds (prefix, suffix), or the empty one where it belongs. Square steps reach
+  /// half of the slots only; single ones then go on to the others.
   HashEntry* Find(std::int32_t prefix, std::int32_t suffix) {
     std::uint32_t at =
         (static_cast<std::uint32_t>(suffix) * 32 ^ static_cast<std::uint32_t>(prefix)) % kHashSize;
     for (std::uint32_t step = 1;; step += 2) {
       HashEntry* entry = &entries[at];
       if (entry->code == 0 || (entry->prefix == prefix && entry->suffix == suffix)) return entry;
-      at += step;
+      at += step < kHashSize ? step : 1;
       if (at >= kHashSize) at -= kHashSize;
     }
   }

@@ -132,9 +132,9 @@ void Grow(const ImageRecord& image, CellColours& colours, Growth& growth) {
 
 std::int32_t BuildPaletteFromImage(const ImageRecord& image, PaletteRecord& record, std::int32_t n,
                                    bool keepEntryZero) {
-  if (!BeginMapping(n, "render8", "render9")) return -1;
+  // Before the cells are emptied: those of the palette that is mapped must outlast a failure.
   CellColours colours(image);
-  if (!colours) return -1;
+  if (!colours || !BeginMapping(n, "render8", "render9")) return -1;
   Growth growth = {record, n, 0};
   if (!keepEntryZero) growth.Enter({0, 0, 0});
   Grow(image, colours, growth);

@@ -52,6 +52,40 @@ TEST_F(LzwTest, EveryCodeSizeByTheBook) {
   }
 }
 
+/// Greys whose codes take every slot that one key's square steps reach, and then that key.
+Bytes GreysThatFillAProbe() {
+  constexpr std::size_t kSlots = 5003, kReached = 2502, kNone = 256;
+  std::vector<bool> taken(kSlots), wanted(kSlots), used(65536);
+  for (std::size_t k = 0; k < kReached; ++k) wanted[k * k % kSlots] = true;
+  Bytes greys = {0};
+  for (bool full = false; !full;) {
+    const std::size_t prefix = greys.back();
+    std::size_t grey = kNone, slot = 0;
+    for (std::size_t next = 0; next < 256 && !full && (grey == kNone || !wanted[slot]); ++next) {
+      if (used[prefix * 256 + next]) continue;
+      std::size_t k = 0, at = (next * 32 ^ prefix) % kSlots;
+      for (const std::size_t first = at; taken[at] && ++k < kReached;) {
+        at = (first + k * k) % kSlots;
+      }
+      full = k == kReached;
+      if (grey != kNone && !full && !wanted[at]) continue;
+      grey = next;
+      slot = at;
+    }
+    used[prefix * 256 + grey] = taken[slot] = true;
+    greys.push_back(static_cast<std::uint8_t>(grey));
+  }
+  return greys;
+}
+
+TEST_F(LzwTest, AProbeFindsASlotAmongTheOthers) {
+  const Bytes greys = GreysThatFillAProbe();
+  ASSERT_LT(greys.size(), 3838u) << "codes in a full table";
+  Coding coding{.pixels = greys};
+  EXPECT_EQ(coding.Run(8), 0);
+  EXPECT_TRUE(coding.out == GifPixels(8, greys, 254));
+}
+
 TEST_F(LzwTest, ErrorsComeBackAndNothingLeaks) {
   const Bytes pixels(1000, 3);
   Coding whole{pixels}, failing{pixels, 0, -9}, empty{{}, 0, -9};

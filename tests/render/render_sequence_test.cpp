@@ -132,5 +132,26 @@ TEST_F(RenderSequences, GiveTheSameWithoutAnExactTree) {
   EXPECT_TRUE(tree.reached());
 }
 
+TEST_F(RenderSequences, ARenderWithoutMemoryLeavesTheNextAsItWouldBe) {
+  Dice dice{std::mt19937(7)};
+  for (auto* plane : {palette.red, palette.green, palette.blue}) {
+    std::generate_n(plane, 256, [&] { return dice.Byte(); });
+  }
+  const ImageGuard image = Noise(dice, 60, 50, 256);
+  const RenderCall given{1, 4, false, false, 100};
+  RenderBoth(image, given);
+  for (int n = 0;; ++n) {
+    SCOPED_TRACE(testing::Message() << "request " << n);
+    Palette unused = {};
+    const AllocationFailure failure(n);
+    const bool rendered = static_cast<bool>(
+        RenderImage(*image, unused, RenderCode::colour8, kRenderFromImage, false, false, 100));
+    ASSERT_EQ(rendered, !failure.reached());
+    if (rendered) break;
+    RenderBoth(image, given);
+    ASSERT_FALSE(HasFatalFailure());
+  }
+}
+
 }  // namespace
 }  // namespace imx::test
