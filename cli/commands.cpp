@@ -15,6 +15,8 @@ constexpr Command kCommands[] = {
     {kCount, "count", "FILE", "count an image's colours", 1, 1, RunCount},
     {kConvert, "convert", "INPUT... OUTPUT", "load an image, change it, and save it", 1, SIZE_MAX,
      RunConvert},
+    {kQuirks, "quirks", "", "list the places where the library and other programs differ", 0, 0,
+     RunQuirks},
 };
 
 }  // namespace

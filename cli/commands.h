@@ -10,5 +10,6 @@ int RunInfo(const Request& request);
 int RunPixels(const Request& request);
 int RunCount(const Request& request);
 int RunConvert(const Request& request);
+int RunQuirks(const Request& request);
 
 }  // namespace imx

@@ -4,6 +4,7 @@
 #include <sstream>
 #include <string_view>
 
+#include "imagelib/quirks.h"
 #include "imagelib/registry.h"
 
 namespace imx {
@@ -49,7 +50,8 @@ std::string Entry(const std::string& term, std::string_view meaning) {
 std::string Spelling(const Option& option) {
   std::string text = option.shortName ? std::string("-") + option.shortName + ", " : std::string();
   text += option.name;
-  return option.argument ? text + " " + option.argument : text;
+  if (!option.argument) return text;
+  return text + (option.argument[0] == '[' ? "" : " ") + option.argument;
 }
 
 std::string Usage(const Command& command) {
@@ -104,7 +106,23 @@ std::string ManualPage() {
       page += ".TP\n.B " + Troff(Spelling(option)) + "\n" + Troff(option.help) + "\n";
     }
   }
+  page += ".SH QUIRKS\n";
+  for (const QuirkRow& row : Quirks()) {
+    page += std::string(".TP\n.B ") + Troff(row.name) + "\n" + row.format + ", " +
+            QuirkDirection(row) + ". Ours: " + Troff(row.ours) + ". Theirs: " + Troff(row.theirs) +
+            ".\n";
+  }
   return page + ".SH NOTES\n" + Troff(kNotes) + "\n";
+}
+
+std::string QuirkTable() {
+  std::string table =
+      "| Quirk | Format | When | The library | Other programs |\n|---|---|---|---|---|\n";
+  for (const QuirkRow& row : Quirks()) {
+    table += std::string("| `") + row.name + "` | " + row.format + " | " + QuirkDirection(row) +
+             " | " + row.ours + " | " + row.theirs + " |\n";
+  }
+  return table;
 }
 
 std::string BashCompletion() {

@@ -11,6 +11,8 @@ std::string HelpText();
 std::string HelpText(const Command& command);
 /// Manual page in troff's man macros.
 std::string ManualPage();
+/// The table of quirks in Markdown, as docs/formats.md has it.
+std::string QuirkTable();
 /// Completion for bash.
 std::string BashCompletion();
 

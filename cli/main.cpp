@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -20,8 +21,19 @@ std::string OwnText(const std::string& argument) {
   if (argument == "--help" || argument == "-h") return HelpText();
   if (argument == "--version") return "imx " IMX_VERSION "\n";
   if (argument == "--print-man") return ManualPage();
+  if (argument == "--print-quirks") return QuirkTable();
   if (argument == "--print-completion") return BashCompletion();
   return {};
+}
+
+/// IMX_INTEROP stands for --interop where the command line does not choose. Empty, or what is
+/// wrong.
+std::string ReadEnvironment(Request* request) {
+  const char* interop = std::getenv("IMX_INTEROP");
+  if (!interop || !*interop || std::strcmp(interop, "0") == 0 || request->interop) return {};
+  const std::string fault =
+      SetInterop(*request, std::strcmp(interop, "1") == 0 ? nullptr : interop);
+  return fault.empty() ? fault : "IMX_INTEROP '" + std::string(interop) + "' " + fault;
 }
 
 int RunCommand(const Command& command, const Request& request) {
@@ -52,6 +64,9 @@ int Run(const std::vector<std::string>& arguments) {
   Request request;
   const std::string fault = ParseArguments(*command, std::span(arguments).subspan(1), &request);
   if (!fault.empty()) return UsageError(command->name, fault);
+  if (const std::string wrong = ReadEnvironment(&request); !wrong.empty()) {
+    return UsageError(command->name, wrong);
+  }
   if (request.help) {
     std::fputs(HelpText(*command).c_str(), stdout);
     return kDone;

@@ -146,6 +146,12 @@ std::string SetJobs(Request& request, const char* value) {
   return {};
 }
 
+std::string SetExact(Request& request, const char* /*value*/) {
+  request.interop = false;
+  request.quirks.reset();
+  return {};
+}
+
 template <std::optional<std::string> Request::*field>
 std::string SetText(Request& request, const char* value) {
   if (std::strlen(value) >= kTextSize - 1) return "takes at most 254 bytes";
@@ -159,10 +165,28 @@ std::string SetFlag(Request& request, const char* /*value*/) {
   return {};
 }
 
+}  // namespace
+
+std::string SetInterop(Request& request, const char* names) {
+  QuirkSet chosen;
+  for (std::string_view rest = names ? names : ""; !rest.empty();) {
+    const std::size_t comma = std::min(rest.find(','), rest.size());
+    const QuirkRow* row = FindQuirk(rest.substr(0, comma));
+    if (!row) return "names no known quirk (imx quirks lists them)";
+    chosen.set(row->id);
+    rest.remove_prefix(std::min(comma + 1, rest.size()));
+  }
+  request.interop = true;
+  request.quirks = chosen.any() ? chosen : AllQuirks();
+  return {};
+}
+
+namespace {
+
 constexpr unsigned kLoading = kInfo | kPixels | kConvert | kCount;
 
 constexpr Option kOptions[] = {
-    {"--json", 0, nullptr, kFormats | kInfo, "one JSON object for each, a line each",
+    {"--json", 0, nullptr, kFormats | kInfo | kQuirks, "one JSON object for each, a line each",
      SetFlag<&Request::json, true>},
     {"--type", 0, "EXT", kConvert, "the type to save as (default: by the extension of OUTPUT)",
      SetType},
@@ -213,6 +237,11 @@ constexpr Option kOptions[] = {
      "layout of a headerless file: grey, red, green, blue, rgb, rbg, gbr, grb, bgr, brg or "
      "rgb-files (default: by its name)",
      SetRawKind},
+    {"--exact", 0, nullptr, kLoading, "read and write in the library's own way only", SetExact},
+    {"--interop", 0, "[=NAME,...]", kLoading,
+     "read and write as other programs do, in the named quirks or in all (imx quirks lists them; "
+     "default: read so only what the library refuses)",
+     SetInterop},
     {"--max-memory", 0, "MIB", kLoading,
      "the largest image that is accepted, in mebibytes (default 1024)", SetMaxMemory},
     {"--quiet", 'q', nullptr, kLoading, "no progress bar and no messages but errors",
@@ -275,11 +304,12 @@ std::string ParseArguments(const Command& command, std::span<const std::string> 
     const Option* option = spelled.option;
     if (!option) return "has no option '" + argument + "'";
     request->options.push_back(argument);
-    if (option->argument && !spelled.value && i + 1 < arguments.size()) {
+    const bool mayLack = option->argument && option->argument[0] == '[';
+    if (option->argument && !mayLack && !spelled.value && i + 1 < arguments.size()) {
       spelled.value = arguments[++i];
       request->options.push_back(arguments[i]);
     }
-    if (option->argument && !spelled.value) {
+    if (option->argument && !mayLack && !spelled.value) {
       return std::string(option->name) + " needs " + option->argument;
     }
     if (!option->argument && spelled.value) return std::string(option->name) + " takes no value";

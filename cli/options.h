@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "imagelib/quirks.h"
+
 namespace imx {
 
 /// A step of a conversion between loading and saving.
@@ -43,6 +45,8 @@ struct Request {
   bool ordered = false;
   std::int32_t strength = 100;  ///< of the dither, in percent
   std::optional<std::int32_t> renderBits;
+  std::optional<bool> interop;   ///< read and write as other programs do; unset = read so at need
+  QuirkSet quirks;               ///< what `interop` turns on
   std::vector<ImageStep> steps;  ///< in the order in which they were given
   std::string outputFolder;      ///< empty: the last operand names the output
   std::optional<std::int32_t> jobs;
@@ -60,6 +64,7 @@ enum CommandBit : unsigned {
   kPixels = 1u << 2,
   kConvert = 1u << 3,
   kCount = 1u << 4,
+  kQuirks = 1u << 5,
   kAllCommands = ~0u,
 };
 
@@ -75,12 +80,14 @@ struct Command {
 };
 
 struct Option {
-  const char* name;      ///< with its dashes
-  char shortName;        ///< 0 = none
-  const char* argument;  ///< as the help shows it; null when the option takes none
-  unsigned commands;     ///< CommandBit mask
+  const char* name;  ///< with its dashes
+  char shortName;    ///< 0 = none
+  /// As the help shows it; null when the option takes none. In brackets, with its '=', it may be
+  /// left out.
+  const char* argument;
+  unsigned commands;  ///< CommandBit mask
   const char* help;
-  /// Puts the argument (null when the option takes none) into the request. Empty, or what is wrong
+  /// Puts the argument (null when there is none) into the request. Empty, or what is wrong
   /// with it in words that follow the option's name.
   std::string (*apply)(Request& request, const char* value);
 };
@@ -94,6 +101,10 @@ const Command* FindCommand(const std::string& name);
 /// Reads the arguments behind the command's name. Empty, or what is wrong with them.
 std::string ParseArguments(const Command& command, std::span<const std::string> arguments,
                            Request* request);
+
+/// Other programs' way in the quirks named (with commas between; null or empty: in all). Empty, or
+/// what is wrong with the names.
+std::string SetInterop(Request& request, const char* names);
 
 /// Ends a command whose arguments contradict each other: says so on standard error; kUsageError.
 int UsageError(const char* command, const std::string& what);

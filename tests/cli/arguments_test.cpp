@@ -119,5 +119,18 @@ TEST_F(ArgumentsTest, CompletionAndManualKnowTheOptions) {
   EXPECT_THAT(manual, HasSubstr(".B \\-\\-max\\-memory MIB\n"));
 }
 
+TEST_F(ArgumentsTest, QuirksAreNamedAndDocumented) {
+  const std::string table = ImxOutput({"--print-quirks"});
+  EXPECT_THAT(ReadTextFile(IMX_SOURCE_DIR "/docs/formats.md"), EndsWith(table));
+  const std::string json = ImxOutput({"quirks", "--json"});
+  EXPECT_EQ(std::count(json.begin(), json.end(), '\n') + 2,
+            std::count(table.begin(), table.end(), '\n'));
+  EXPECT_THAT(json, HasSubstr(R"json({"name":"alias-blue-first","format":"pix",)json"
+                              R"json("when":"reading and writing","ours":)json"));
+  EXPECT_THAT(Imx({"info", "--interop=gif-screen,x", "a.gif"}).err,
+              StartsWith("imx info: --interop 'gif-screen,x' names no known quirk"));
+  EXPECT_THAT(Bash("IMX_INTEROP=x imx info a.gif").err, StartsWith("imx info: IMX_INTEROP 'x' "));
+}
+
 }  // namespace
 }  // namespace imx::test

@@ -1,0 +1,193 @@
+#include "imagelib/quirks.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace imx {
+namespace {
+
+constexpr bool kReads = true;
+constexpr bool kWrites = true;
+
+constexpr QuirkRow kRows[] = {
+    {kJpegWithoutJfif, "jpeg-without-jfif", "jpg", "only files that begin with a JFIF header",
+     "every JPEG: with an Exif or Adobe header, or none", kReads, !kWrites},
+    {kJpegOrientation, "jpeg-orientation", "jpg", "the Exif orientation is passed over",
+     "the picture is turned as its Exif orientation says", kReads, !kWrites},
+    {kPngForgiving, "png-forgiving", "png",
+     "wrong check sums, unknown critical chunks and an early end refuse the file",
+     "the rows that can be read are", kReads, !kWrites},
+    {kPngNoMetrePixels, "png-no-metre-pixels", "png", "pixels are stated to be a metre wide",
+     "no pixel size is stated", !kReads, kWrites},
+    {kGifScreen, "gif-screen", "gif",
+     "all frames are drawn over each other at the top left with the width of the first; a nonzero "
+     "aspect byte gives a blank image",
+     "frames are placed on the logical screen with their own colours, transparency and disposal, "
+     "counted and chosen; the aspect byte is passed over",
+     kReads, !kWrites},
+    {kPnmFamily, "pnm-family", "ppm", "P3 and P6 only", "P1 to P7, under every usual extension",
+     kReads, !kWrites},
+    {kPnmWideSamples, "pnm-wide-samples", "ppm",
+     "one byte a sample in binary files; samples are scaled and cut",
+     "two bytes a sample where the maximum is above 255; samples are scaled and rounded", kReads,
+     !kWrites},
+    {kBmpTopDown, "bmp-top-down", "bmp", "a negative height refuses the file",
+     "the rows are stored top row first", kReads, !kWrites},
+    {kBmpMasks, "bmp-masks", "bmp",
+     "bit masks are passed over; 16-bit pixels take red from the 5-6-5 place, green and blue from "
+     "the 5-5-5 places",
+     "masks of any kind are obeyed, alpha among them; 16-bit pixels without masks are 5-5-5",
+     kReads, !kWrites},
+    {kBmpRunLength, "bmp-run-length", "bmp",
+     "both pixels of an RLE4 run take the low nibble; skipped pixels are black",
+     "the nibbles alternate; skipped pixels take entry 0", kReads, !kWrites},
+    {kBmpHeaders, "bmp-headers", "bmp",
+     "headers are of 12 or 40 bytes, whatever size they state; bitmap arrays are refused",
+     "OS/2 headers of every size and the first picture of a bitmap array are read", kReads,
+     !kWrites},
+    {kTargaGreyRuns, "targa-grey-runs", "tga", "type 11 is read as plain rows",
+     "type 11 is run-length grey", kReads, !kWrites},
+    {kTargaRightToLeft, "targa-right-to-left", "tga", "the right-to-left bit is passed over",
+     "it turns the rows round", kReads, !kWrites},
+    {kTargaMap, "targa-map", "tga",
+     "a colour map fills slots from 0; entries of 15 bits are not read; 16-bit grey is colour",
+     "it fills slots from its first entry; entries of every size are read; 16-bit grey is grey "
+     "with "
+     "alpha",
+     kReads, !kWrites},
+    {kTargaAttributes, "targa-attributes", "tga",
+     "32-bit pixels have alpha whatever the attribute bits say; none are stated when writing",
+     "alpha counts when attribute bits or the extension area state it, premultiplied alpha is "
+     "divided out; 8 bits are stated for 32-bit pixels",
+     kReads, kWrites},
+    {kPcxLongRuns, "pcx-long-runs", "pcx", "runs end with their line",
+     "runs go on over planes and lines", kReads, !kWrites},
+    {kPcxPacked16, "pcx-packed-16", "pcx", "4 bits in one plane are not read",
+     "4 bits in one plane are 16 colours", kReads, !kWrites},
+    {kPcxStored, "pcx-stored", "pcx", "the encoding byte is passed over: all data is run-length",
+     "encoding 0 is plain bytes", kReads, !kWrites},
+    {kPcxBilevel, "pcx-bilevel", "pcx", "1-bit files take the two first colours of the header",
+     "they are black and white where the header's two colours are equal", kReads, !kWrites},
+    {kSgiWideRuns, "sgi-wide-runs", "rgb",
+     "of run-length files with 2-byte samples one channel is read, into red",
+     "all channels are read", kReads, !kWrites},
+    {kSgiFullRange, "sgi-full-range", "rgb", "samples are scaled from the stated range",
+     "the stated range is passed over", kReads, !kWrites},
+    {kIlbmContainers, "ilbm-containers", "iff", "FORM ILBM and LIST as if it were a FORM",
+     "pixels by bytes (PBM), and the first picture in a LIST or CAT, are read", kReads, !kWrites},
+    {kIlbmAlphaPlanes, "ilbm-alpha-planes", "iff", "planes above 23 are passed over",
+     "32 planes are colour and alpha, 48 are 16 bits a channel", kReads, !kWrites},
+    {kIlbmHam, "ilbm-ham", "iff", "hold-and-modify needs 6 or 8 planes",
+     "5 and 7 planes hold and modify without green", kReads, !kWrites},
+    {kIlbmVertical, "ilbm-vertical", "iff", "compression 2 is read as plain rows",
+     "compression 2 runs down the columns", kReads, !kWrites},
+    {kIlbmMask, "ilbm-mask", "iff", "the mask plane and the transparent colour are passed over",
+     "they are alpha; written with a mask plane where the image has alpha", kReads, kWrites},
+    {kIlbmLinePalettes, "ilbm-line-palettes", "iff", "one palette for the whole picture",
+     "palette changes by line (PCHG, SHAM) are obeyed", kReads, !kWrites},
+    {kSoftimagePackets, "softimage-packets", "pic",
+     "a single packet is colour whatever its mask; colour needs its three channels together",
+     "packets are read by their type and channels, in any number", kReads, !kWrites},
+    {kAliasBlueFirst, "alias-blue-first", "pix", "pixels are red, green, blue",
+     "pixels are blue, green, red", kReads, kWrites},
+    {kAliasGreyMatte, "alias-grey-matte", "pix", "a matte is alpha over grey 136",
+     "a matte is a grey picture", kReads, !kWrites},
+    {kRlaOffsets, "rla-offsets", "rla", "scanlines are read in sequence",
+     "each scanline is read where the offset table says", kReads, !kWrites},
+    {kRlaMatte, "rla-matte", "rla", "the matte is the complement of alpha", "the matte is alpha",
+     kReads, kWrites},
+    {kRlaDeepSamples, "rla-deep-samples", "rla", "samples are of 8 bits",
+     "samples of up to 16 bits and floats are read", kReads, !kWrites},
+    {kRlaFields, "rla-fields", "rla", "the field word is passed over",
+     "pictures of one field are read as such", kReads, !kWrites},
+    {kDemLayout, "dem-layout", "dem",
+     "fields are tokens with white space between; a byte in common with another format's signature "
+     "refuses the file",
+     "fields stand in their columns, records may end with line feeds", kReads, !kWrites},
+    {kDemAnySize, "dem-any-size", "dem", "1201 x 1201 only", "profiles of any number and length",
+     kReads, !kWrites},
+    {kDemLastColumn, "dem-last-column", "dem", "the last profile is left black", "it is read",
+     kReads, !kWrites},
+    {kAviTopDown, "avi-top-down", "avi", "top-down frames are refused", "they are read", kReads,
+     !kWrites},
+    {kAviDeepPixels, "avi-deep-pixels", "avi", "8, 16 (5-5-5) and 24 bits",
+     "5-6-5 and 32 bits as well", kReads, !kWrites},
+    {kFlicPalette, "flic-palette", "flc",
+     "the colours stay from one load to the next, and a packet's first colour counts from the "
+     "skips "
+     "alone",
+     "every load begins with black, and colours count on behind a packet", kReads, !kWrites},
+    {kTiffTexts, "tiff-texts", "tif", "author and notice are not written", "they are", !kReads,
+     kWrites},
+};
+static_assert(std::size(kRows) == kQuirkCount);
+
+constexpr bool RowsStandAtTheirIds() {
+  for (std::size_t i = 0; i < kQuirkCount; ++i) {
+    if (kRows[i].id != i) return false;
+  }
+  return true;
+}
+static_assert(RowsStandAtTheirIds());
+
+QuirkSet turnedOn;
+QuirkSet met;
+
+}  // namespace
+
+std::span<const QuirkRow> Quirks() {
+  return kRows;
+}
+
+const QuirkRow* FindQuirk(std::string_view name) {
+  const auto* found = std::find_if(std::begin(kRows), std::end(kRows),
+                                   [name](const QuirkRow& row) { return name == row.name; });
+  return found == std::end(kRows) ? nullptr : found;
+}
+
+const char* QuirkDirection(const QuirkRow& row) {
+  if (!row.writing) return "reading";
+  return row.reading ? "reading and writing" : "writing";
+}
+
+QuirkSet AllQuirks() {
+  return QuirkSet().set();
+}
+
+std::string QuirkNames(const QuirkSet& set) {
+  std::string names;
+  for (const QuirkRow& row : kRows) {
+    if (set[row.id]) names.append(names.empty() ? "" : ", ").append(row.name);
+  }
+  return names;
+}
+
+bool Quirk(QuirkId id) {
+  if (turnedOn[id]) met.set(id);
+  return turnedOn[id];
+}
+
+bool QuirkShown(QuirkId id) {
+  met.set(id);
+  return turnedOn[id];
+}
+
+QuirkScope::QuirkScope(const QuirkSet& on) : before_(turnedOn) {
+  turnedOn = on;
+  met.reset();
+}
+
+QuirkScope::~QuirkScope() {
+  turnedOn = before_;
+  met.reset();
+}
+
+QuirkSet QuirkScope::applied() const {
+  return met & turnedOn;
+}
+
+QuirkSet QuirkScope::shown() const {
+  return met & ~turnedOn;
+}
+
+}  // namespace imx
