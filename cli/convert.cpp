@@ -66,10 +66,10 @@ void SetTexts(const Request& request, ImageRecord& image) {
 
 /// Saves to a file or, for "-", to standard output. False on failure, which has been reported.
 bool SaveOutput(const std::string& output, ImageRecord& image) {
-  BeginFile(output);
+  FileScope scope(output);
   const SaveResult result =
       output == "-" ? SaveImageToStream(stdout, &image) : SaveImageSafely(output, &image);
-  const std::string errors = TakeErrors();
+  const std::string errors = scope.TakeErrors();
   if (result.saved) {
     if (!errors.empty()) ReportFailure(output, errors);
     return true;
@@ -102,6 +102,7 @@ void SetOutputOptions(const Request& request, const Conversion& conversion, Imag
 }
 
 int Convert(const Request& request, const Conversion& conversion) {
+  const FileScope scope(conversion.input);
   ImageGuard image = LoadInput(conversion.input, request);
   if (!image || !ApplySteps(request, conversion.input, &image)) return kFailed;
   SetTexts(request, *image);
@@ -140,7 +141,7 @@ int RunConvert(const Request& request) {
     return kFailed;
   }
   if (toFolder && request.operands.size() > 1) return ConvertBatch(request);
-  return Convert(request, {input, output, row});
+  return ReportingOutOfMemory(input, [&] { return Convert(request, {input, output, row}); });
 }
 
 }  // namespace imx

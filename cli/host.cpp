@@ -1,11 +1,9 @@
 #include "cli/host.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
 #include <cstdio>
 #include <string_view>
-#include <vector>
 
 #include "cli/console.h"
 #include "imagelib/host.h"
@@ -21,7 +19,7 @@ constexpr int kLineWidth = kTitleWidth + kBarWidth + 9;  // "title [bar] 100%"
 struct ProgressBar {
   bool wanted = false;  ///< standard error is a terminal and nobody asked for quiet
   bool shown = false;
-  std::string title;
+  char title[kTitleWidth + 1] = "";
   std::int32_t total = 0;
   std::int32_t position = 0;
   std::int64_t drawnPercent = -1;
@@ -29,10 +27,8 @@ struct ProgressBar {
 
 ProgressBar bar;
 bool quietHost = false;
-bool faultSeen = false;
-bool keepErrors = false;
-std::string currentFile;
-std::vector<std::string> keptErrors;
+FileScope* innermost = nullptr;
+std::int32_t faultsShown = 0;
 
 // Errors that one file can bring are few in kind but not in number.
 constexpr std::size_t kMostKeptErrors = 4;
@@ -49,10 +45,11 @@ void DrawBar() {
   const std::int64_t done = std::clamp<std::int64_t>(bar.position, 0, bar.total);
   const std::int64_t percent = bar.total > 0 ? done * 100 / bar.total : 100;
   if (percent == bar.drawnPercent) return;
-  const auto filled = static_cast<std::size_t>(percent * kBarWidth / 100);
-  const std::string marks = std::string(filled, '#') + std::string(kBarWidth - filled, ' ');
-  std::fprintf(stderr, "\r%-*.*s [%s] %3d%%", kTitleWidth, kTitleWidth, bar.title.c_str(),
-               marks.c_str(), static_cast<int>(percent));
+  static constexpr char kMarks[] = "##############################";
+  static_assert(sizeof kMarks == kBarWidth + 1);
+  const auto filled = static_cast<int>(percent * kBarWidth / 100);
+  std::fprintf(stderr, "\r%-*s [%-*.*s] %3d%%", kTitleWidth, bar.title, kBarWidth, filled, kMarks,
+               static_cast<int>(percent));
   std::fflush(stderr);
   bar.shown = true;
   bar.drawnPercent = percent;
@@ -66,31 +63,52 @@ std::int32_t Position(const void* argument) {
   return static_cast<std::int32_t>(static_cast<const ProgressRequest*>(argument)->first);
 }
 
+char Shown(char c) {
+  const auto byte = static_cast<unsigned char>(c);
+  return byte < ' ' || byte == 0x7F ? '?' : c;
+}
+
+/// A line that goes to standard error in one piece, a very long one in a few.
+class ErrorLine {
+ public:
+  void Add(std::string_view text) {
+    for (const char c : text) Put(Shown(c));
+  }
+  void End() {
+    Put('\n');
+    Flush();
+  }
+
+ private:
+  void Put(char c) {
+    if (size_ == sizeof text_) Flush();
+    text_[size_++] = c;
+  }
+  void Flush() {
+    std::fwrite(text_, 1, size_, stderr);
+    size_ = 0;
+  }
+
+  char text_[2048];
+  std::size_t size_ = 0;
+};
+
+std::string_view CurrentFile() {
+  return innermost ? innermost->file() : std::string_view();
+}
+
 int Message(void* argument) {
-  if (!quietHost) ReportFailure(currentFile, Text(argument));
+  if (!quietHost) ReportFailure(CurrentFile(), Text(argument));
   return 0;
 }
 
-/// The allocator's own words, which no file can bring about.
-bool IsMemoryFault(std::string_view text) {
-  constexpr std::array<std::string_view, 5> kStarts = {"Memory Over-run!!!", "Memory Under-run!!!",
-                                                       "attempted free of unknown pointer!",
-                                                       "memtot nonzero", "unfreed pointer:"};
-  return std::any_of(kStarts.begin(), kStarts.end(),
-                     [text](std::string_view start) { return text.starts_with(start); });
-}
-
 int Error(void* argument) {
-  const std::string text = Text(argument);
-  if (IsMemoryFault(text)) {
-    faultSeen = true;
-    ReportFailure(currentFile, text);
-  } else if (!keepErrors) {
-    ReportFailure(currentFile, text);
-  } else if (keptErrors.size() < kMostKeptErrors &&
-             std::find(keptErrors.begin(), keptErrors.end(), text) == keptErrors.end()) {
-    keptErrors.push_back(text);
-  }
+  const char* text = Text(argument);
+  // The program's own faults are no file's, and nobody may take them.
+  const bool isFault = GetMemoryCounters().faults != faultsShown;
+  faultsShown = GetMemoryCounters().faults;
+  const bool kept = !isFault && innermost && innermost->Keep(text);
+  if (!kept) ReportFailure(CurrentFile(), text);
   return 0;
 }
 
@@ -100,7 +118,8 @@ void Note(const char* text) {
 
 int BeginProgress(void* argument) {
   const auto* request = static_cast<const ProgressRequest*>(argument);
-  bar.title = Printable(reinterpret_cast<const char*>(request->first));
+  std::snprintf(bar.title, sizeof bar.title, "%s", reinterpret_cast<const char*>(request->first));
+  for (char& c : bar.title) c = c ? Shown(c) : c;
   bar.total = request->total;
   bar.position = 0;
   bar.drawnPercent = -1;
@@ -137,35 +156,40 @@ void InstallHost(bool quiet) {
 
 std::string Printable(const std::string& text) {
   std::string shown = text;
-  for (char& c : shown) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (byte < ' ' || byte == 0x7F) c = '?';
-  }
+  for (char& c : shown) c = Shown(c);
   return shown;
 }
 
-void ReportFailure(const std::string& file, const std::string& what) {
+void ReportFailure(std::string_view file, std::string_view what) {
   EraseBar();
-  const std::string place = file.empty() ? std::string() : Printable(file) + ": ";
-  std::fprintf(stderr, "imx: %s%s\n", place.c_str(), Printable(what).c_str());
+  ErrorLine line;
+  line.Add("imx: ");
+  line.Add(file);
+  if (!file.empty()) line.Add(": ");
+  line.Add(what);
+  line.End();
 }
 
-void BeginFile(const std::string& file) {
-  currentFile = file;
-  keepErrors = true;
-  keptErrors.clear();
+FileScope::FileScope(const std::string& file) : file_(file), outer_(innermost) {
+  innermost = this;
 }
 
-std::string TakeErrors() {
+FileScope::~FileScope() {
+  for (const std::string& text : errors_) ReportFailure(file_, text);
+  innermost = outer_;
+}
+
+bool FileScope::Keep(std::string_view text) {
+  if (errors_.size() >= kMostKeptErrors) return true;
+  if (std::find(errors_.begin(), errors_.end(), text) != errors_.end()) return true;
+  return WithinMemory([&] { return errors_.emplace_back(text), true; }, false);
+}
+
+std::string FileScope::TakeErrors() {
   std::string all;
-  for (const std::string& text : keptErrors) all.append(all.empty() ? "" : "; ").append(text);
-  keepErrors = false;
-  keptErrors.clear();
+  for (const std::string& text : errors_) all.append(all.empty() ? "" : "; ").append(text);
+  errors_.clear();
   return all;
-}
-
-bool LibraryIsAtFault() {
-  return faultSeen;
 }
 
 }  // namespace imx

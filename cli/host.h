@@ -2,6 +2,11 @@
 #pragma once
 
 #include <string>
+#include <string_view>
+#include <vector>
+
+#include "cli/options.h"
+#include "imagelib/memory_edge.h"
 
 namespace imx {
 
@@ -9,20 +14,41 @@ namespace imx {
 void InstallHost(bool quiet);
 
 /// One clear line on standard error: "imx: FILE: what". What could upset a terminal is shown as
-/// '?'.
-void ReportFailure(const std::string& file, const std::string& what);
+/// '?'. Takes no memory.
+void ReportFailure(std::string_view file, std::string_view what);
 
-/// The library's errors from here on belong to `file` and are kept back.
-void BeginFile(const std::string& file);
+/// While it lives, what the library says belongs to `file`, and its errors are kept back; those
+/// that nobody took are shown at the end. Scopes nest.
+class FileScope {
+ public:
+  explicit FileScope(const std::string& file);
+  ~FileScope();
+  FileScope(const FileScope&) = delete;
+  FileScope& operator=(const FileScope&) = delete;
 
-/// The errors kept since BeginFile as one text, each said once; empty when there were none.
-/// Errors that come later are shown as they come.
-std::string TakeErrors();
+  const std::string& file() const { return file_; }
+  /// Keeps an error of the library. False when memory runs out.
+  bool Keep(std::string_view text);
+  /// The errors so far as one text, each said once; empty when there were none.
+  std::string TakeErrors();
+
+ private:
+  const std::string& file_;  // outlives the scope
+  FileScope* const outer_;
+  std::vector<std::string> errors_;
+};
+
+/// The exit status that `work` gives. When memory runs out in it, that is reported for `file`.
+template <typename Work>
+int ReportingOutOfMemory(std::string_view file, Work&& work) {
+  constexpr int kRanOut = -1;
+  const int status = WithinMemory(work, kRanOut);
+  if (status != kRanOut) return status;
+  ReportFailure(file, kOutOfMemory);
+  return kFailed;
+}
 
 /// `text` with control characters replaced by '?', as it may be shown on a terminal.
 std::string Printable(const std::string& text);
-
-/// Whether the library reported a fault of its own: a leaked block, a damaged guard.
-bool LibraryIsAtFault();
 
 }  // namespace imx

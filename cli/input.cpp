@@ -58,7 +58,8 @@ std::string Diagnose(const std::string& path, const std::string& errors, std::ui
 }
 
 /// Loads a file that can be sought in. Empty when it cannot be loaded; `fault` says why.
-ImageGuard LoadFile(const std::string& path, const Request& request, std::string* fault) {
+ImageGuard LoadFile(const std::string& path, const Request& request, FileScope& scope,
+                    std::string* fault) {
   const FileHandle file(std::fopen(path.c_str(), "rb"), std::fclose);
   if (!file) {
     *fault = std::strerror(errno);
@@ -76,13 +77,19 @@ ImageGuard LoadFile(const std::string& path, const Request& request, std::string
   Raw().width = request.rawWidth;
   Raw().height = request.rawHeight;
   if (request.rawWidth > 0) GuessRawLayout(path.c_str());
+  const RefusalWatch memory;
   ImageGuard image(LoadImage(path.c_str()));
-  const std::string errors = TakeErrors();
+  const std::string errors = scope.TakeErrors();
+  if (memory.Refused()) {
+    *fault = kOutOfMemory;
+    return ImageGuard();
+  }
   *fault = image ? errors : Diagnose(path, errors, request.maxMemoryMib);
   return image;
 }
 
-ImageGuard LoadStream(const std::string& name, const Request& request, std::string* fault) {
+ImageGuard LoadStream(const std::string& name, const Request& request, FileScope& scope,
+                      std::string* fault) {
   const bool standard = name == "-";
   const FileHandle opened(standard ? nullptr : std::fopen(name.c_str(), "rb"), std::fclose);
   std::FILE* stream = standard ? stdin : opened.get();
@@ -93,24 +100,24 @@ ImageGuard LoadStream(const std::string& name, const Request& request, std::stri
   }
   // The loaders seek, which a pipe cannot.
   *fault = Spool(stream, file.path(), kLongestForm * request.maxMemoryMib * kMib);
-  return fault->empty() ? LoadFile(file.path(), request, fault) : ImageGuard();
+  return fault->empty() ? LoadFile(file.path(), request, scope, fault) : ImageGuard();
+}
+
+ImageGuard LoadAny(const std::string& name, const Request& request, std::string* fault) {
+  FileScope scope(name);
+  const PathKind kind = name == "-" ? PathKind::stream : KindOfPath(name);
+  if (kind == PathKind::stream) return LoadStream(name, request, scope, fault);
+  if (kind != PathKind::directory) return LoadFile(name, request, scope, fault);
+  *fault = "is a directory";
+  return ImageGuard();
 }
 
 }  // namespace
 
 ImageGuard LoadInput(const std::string& name, const Request& request) {
-  BeginFile(name);
-  const PathKind kind = name == "-" ? PathKind::stream : KindOfPath(name);
   std::string fault;
-  ImageGuard image;
-  if (kind == PathKind::directory) {
-    fault = "is a directory";
-  } else if (kind == PathKind::stream) {
-    image = LoadStream(name, request, &fault);
-  } else {
-    image = LoadFile(name, request, &fault);
-  }
-  TakeErrors();
+  ImageGuard image = WithinMemory([&] { return LoadAny(name, request, &fault); }, ImageGuard());
+  if (!image && fault.empty()) fault = kOutOfMemory;
   if (!fault.empty()) ReportFailure(name, fault);
   if (!image && fault.empty()) ReportFailure(name, "could not be loaded");
   return image;

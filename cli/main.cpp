@@ -11,7 +11,6 @@
 #include "cli/documents.h"
 #include "cli/host.h"
 #include "cli/options.h"
-#include "imagelib/memory.h"
 
 namespace imx {
 namespace {
@@ -38,11 +37,9 @@ std::string ReadEnvironment(Request* request) {
 
 int RunCommand(const Command& command, const Request& request) {
   InstallHost(request.quiet);
-  const int status = command.run(request);
-  BeginFile({});
-  TakeErrors();  // errors are shown as they come from here on
+  const int status = ReportingOutOfMemory({}, [&] { return command.run(request); });
   LibraryShutdown();
-  return LibraryIsAtFault() && status == kDone ? kFailed : status;
+  return status == kDone && GetMemoryCounters().faults > 0 ? kFailed : status;
 }
 
 int Run(const std::vector<std::string>& arguments) {
@@ -88,6 +85,8 @@ int CloseOutput(int status) {
 int main(int argc, char** argv) {
   imx::MakeStandardStreamsBinary();
   imx::HandleInterrupts();
-  const std::vector<std::string> arguments(argv + (argc > 0), argv + argc);
-  return imx::CloseOutput(imx::Run(arguments));
+  return imx::ReportingOutOfMemory({}, [&] {
+    const std::vector<std::string> arguments(argv + (argc > 0), argv + argc);
+    return imx::CloseOutput(imx::Run(arguments));
+  });
 }

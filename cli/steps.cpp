@@ -100,9 +100,11 @@ const char* NameOf(Kind kind) {
 bool ApplySteps(const Request& request, const std::string& name, ImageGuard* image) {
   SelectWholeImage(**image);
   for (const ImageStep& step : request.steps) {
+    const RefusalWatch memory;
     if (Apply(request, step, image)) continue;
-    ReportFailure(name, std::string(NameOf(step.kind)) + " is not possible with this image, " +
-                            "region and number");
+    const char* why = memory.Refused() ? " needs more memory than there is"
+                                       : " is not possible with this image, region and number";
+    ReportFailure(name, std::string(NameOf(step.kind)) + why);
     return false;
   }
   return true;

@@ -26,6 +26,7 @@
 #include "formats/wavefront.h"
 #include "imagelib/file_reader.h"
 #include "imagelib/image.h"
+#include "imagelib/memory_edge.h"
 #include "imagelib/registry.h"
 #include "imagelib/text.h"
 
@@ -40,12 +41,12 @@ using FileLoader = ImageRecord* (*)(std::FILE* file);
 /// Gives a loader that takes over an open file the form of those that take a path.
 template <FileLoader loader>
 ImageRecord* LoadOpened(const char* path) {
-  std::FILE* file = std::fopen(path, "rb");
+  std::FILE* file = OpenForReading(path);
   return file ? loader(file) : nullptr;
 }
 
 ImageRecord* LoadIffFile(const char* path) {
-  std::FILE* file = std::fopen(path, "rb");
+  std::FILE* file = OpenForReading(path);
   return file ? LoadIff(file, path) : nullptr;
 }
 
@@ -149,9 +150,7 @@ void Describe(ImageRecord& image, const LoadBranch& branch, const char* path) {
   CopyText(image.formatLabel, branch.formatLabel);
 }
 
-}  // namespace
-
-ImageRecord* LoadImage(const char* path) {
+ImageRecord* LoadByStart(const char* path) {
   FileStart start;
   if (!ReadFileStart(path, &start)) return nullptr;
   const bool layoutChosen = Raw().kind >= 0;
@@ -166,6 +165,12 @@ ImageRecord* LoadImage(const char* path) {
   ImageRecord* image = branch ? branch->load(path) : nullptr;
   if (image) Describe(*image, *branch, path);
   return image;
+}
+
+}  // namespace
+
+ImageRecord* LoadImage(const char* path) {
+  return WithinMemory([path] { return LoadByStart(path); }, nullptr);
 }
 
 FileKind IdentifyFile(const char* path) {

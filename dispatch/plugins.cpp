@@ -10,7 +10,7 @@
 #include "imagelib/guards.h"
 #include "imagelib/host.h"
 #include "imagelib/image.h"
-#include "imagelib/memory.h"
+#include "imagelib/memory_edge.h"
 #include "imagelib/plugin_library.h"
 #include "imagelib/save_outcome.h"
 #include "imagelib/text.h"
@@ -157,14 +157,26 @@ PluginRecord* IMX_PLUGIN_CALL ServiceMakeImage(std::int32_t width, std::int32_t 
   Exchange exchange;
   if (!exchange) return nullptr;
   CopyToPlugin(*image, exchange);
-  madeImages.push_back({std::move(image), std::move(exchange)});
-  return madeImages.back().exchange.record.data();
+  PluginRecord* const record = exchange.record.data();
+  const bool kept = WithinMemory(
+      [&] {
+        madeImages.push_back({std::move(image), std::move(exchange)});
+        return true;
+      },
+      false);
+  return kept ? record : nullptr;
 }
 
 void* IMX_PLUGIN_CALL ServiceAllocate(std::uint32_t size, std::uint32_t /*unused*/) {
-  void* pointer = AllocMem(size, 1, "dll_allocmum");
-  if (pointer) blocks.push_back({pointer, size});
-  return pointer;
+  TrackedBytes block(size, "dll_allocmum");
+  if (!block) return nullptr;
+  const bool kept = WithinMemory(
+      [&] {
+        blocks.push_back({block.data(), size});
+        return true;
+      },
+      false);
+  return kept ? block.release() : nullptr;
 }
 
 /// Frees `owned` and forgets it when it is what the plug-in wants to be freed.
@@ -234,7 +246,7 @@ std::int32_t CallSaver(const ImageRecord& image, const char* path, const char* n
   }
   Exchange exchange;
   if (!exchange) {
-    failure = "out of memory";
+    failure = kOutOfMemory;
     return 1;
   }
   CopyToPlugin(image, exchange);

@@ -7,6 +7,7 @@
 
 #include "dispatch/save.h"
 #include "formats/codec_state.h"
+#include "imagelib/memory_edge.h"
 #include "imagelib/save_outcome.h"
 #include "imagelib/system_files.h"
 #include "imagelib/temporary_file.h"
@@ -33,13 +34,16 @@ std::string FolderOf(const std::string& path) {
 
 /// `finalPath` is where the file is meant to be in the end, for savers that write its name into it.
 SaveResult SaveInto(const TemporaryFile& file, const char* finalPath, ImageRecord* image) {
+  const RefusalWatch memory;
   BeginSaveOutcome();
   Output().finalPath = finalPath;
   const std::int32_t result = SaveImage(file.path().c_str(), image);
   Output().finalPath = nullptr;
-  if (result != 0) return {false, {}};
-  if (GetSaveOutcome() == SaveOutcome::whole) return {true, {}};
-  return {false, SaveFailureReason()};
+  const bool whole = result == 0 && GetSaveOutcome() == SaveOutcome::whole;
+  if (whole && !memory.Refused()) return {true, {}};
+  const std::string_view reason = SaveFailureReason();
+  if (reason.empty() && memory.Refused()) return {false, kOutOfMemory};
+  return {false, std::string(reason)};
 }
 
 SaveResult CopyToStream(const std::string& path, std::FILE* stream) {
@@ -53,24 +57,22 @@ SaveResult CopyToStream(const std::string& path, std::FILE* stream) {
   return {true, {}};
 }
 
-SaveResult SaveToDevice(const std::string& path, ImageRecord* image) {
-  FileHandle to = Open(path, "wb");
-  if (!to) return SystemFailure();
-  const SaveResult result = SaveImageToStream(to.get(), image);
-  if (std::fclose(to.release()) != 0 && result.saved) return SystemFailure();
-  return result;
-}
-
-}  // namespace
-
-SaveResult SaveImageToStream(std::FILE* stream, ImageRecord* image) {
+SaveResult SaveToStream(std::FILE* stream, ImageRecord* image) {
   const TemporaryFile file{std::string()};
   if (!file.ok()) return {false, file.reason()};
   const SaveResult result = SaveInto(file, "", image);
   return result.saved ? CopyToStream(file.path(), stream) : result;
 }
 
-SaveResult SaveImageSafely(const std::string& path, ImageRecord* image) {
+SaveResult SaveToDevice(const std::string& path, ImageRecord* image) {
+  FileHandle to = Open(path, "wb");
+  if (!to) return SystemFailure();
+  const SaveResult result = SaveToStream(to.get(), image);
+  if (std::fclose(to.release()) != 0 && result.saved) return SystemFailure();
+  return result;
+}
+
+SaveResult SaveToPath(const std::string& path, ImageRecord* image) {
   const PathKind kind = KindOfPath(path);
   if (kind == PathKind::directory) return {false, "is a directory"};
   if (kind == PathKind::stream) return SaveToDevice(path, image);
@@ -84,6 +86,16 @@ SaveResult SaveImageSafely(const std::string& path, ImageRecord* image) {
   if (!result.saved) return result;
   if (!file.MoveTo(target)) return {false, file.reason()};
   return result;
+}
+
+}  // namespace
+
+SaveResult SaveImageToStream(std::FILE* stream, ImageRecord* image) {
+  return WithinMemory([&] { return SaveToStream(stream, image); }, {false, kOutOfMemory});
+}
+
+SaveResult SaveImageSafely(const std::string& path, ImageRecord* image) {
+  return WithinMemory([&] { return SaveToPath(path, image); }, {false, kOutOfMemory});
 }
 
 }  // namespace imx

@@ -21,6 +21,7 @@
 #include "formats/wavefront.h"
 #include "imagelib/host.h"
 #include "imagelib/image.h"
+#include "imagelib/memory_edge.h"
 #include "imagelib/registry.h"
 
 namespace imx {
@@ -164,8 +165,12 @@ std::int32_t SaveImage(const char* path, ImageRecord* image) {
     return 1;
   }
   Output().depthBits = DepthBits(depthBit);
-  branch->save(image, path, Output());
-  return 0;
+  return WithinMemory(
+      [&] {
+        branch->save(image, path, Output());
+        return 0;
+      },
+      1);
 }
 
 }  // namespace imx

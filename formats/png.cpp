@@ -4,6 +4,7 @@
 
 #include <csetjmp>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "formats/codec_state.h"
@@ -48,6 +49,17 @@ void JumpBack(png_structp png, png_const_charp) {
 }
 void Ignore(png_structp, png_const_charp) {}
 
+/// libpng's memory. Without it libpng drops a text and goes on, so what is refused is noted.
+png_voidp TakeMemory(png_structp, png_alloc_size_t size) {
+  void* block = std::malloc(size);
+  if (!block) NoteRefusedMemory();
+  return block;
+}
+
+void GiveBackMemory(png_structp, png_voidp block) {
+  std::free(block);
+}
+
 // Reading
 
 struct Reading {
@@ -76,7 +88,8 @@ void ReadBytes(png_structp png, png_bytep to, std::size_t count) {
 }
 
 bool BeginReading(Reading& job) {
-  job.png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, JumpBack, Ignore);
+  job.png = png_create_read_struct_2(PNG_LIBPNG_VER_STRING, nullptr, JumpBack, Ignore, nullptr,
+                                     TakeMemory, GiveBackMemory);
   if (job.png) job.info = png_create_info_struct(job.png);
   return job.info != nullptr;
 }
@@ -228,7 +241,8 @@ void WriteBytes(png_structp png, png_bytep from, std::size_t count) {
 void FlushNothing(png_structp) {}
 
 bool BeginWriting(Writing& job) {
-  job.png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, JumpBack, Ignore);
+  job.png = png_create_write_struct_2(PNG_LIBPNG_VER_STRING, nullptr, JumpBack, Ignore, nullptr,
+                                      TakeMemory, GiveBackMemory);
   if (job.png) job.info = png_create_info_struct(job.png);
   return job.info != nullptr;
 }

@@ -2,11 +2,19 @@
 
 #include <algorithm>
 #include <bit>
+#include <cerrno>
 #include <cstring>
 
 #include "imagelib/byte_order.h"
+#include "imagelib/memory.h"
 
 namespace imx {
+
+std::FILE* OpenForReading(const char* path) {
+  std::FILE* file = std::fopen(path, "rb");
+  if (!file && errno == ENOMEM) NoteRefusedMemory();
+  return file;
+}
 
 FileReader::FileReader(std::FILE* file) : file_(file) {
   if (!file_) return;
@@ -22,7 +30,7 @@ FileReader::FileReader(std::FILE* file) : file_(file) {
   Fill();  // what cannot be read at all (a folder) has no size either
 }
 
-FileReader::FileReader(const char* path) : FileReader(std::fopen(path, "rb")) {}
+FileReader::FileReader(const char* path) : FileReader(OpenForReading(path)) {}
 
 FileReader::~FileReader() {
   if (file_) std::fclose(file_);

@@ -7,6 +7,10 @@
 
 namespace imx {
 
+/// Opens `path` for binary reading. Null when it cannot be opened; where memory is what is missing,
+/// that is counted (memory.h).
+std::FILE* OpenForReading(const char* path);
+
 /// Reads a seekable file from its current position. Owns the file and closes it.
 /// Past the end every read gives zeros and ended() says so; nothing reads beyond the real size.
 class FileReader {

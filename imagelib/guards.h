@@ -20,10 +20,7 @@ class TrackedArray {
  public:
   TrackedArray() = default;
   TrackedArray(std::uint64_t count, const char* label)
-      : data_(count > UINT32_MAX
-                  ? nullptr
-                  : static_cast<T*>(AllocMem(static_cast<std::uint32_t>(count), sizeof(T), label))),
-        size_(data_ ? static_cast<std::size_t>(count) : 0) {}
+      : data_(Take(count, label)), size_(data_ ? static_cast<std::size_t>(count) : 0) {}
   TrackedArray(TrackedArray&& other) noexcept
       : data_(std::exchange(other.data_, nullptr)), size_(std::exchange(other.size_, 0)) {}
   TrackedArray& operator=(TrackedArray&& other) noexcept {
@@ -50,6 +47,14 @@ class TrackedArray {
   }
 
  private:
+  static T* Take(std::uint64_t count, const char* label) {
+    if (count <= UINT32_MAX) {
+      return static_cast<T*>(AllocMem(static_cast<std::uint32_t>(count), sizeof(T), label));
+    }
+    NoteRefusedMemory();
+    return nullptr;
+  }
+
   T* data_ = nullptr;
   std::size_t size_ = 0;
 };

@@ -67,12 +67,18 @@ std::uint32_t FindBlock(const void* pointer) {
   return i;
 }
 
+/// A fault that no file can bring about. It is counted before the host hears of it.
+void ReportFault(const char* text) {
+  counters.faults += 1;
+  LibError(text);
+}
+
 void ReportDamage(const char* what) {
   char text[512];
   std::snprintf(text, sizeof text, "%s ChunkName=\"%.300s\", %d Bytes, ptr=$%08x", what,
                 lastRemoved.label, static_cast<int>(lastRemoved.size),
                 static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(lastRemoved.start)));
-  LibError(text);
+  ReportFault(text);
 }
 
 /// Takes a block out of the list (the last entry fills its slot), tests its guards, releases it.
@@ -91,14 +97,8 @@ void RemoveBlock(std::uint32_t index) {
   std::free(lastRemoved.start);
 }
 
-}  // namespace
-
-void* AllocMem(std::uint32_t count, std::uint32_t size, const char* label) {
-  if (!label) {
-    LibError("Warning - memory allocation without label! (desc==NULL)");
-    label = "";
-  }
-  if (label[0] == 0) LibError("Warning - memory allocation with empty label! (desc[0]==0)");
+/// AllocMem without its warnings and without counting what is refused.
+void* TakeBlock(std::uint32_t count, std::uint32_t size, const char* label) {
   const std::uint64_t product = std::uint64_t{count} * size;
   if (product > kLargestBlock || counters.now + product > ceiling) return nullptr;
   if (counters.now + product > UINT32_MAX) return nullptr;  // the counters are 32-bit
@@ -119,10 +119,27 @@ void* AllocMem(std::uint32_t count, std::uint32_t size, const char* label) {
   return start + kHeaderSize;
 }
 
+}  // namespace
+
+void* AllocMem(std::uint32_t count, std::uint32_t size, const char* label) {
+  if (!label) {
+    ReportFault("Warning - memory allocation without label! (desc==NULL)");
+    label = "";
+  }
+  if (label[0] == 0) ReportFault("Warning - memory allocation with empty label! (desc[0]==0)");
+  void* block = TakeBlock(count, size, label);
+  if (!block) NoteRefusedMemory();
+  return block;
+}
+
+void NoteRefusedMemory() {
+  counters.refused += 1;
+}
+
 void FreeMem(void* pointer) {
   const std::uint32_t index = FindBlock(pointer);
   if (index == listCount) {
-    LibError("attempted free of unknown pointer!");
+    ReportFault("attempted free of unknown pointer!");
     return;
   }
   RemoveBlock(index);
@@ -150,7 +167,7 @@ void MemCleanup() {
       char text[384];
       std::snprintf(text, sizeof text, "unfreed pointer: \"%.300s\" of size %d", block.label,
                     static_cast<int>(block.size));
-      LibError(text);
+      ReportFault(text);
       RemoveBlock(listCount - 1);
     }
     MemStats();

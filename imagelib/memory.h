@@ -15,6 +15,8 @@ struct MemoryCounters {
   std::int32_t deallocs;    ///< blocks released
   std::uint32_t peak;       ///< highest `now` seen, in bytes
   std::uint32_t now;        ///< bytes live, user areas only
+  std::int32_t refused;     ///< requests that could not be met, also those of NoteRefusedMemory
+  std::int32_t faults;      ///< found in the program: damaged guards, unknown pointers, leaks
 };
 
 /// Takes a zero-filled block of count * size bytes, to be released with FreeMem. `label` is a
@@ -44,6 +46,18 @@ bool RegisterPersistentBuffer(void** owner);
 void LibraryShutdown();
 
 MemoryCounters GetMemoryCounters();
+
+/// Counts a request for memory that was refused elsewhere than in AllocMem.
+void NoteRefusedMemory();
+
+/// Tells whether a request for memory was refused since it was made.
+class RefusalWatch {
+ public:
+  bool Refused() const { return GetMemoryCounters().refused != before_; }
+
+ private:
+  std::int32_t before_ = GetMemoryCounters().refused;
+};
 
 /// Number of blocks that are live now.
 std::size_t LiveBlockCount();

@@ -1,23 +1,25 @@
 #include "imagelib/save_outcome.h"
 
+#include <cstdio>
+
 namespace imx {
 namespace {
 
 SaveOutcome outcome = SaveOutcome::none;
-std::string failureReason;
+char failureReason[256];  // nothing is allocated while a save fails
 
 }  // namespace
 
 void BeginSaveOutcome() {
   outcome = SaveOutcome::none;
-  failureReason.clear();
+  failureReason[0] = 0;
 }
 
 SaveOutcome GetSaveOutcome() {
   return outcome;
 }
 
-const std::string& SaveFailureReason() {
+std::string_view SaveFailureReason() {
   return failureReason;
 }
 
@@ -27,7 +29,9 @@ void NoteSaveWhole() {
 
 void NoteSaveFailed(const char* reason) {
   outcome = SaveOutcome::failed;
-  if (failureReason.empty() && reason) failureReason = reason;
+  if (failureReason[0] == 0 && reason) {
+    std::snprintf(failureReason, sizeof failureReason, "%s", reason);
+  }
 }
 
 }  // namespace imx

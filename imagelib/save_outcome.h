@@ -5,7 +5,7 @@
 /// host that saves beside the target and moves the whole file into place knows when not to.
 #pragma once
 
-#include <string>
+#include <string_view>
 
 namespace imx {
 
@@ -22,8 +22,8 @@ void BeginSaveOutcome();
 SaveOutcome GetSaveOutcome();
 
 /// Why it failed, in words for the user ("No space left on device"); empty when nothing is known
-/// beyond the fact (a save stopped half way).
-const std::string& SaveFailureReason();
+/// beyond the fact (a save stopped half way). Valid until the next save.
+std::string_view SaveFailureReason();
 
 /// Noted by the writers. A failure is sticky until BeginSaveOutcome; the first reason is kept.
 void NoteSaveWhole();

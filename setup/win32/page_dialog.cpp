@@ -1,5 +1,6 @@
 #include "resources/wizard_ids.h"
 #include "setup/win32/setup_host.h"
+#include "shell/win32/procedure_edge.h"
 
 namespace imx {
 namespace {
@@ -125,7 +126,7 @@ INT_PTR CALLBACK pageProcedure(HWND window, UINT message, WPARAM wParam, LPARAM 
 
 bool showDialog(SetupHost& host, HWND owner, Page page) {
   OpenPage open = {host, page};
-  return DialogBoxParamA(host.instance, pageResource(page), owner, pageProcedure,
+  return DialogBoxParamA(host.instance, pageResource(page), owner, Guarded<pageProcedure>,
                          reinterpret_cast<LPARAM>(&open)) == kAnswered;
 }
 

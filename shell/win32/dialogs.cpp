@@ -1,6 +1,7 @@
 #include "shell/win32/dialogs.h"
 
 #include "shell/win32/image_window.h"
+#include "shell/win32/procedure_edge.h"
 #include "shell/win32/shell_state.h"
 
 namespace imx {
@@ -98,7 +99,7 @@ bool RunDialog(int resource, const DialogActions& actions, void* state) {
   const DialogScope scope;
   RunningDialog dialog = {actions, state};
   return DialogBoxParamA(Shell().instance, MAKEINTRESOURCEA(resource), Shell().mainWindow,
-                         DialogProcedure, reinterpret_cast<LPARAM>(&dialog)) == IDOK;
+                         Guarded<DialogProcedure>, reinterpret_cast<LPARAM>(&dialog)) == IDOK;
 }
 
 std::string ControlText(HWND dialog, int control, std::size_t most) {

@@ -1,6 +1,6 @@
 #include "shell/win32/entry.h"
 
-#include "imagelib/memory.h"
+#include "imagelib/memory_edge.h"
 #include "shell/win32/busy.h"
 #include "shell/win32/file_dialogs.h"
 #include "shell/win32/host_callbacks.h"
@@ -63,12 +63,13 @@ void CloseShell(HINSTANCE instance, const ShellProgram& program) {
 }  // namespace
 
 int RunShell(HINSTANCE instance, const ShellProgram& program) {
-  int status = kNoWindow;
-  if (OpenShell(instance, program)) {
+  const auto run = [&] {
+    if (!OpenShell(instance, program)) return kNoWindow;
     ShowLogo();
     if (program.afterStart) program.afterStart(Shell().mainWindow, instance);
-    status = RunMessageLoop(instance, program);
-  }
+    return RunMessageLoop(instance, program);
+  };
+  const int status = WithinMemory(run, kNoWindow);
   CloseShell(instance, program);
   LibraryShutdown();
   return status;

@@ -2,6 +2,7 @@
 
 #include "shell/win32/image_window.h"
 #include "shell/win32/main_window.h"
+#include "shell/win32/procedure_edge.h"
 #include "shell/win32/progress_window.h"
 
 namespace imx {
@@ -22,9 +23,9 @@ bool Register(HINSTANCE instance, const char* name, WNDPROC procedure, int stock
 }  // namespace
 
 bool RegisterWindowClasses(HINSTANCE instance, const char* mainWindowClass) {
-  return Register(instance, mainWindowClass, MainWindowProc, WHITE_BRUSH) &&
-         Register(instance, kImageWindowClass, ImageWindowProc, BLACK_BRUSH) &&
-         Register(instance, kProgressWindowClass, ProgressWindowProc, GRAY_BRUSH);
+  return Register(instance, mainWindowClass, Guarded<MainWindowProc>, WHITE_BRUSH) &&
+         Register(instance, kImageWindowClass, Guarded<ImageWindowProc>, BLACK_BRUSH) &&
+         Register(instance, kProgressWindowClass, Guarded<ProgressWindowProc>, GRAY_BRUSH);
 }
 
 void UnregisterWindowClasses(HINSTANCE instance, const char* mainWindowClass) {

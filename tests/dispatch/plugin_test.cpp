@@ -188,7 +188,6 @@ TEST_F(PluginTest, ServicesReachTheHostAndWhatIsLeftBehindIsCleanedUp) {
   EXPECT_THAT(host.progress[0].positions, ElementsAre(3));
   EXPECT_EQ(host.progressEnds, 2);
   EXPECT_THAT(host.errors, ElementsAre(kUnknownPointer));
-  host.errors.clear();
 }
 
 TEST_F(PluginTest, SavingHandsOverTheImageButDoesNotLetItBeFreed) {
@@ -221,7 +220,6 @@ TEST_F(PluginTest, SavingHandsOverTheImageButDoesNotLetItBeFreed) {
   EXPECT_EQ(GetSaveOutcome(), SaveOutcome::failed);
   EXPECT_THAT(SaveFailureReason(), HasSubstr(kCapitalsLibrary));
   EXPECT_THAT(host.errors, ElementsAre(kUnknownPointer, kUnknownPointer));
-  host.errors.clear();
 }
 
 TEST_F(PluginTest, TheDispatchLoadsAndSavesThroughTheLibraries) {

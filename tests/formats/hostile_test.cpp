@@ -46,7 +46,7 @@ class HostileTest : public LibraryTest, public testing::WithParamInterface<const
 
   void ExpectTidy() {
     EXPECT_EQ(static_cast<int>(host.progress.size()), host.progressEnds);
-    for (const std::string& fault : host.MemoryFaults()) ADD_FAILURE() << fault;
+    EXPECT_EQ(NewMemoryFaults(), 0) << testing::PrintToString(host.errors);
   }
 
   void ExpectSame(const Saving& saving, const ImageRecord& wanted, const ImageRecord* got) {

@@ -54,6 +54,7 @@ TEST_F(MemoryTest, DamageIsReportedAtReleaseOnceForEachSide) {
     block[behind] = block[before] = 1;
     FreeMem(block);
     EXPECT_EQ(host.errors, reports);
+    EXPECT_EQ(NewMemoryFaults(), static_cast<int>(reports.size()));
     host.errors.clear();
   }
   EXPECT_EQ(LiveBlockCount(), 0u) << "released all the same";
@@ -67,7 +68,7 @@ TEST_F(MemoryTest, UnknownPointersAreReportedAndLeftAlone) {
   FreeMem(block);
   FreeMem(block);
   EXPECT_THAT(host.errors, ElementsAre(kReport, kReport, kReport));
-  host.errors.clear();
+  EXPECT_EQ(NewMemoryFaults(), 3);
 }
 
 TEST_F(MemoryTest, MissingLabelsAreWarningsOnly) {
@@ -76,7 +77,7 @@ TEST_F(MemoryTest, MissingLabelsAreWarningsOnly) {
   ASSERT_FALSE(host.errors.empty());
   EXPECT_EQ(host.errors.front(), "Warning - memory allocation without label! (desc==NULL)");
   EXPECT_EQ(host.errors.back(), "Warning - memory allocation with empty label! (desc[0]==0)");
-  host.errors.clear();
+  EXPECT_EQ(NewMemoryFaults(), 3);
   FreeMem(unnamed);
   FreeMem(empty);
 }
@@ -120,6 +121,7 @@ TEST_F(MemoryTest, ListGrowsByHundredsAndForgetsNoBlock) {
 }
 
 TEST_F(MemoryTest, SizesBeyond32BitsOrTheCeilingAreRefused) {
+  const std::int32_t refused = GetMemoryCounters().refused;
   EXPECT_EQ(AllocMem(0x10000, 0x10000, "memtest1"), nullptr);
   EXPECT_EQ(AllocMem(0xFFFFFFFF, 0xFFFFFFFF, "memtest1"), nullptr);
   EXPECT_EQ(AllocMem(0xFFFFFFFF, 1, "memtest1"), nullptr);
@@ -131,6 +133,7 @@ TEST_F(MemoryTest, SizesBeyond32BitsOrTheCeilingAreRefused) {
   EXPECT_NE(most, nullptr);
   EXPECT_EQ(AllocMem(1, 1, "memtest1"), nullptr);
   FreeMem(most);
+  EXPECT_EQ(GetMemoryCounters().refused, refused + 6);
   EXPECT_TRUE(host.errors.empty()) << "running out of memory is silent";
 }
 
@@ -141,7 +144,7 @@ TEST_F(MemoryTest, AllocPtrTakesNothingForNothing) {
   static_cast<std::uint8_t*>(block)[9] = 0;
   FreeMem(block);
   EXPECT_THAT(host.errors, ElementsAre(HasSubstr("ChunkName=\"allocptr\"")));
-  host.errors.clear();
+  EXPECT_EQ(NewMemoryFaults(), 1);
 }
 
 TEST_F(MemoryTest, CleanupListsTheLastBlockFirst) {
@@ -157,6 +160,7 @@ TEST_F(MemoryTest, CleanupListsTheLastBlockFirst) {
                                        "unfreed pointer: \"first\" of size 10"));
   EXPECT_THAT(host.messages, ElementsAre(HasSubstr(" now=60"), HasSubstr(" now=0")));
   EXPECT_EQ(LiveBlockCount(), 0u);
+  EXPECT_EQ(NewMemoryFaults(), 4);
   host.Clear();
   MemCleanup();
   EXPECT_TRUE(host.errors.empty() && host.messages.empty()) << "nothing live, nothing said";

@@ -71,15 +71,4 @@ RecordingHost::~RecordingHost() {
   current = nullptr;
 }
 
-std::vector<std::string> RecordingHost::MemoryFaults() const {
-  std::vector<std::string> faults;
-  for (const std::string& error : errors) {
-    for (const char* sign : {"Memory Over-run", "Memory Under-run", "unknown pointer",
-                             "unfreed pointer", "memory allocation with"}) {
-      if (error.find(sign) != std::string::npos) faults.push_back(error);
-    }
-  }
-  return faults;
-}
-
 }  // namespace imx::test

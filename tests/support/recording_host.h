@@ -49,10 +49,6 @@ class RecordingHost : public HostRecord {
 
   /// Forgets everything recorded; nobody presses Stop any more.
   void Clear() { static_cast<HostRecord&>(*this) = {}; }
-
-  /// Errors that only a fault of the library itself brings: damaged guards, unknown pointers,
-  /// leaked blocks.
-  std::vector<std::string> MemoryFaults() const;
 };
 
 }  // namespace imx::test
