@@ -8,8 +8,6 @@
 
 #include "cli/host.h"
 #include "dispatch/load.h"
-#include "dispatch/plugins.h"
-#include "formats/codec_state.h"
 #include "formats/raw.h"
 #include "imagelib/image.h"
 #include "imagelib/system_files.h"
@@ -39,53 +37,38 @@ std::string Spool(std::FILE* stream, const std::string& path, std::uint64_t most
   return {};
 }
 
-/// Why no image came of an existing file that is not empty.
-std::string Diagnose(const std::string& path, const std::string& errors, std::uint64_t mostMib) {
-  if (const std::uint64_t refused = RefusedImageBytes(); refused > 0) {
-    const std::uint64_t mib = (refused + kMib - 1) / kMib;
-    const std::string size = "its pixels take " + std::to_string(mib) + " MiB, ";
-    return size + (mib > mostMib ? "the limit is " + std::to_string(mostMib) + " (--max-memory)"
-                                 : "more than an image can have");
-  }
-  if (!errors.empty()) return errors;
-  const bool sizeMissing = Raw().width < 1;
-  const FileKind kind = IdentifyFile(path.c_str());
-  if (!kind.label && !sizeMissing) return "not an image of a known type: --raw-as KIND may help";
-  if (!kind.label) return "not an image of a known type";
-  if (Raw().guideWanted) return "has no header: --raw WxH must tell its size";
-  if (kind.library) return PluginFailure();
-  return std::string("not a readable ") + kind.label + " image";
+LoadChoices ChoicesOf(const std::string& path, const Request& request) {
+  LoadChoices choices;
+  choices.frame = request.frame;
+  choices.rawKind = request.rawKind;
+  choices.rawWidth = request.rawWidth;
+  choices.rawHeight = request.rawHeight;
+  // With its size told, a name that tells the layout is enough.
+  if (choices.rawKind < 0 && choices.rawWidth > 0) choices.rawKind = RawKindByName(path.c_str());
+  choices.maxBytes = request.maxMemoryMib * kMib;
+  return choices;
+}
+
+/// The option that could help.
+std::string Advice(const LoadResult& result, const Request& request) {
+  if (result.failure == LoadFailure::aboveLimit) return " (--max-memory)";
+  if (result.want != LoadWant::rawLayout) return {};
+  if (result.kind.label) return ": --raw WxH must tell its size";
+  return request.rawWidth < 1 ? "" : ": --raw-as KIND may help";
 }
 
 /// Loads a file that can be sought in. Empty when it cannot be loaded; `fault` says why.
 ImageGuard LoadFile(const std::string& path, const Request& request, FileScope& scope,
                     std::string* fault) {
-  const FileHandle file(std::fopen(path.c_str(), "rb"), std::fclose);
-  if (!file) {
-    *fault = std::strerror(errno);
-    return ImageGuard();
+  LoadResult result = Load(path.c_str(), ChoicesOf(path, request));
+  *fault = scope.TakeErrors();
+  // What the loader said itself is more exact.
+  const bool isSaid = !fault->empty() && (result.failure == LoadFailure::damaged ||
+                                          result.failure == LoadFailure::pluginFailed);
+  if (result.failure != LoadFailure::none && !isSaid) {
+    *fault = result.reason + Advice(result, request);
   }
-  if (std::fgetc(file.get()) == EOF) {
-    *fault = std::ferror(file.get()) ? std::strerror(errno) : "is empty";
-    return ImageGuard();
-  }
-  SetImageCeiling(request.maxMemoryMib * kMib);
-  Sequence() = {};
-  Sequence().chosenFrame = request.frame;
-  Raw() = {};
-  Raw().kind = request.rawKind;
-  Raw().width = request.rawWidth;
-  Raw().height = request.rawHeight;
-  if (request.rawWidth > 0) GuessRawLayout(path.c_str());
-  const RefusalWatch memory;
-  ImageGuard image(LoadImage(path.c_str()));
-  const std::string errors = scope.TakeErrors();
-  if (memory.Refused()) {
-    *fault = kOutOfMemory;
-    return ImageGuard();
-  }
-  *fault = image ? errors : Diagnose(path, errors, request.maxMemoryMib);
-  return image;
+  return std::move(result.image);
 }
 
 ImageGuard LoadStream(const std::string& name, const Request& request, FileScope& scope,
@@ -119,7 +102,6 @@ ImageGuard LoadInput(const std::string& name, const Request& request) {
   ImageGuard image = WithinMemory([&] { return LoadAny(name, request, &fault); }, ImageGuard());
   if (!image && fault.empty()) fault = kOutOfMemory;
   if (!fault.empty()) ReportFailure(name, fault);
-  if (!image && fault.empty()) ReportFailure(name, "could not be loaded");
   return image;
 }
 

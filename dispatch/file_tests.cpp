@@ -1,10 +1,13 @@
 #include "dispatch/file_tests.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
+#include <memory>
 #include <string_view>
 
 #include "formats/alias.h"
+#include "formats/codec_state.h"
 #include "formats/png.h"
 #include "formats/raw.h"
 #include "formats/softimage.h"
@@ -37,10 +40,13 @@ bool IsTextByte(std::uint8_t byte) {
 }  // namespace
 
 bool ReadFileStart(const char* path, FileStart* start) {
-  FileReader file(path);
-  if (!file.ok()) return false;
-  start->path = path;
-  start->size = file.Read(start->bytes, sizeof start->bytes);
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(OpenForReading(path), std::fclose);
+  if (!file) return false;
+  *start = {path, 0, 0, {}};
+  std::setvbuf(file.get(), nullptr, _IONBF, 0);  // it is read once
+  start->size = std::fread(start->bytes, 1, sizeof start->bytes, file.get());
+  if (std::ferror(file.get()) || fseeko(file.get(), 0, SEEK_END) != 0) return false;
+  start->fileSize = static_cast<std::uint64_t>(std::max<off_t>(ftello(file.get()), 0));
   return true;
 }
 
@@ -53,7 +59,7 @@ bool LooksLikePhotoshop(const FileStart& file) {
 }
 
 bool LooksLikeSoftimage(const FileStart& file) {
-  return IsSoftimage(file.path) != 0;
+  return IsSoftimageStart(file.bytes, file.fileSize);
 }
 
 bool LooksLikeWavefront(const FileStart& file) {
@@ -99,7 +105,7 @@ bool LooksLikePcx(const FileStart& file) {
 }
 
 bool LooksLikeAlias(const FileStart& file) {
-  return IsAlias(file.path) != 0;
+  return NameEndsIn(file, ".pix"sv) && IsAliasStart(file.bytes, file.size);
 }
 
 bool LooksLikeTarga(const FileStart& file) {
@@ -109,7 +115,7 @@ bool LooksLikeTarga(const FileStart& file) {
 }
 
 bool LooksLikeRaw(const FileStart& file) {
-  return GuessRawLayout(file.path) != 0;
+  return Raw().kind >= 0 || RawKindByName(file.path) >= 0;
 }
 
 bool LooksLikePpm(const FileStart& file) {

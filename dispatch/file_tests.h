@@ -11,15 +11,16 @@ inline constexpr std::size_t kFileStartSize = 100;
 /// The first bytes of a file; zeros follow where the file is shorter.
 struct FileStart {
   const char* path;
+  std::uint64_t fileSize;
   std::size_t size;  ///< bytes that the file really has, up to kFileStartSize
   std::uint8_t bytes[kFileStartSize];
 };
 
-/// Reads the start of `path`. False when it cannot be opened.
+/// Reads the start of `path`. False when it cannot be opened or read: errno tells.
 bool ReadFileStart(const char* path, FileStart* start);
 
-// Each answers for its type alone; the order in which they are asked is the dispatch's. Names are
-// compared without regard to case.
+// Each answers for its type alone and changes nothing; the order in which they are asked is the
+// dispatch's. Names are compared without regard to case.
 
 bool LooksLikePng(const FileStart& file);
 bool LooksLikePhotoshop(const FileStart& file);
@@ -39,7 +40,7 @@ bool LooksLikePcx(const FileStart& file);
 bool LooksLikeAlias(const FileStart& file);
 /// A known image type in byte 2 and ".tga".
 bool LooksLikeTarga(const FileStart& file);
-/// A raw layout has been chosen, or the extension names one, which is then noted in Raw().kind.
+/// A raw layout has been chosen (Raw().kind), or the extension names one.
 bool LooksLikeRaw(const FileStart& file);
 bool LooksLikePpm(const FileStart& file);
 /// The magic of either kind and ".flc" or ".fli".

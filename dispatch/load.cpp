@@ -1,9 +1,12 @@
 #include "dispatch/load.h"
 
+#include <cerrno>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "dispatch/file_tests.h"
 #include "dispatch/plugins.h"
@@ -114,13 +117,13 @@ const LoadBranch* FindBranch(const FileStart& start) {
 }
 
 /// Whether the file is as long as the raw kind and size say.
-bool RawSizeFits(const char* path) {
+bool RawSizeFits(const FileStart& file) {
   const RawState& raw = Raw();
   if (raw.width < 1 || raw.height < 1) return false;
   const bool isTriples = raw.kind >= kRawRgb && raw.kind <= kRawBrg;
   const std::uint64_t pixels =
       std::uint64_t{static_cast<std::uint32_t>(raw.width)} * static_cast<std::uint32_t>(raw.height);
-  return FileReader(path).size() == pixels * (isTriples ? 3 : 1);
+  return file.fileSize == pixels * (isTriples ? 3 : 1);
 }
 
 /// The IFF container holds several types, which only their names tell apart.
@@ -150,35 +153,114 @@ void Describe(ImageRecord& image, const LoadBranch& branch, const char* path) {
   CopyText(image.formatLabel, branch.formatLabel);
 }
 
-ImageRecord* LoadByStart(const char* path) {
-  FileStart start;
-  if (!ReadFileStart(path, &start)) return nullptr;
-  const bool layoutChosen = Raw().kind >= 0;
-  const LoadBranch* branch = FindBranch(start);
-  const bool isRaw = branch && branch->type == kTypeRawRgb;
-  // A layout guessed from the name still wants a size; one left from another file may not be meant.
-  // What no test knows can still be a headerless file under any name.
-  if (!layoutChosen && (!branch || (isRaw && !RawSizeFits(path)))) {
-    Raw().guideWanted = start.size > 0;
-    return nullptr;
+FileKind KindOf(const LoadBranch* branch) {
+  return branch ? FileKind{branch->formatLabel, branch->library} : FileKind{};
+}
+
+void Fail(LoadResult& result, LoadFailure failure, std::string reason) {
+  result.failure = failure;
+  result.reason = std::move(reason);
+}
+
+/// Whether the host must tell the layout first. A layout guessed from the name still wants a size;
+/// one left from another file may not be meant. What no test knows can still be a headerless file
+/// under any name.
+bool WantsRawLayout(const FileStart& start, const LoadBranch* branch) {
+  if (Raw().kind >= 0) return false;
+  if (!branch) return true;
+  if (branch->type != kTypeRawRgb) return false;
+  GuessRawLayout(start.path);
+  return !RawSizeFits(start);
+}
+
+std::string Mebibytes(std::uint64_t bytes) {
+  constexpr std::uint64_t kMib = 1024 * 1024;
+  return std::to_string((bytes + kMib - 1) / kMib);
+}
+
+/// Why the branch's loader gave no image.
+void Explain(LoadResult& result, const LoadBranch& branch) {
+  if (const std::uint64_t refused = RefusedImageBytes(); refused > 0) {
+    const std::string size = "its pixels take " + Mebibytes(refused) + " MiB, ";
+    if (const std::uint64_t limit = ImageCeiling(); refused > limit) {
+      return Fail(result, LoadFailure::aboveLimit,
+                  size + "the limit is " + std::to_string(limit / (1024 * 1024)));
+    }
+    return Fail(result, LoadFailure::tooLarge, size + "more than an image can have");
   }
-  ImageRecord* image = branch ? branch->load(path) : nullptr;
-  if (image) Describe(*image, *branch, path);
-  return image;
+  if (Sequence().frameWanted) {
+    result.want = LoadWant::frame;
+    return Fail(result, LoadFailure::choiceMissing, "a frame must be chosen");
+  }
+  if (branch.library) {
+    return Fail(result, PluginWasFound() ? LoadFailure::pluginFailed : LoadFailure::pluginMissing,
+                PluginFailure());
+  }
+  Fail(result, LoadFailure::damaged,
+       std::string("not a readable ") + branch.formatLabel + " image");
+}
+
+/// Load as the process-wide state tells.
+LoadResult LoadAsTold(const char* path) {
+  LoadResult result;
+  FileStart start;
+  if (!ReadFileStart(path, &start)) {
+    Fail(result, LoadFailure::cannotOpen, std::strerror(errno));
+    return result;
+  }
+  const LoadBranch* branch = FindBranch(start);
+  result.kind = KindOf(branch);
+  if (start.size == 0) Fail(result, LoadFailure::empty, "is empty");
+  if (WantsRawLayout(start, branch)) {
+    if (start.size == 0) return result;
+    Raw().guideWanted = true;
+    result.want = LoadWant::rawLayout;
+    if (branch) {
+      Fail(result, LoadFailure::choiceMissing, "has no header");
+    } else {
+      Fail(result, LoadFailure::notKnown, "not an image of a known type");
+    }
+    return result;
+  }
+  const RefusalWatch memory;
+  result.image = ImageGuard(branch->load(path));
+  result.frames = Sequence().frameCount;
+  if (memory.Refused()) {
+    result.image = ImageGuard();
+    Fail(result, LoadFailure::outOfMemory, kOutOfMemory);
+  } else if (result.image) {
+    Describe(*result.image, *branch, path);
+  } else if (result.failure == LoadFailure::none) {
+    Explain(result, *branch);
+  }
+  return result;
+}
+
+LoadResult OutOfMemory() {
+  LoadResult result;
+  Fail(result, LoadFailure::outOfMemory, kOutOfMemory);
+  return result;
 }
 
 }  // namespace
 
+LoadResult Load(const char* path, const LoadChoices& choices) {
+  SetImageCeiling(choices.maxBytes);
+  Sequence() = {};
+  Sequence().chosenFrame = choices.frame;
+  Raw() = {false, choices.rawKind, choices.rawWidth, choices.rawHeight};
+  LoadResult result = WithinMemory([path] { return LoadAsTold(path); }, OutOfMemory());
+  if (result.failure == LoadFailure::empty) result.image = ImageGuard();
+  return result;
+}
+
 ImageRecord* LoadImage(const char* path) {
-  return WithinMemory([path] { return LoadByStart(path); }, nullptr);
+  return WithinMemory([path] { return LoadAsTold(path); }, OutOfMemory()).image.release();
 }
 
 FileKind IdentifyFile(const char* path) {
-  const RawState raw = Raw();  // the raw test notes what it guesses
   FileStart start;
-  const LoadBranch* branch = ReadFileStart(path, &start) ? FindBranch(start) : nullptr;
-  Raw() = raw;
-  return branch ? FileKind{branch->formatLabel, branch->library} : FileKind{nullptr, nullptr};
+  return ReadFileStart(path, &start) ? KindOf(FindBranch(start)) : FileKind{};
 }
 
 }  // namespace imx

@@ -1,21 +1,70 @@
 /// The load dispatch: any supported file, by its first bytes and for some types its extension.
 #pragma once
 
+#include <cstdint>
+#include <string>
+
+#include "imagelib/guards.h"
+
 namespace imx {
 
-struct ImageRecord;
-
-/// Loads `path`. Null, without a message, when it cannot be opened or is of no known type, when
-/// its loader fails, or when the host must choose first (codec_state.h): a frame, when the file is
-/// a sequence (frameWanted); kind and size, when it may be headerless (guideWanted). A kind that
-/// the file's name tells needs no choice when the size chosen last fits the file.
-ImageRecord* LoadImage(const char* path);
-
-/// What LoadImage takes a file for.
-struct FileKind {
-  const char* label;    ///< short format label; null when the type is not known
-  const char* library;  ///< the plug-in library that loads it, or null
+/// What a loader must be told beyond the file.
+struct LoadChoices {
+  std::int32_t frame = -1;    ///< of a sequence, counted from 0; -1 = none chosen
+  std::int32_t rawKind = -1;  ///< layout code of a headerless file (raw.h); -1 = by its name
+  std::int32_t rawWidth = 0;  ///< of a headerless file, in pixels; 0 = not known
+  std::int32_t rawHeight = 0;
+  std::uint64_t maxBytes = UINT64_MAX;  ///< pixels that take more than this are refused
 };
+
+/// What a file is taken for.
+struct FileKind {
+  const char* label = nullptr;    ///< short format label; null when the type is not known
+  const char* library = nullptr;  ///< the plug-in library that loads it, or null
+};
+
+/// What must be chosen before the file can be loaded.
+enum class LoadWant {
+  nothing,
+  frame,      ///< one of LoadResult::frames
+  rawLayout,  ///< kind and size: the file may be headerless
+};
+
+/// Why a file was not loaded.
+enum class LoadFailure {
+  none,
+  cannotOpen,
+  empty,
+  notKnown,       ///< of no known type, even with a raw layout chosen
+  choiceMissing,  ///< see LoadResult::want
+  aboveLimit,     ///< the pixels take more than LoadChoices::maxBytes
+  tooLarge,       ///< the pixels take more than any image can have
+  outOfMemory,
+  pluginMissing,  ///< the library is not there, or not a plug-in
+  pluginFailed,
+  damaged,  ///< the loader refused it; it may have said more through LibError
+};
+
+struct LoadResult {
+  ImageGuard image;
+  FileKind kind;
+  LoadWant want = LoadWant::nothing;
+  std::int32_t frames = 0;  ///< of a sequence
+  LoadFailure failure = LoadFailure::none;
+  std::string
+      reason;  ///< the failure in words that follow the file's name; empty when there is none
+};
+
+/// Loads `path` as chosen. The choices become the process-wide state that the codecs have
+/// (codec_state.h, SetImageCeiling). Nothing is thrown: memory that runs out is a failure.
+LoadResult Load(const char* path, const LoadChoices& choices);
+
+/// Load with the choices that the process-wide state holds already. Null, without a message, when
+/// it cannot be opened or is of no known type, when its loader fails, or when the host must choose
+/// first (codec_state.h): a frame, when the file is a sequence (frameWanted); kind and size, when
+/// it may be headerless (guideWanted). A kind that the file's name tells needs no choice when the
+/// size chosen last fits the file.
+ImageRecord* LoadImage(const char* path);
 
 /// Tells what a load would try, without loading. A file that cannot be opened has no known type.
 FileKind IdentifyFile(const char* path);

@@ -21,6 +21,7 @@ namespace {
 constexpr std::int32_t kPluginDepth = 24;
 
 std::string failure;
+bool found = false;
 
 /// An exchange record and its text buffer.
 struct Exchange {
@@ -250,6 +251,7 @@ std::int32_t CallSaver(const ImageRecord& image, const char* path, const char* n
     return 1;
   }
   CopyToPlugin(image, exchange);
+  found = true;
   const std::int32_t result =
       save(path, exchange.record.data(), Services().instance, Services().mainWindow, option,
            ServiceBegin, ServiceBegin, ServiceUpdate, ServiceEnd, ServiceAllocate, ServiceFree,
@@ -263,6 +265,7 @@ std::int32_t CallSaver(const ImageRecord& image, const char* path, const char* n
 
 ImageRecord* LoadWithPlugin(const char* path, const char* name) {
   failure.clear();
+  found = false;
   const PluginLibrary library(name);
   if (!library.ok()) {
     failure = Because(name, library.error());
@@ -273,6 +276,7 @@ ImageRecord* LoadWithPlugin(const char* path, const char* name) {
     failure = Because(name, "it has no loader");
     return nullptr;
   }
+  found = true;
   const PluginRecord* returned = load(
       path, Services().mainWindow, Services().instance, ServiceBegin, ServiceBegin, ServiceUpdate,
       ServiceEnd, ServiceMakeImage, ServiceAllocate, ServiceFree, ServiceNothing);
@@ -285,6 +289,7 @@ ImageRecord* LoadWithPlugin(const char* path, const char* name) {
 std::int32_t SaveWithPlugin(const ImageRecord* image, const char* path, const char* library,
                             std::int32_t option) {
   failure.clear();
+  found = false;
   const std::int32_t result = CallSaver(*image, path, library, option);
   if (result == 0) {
     NoteSaveWhole();
@@ -296,6 +301,10 @@ std::int32_t SaveWithPlugin(const ImageRecord* image, const char* path, const ch
 
 const std::string& PluginFailure() {
   return failure;
+}
+
+bool PluginWasFound() {
+  return found;
 }
 
 }  // namespace imx

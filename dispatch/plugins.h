@@ -20,4 +20,7 @@ std::int32_t SaveWithPlugin(const ImageRecord* image, const char* path, const ch
 /// Why the last of the two calls above failed, in words for the user; empty when it did not.
 const std::string& PluginFailure();
 
+/// Whether the library of the last call was there and had the entry.
+bool PluginWasFound();
+
 }  // namespace imx

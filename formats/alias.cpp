@@ -12,6 +12,7 @@ namespace imx {
 namespace {
 
 constexpr std::size_t kHeaderSize = 10;
+constexpr std::size_t kBitsOffset = 8;
 constexpr std::uint16_t kColourBits = 24, kMatteBits = 8;
 constexpr std::uint8_t kMatteGrey = 136;
 constexpr std::size_t kLongestRun = 254;
@@ -84,11 +85,17 @@ std::size_t PackRow(const std::uint8_t* pixels, std::size_t width, std::uint8_t*
 
 }  // namespace
 
+bool IsAliasStart(const std::uint8_t* start, std::size_t size) {
+  AliasHeader header;
+  header.bits = LoadU16(start + kBitsOffset, ByteOrder::big);
+  return size >= kHeaderSize && header.IsKnown();
+}
+
 std::int32_t IsAlias(const char* path) {
   if (!EndsWithNoCase(path, ".pix")) return 0;
   FileReader in(path);
-  AliasHeader header;
-  return ReadHeader(in, &header) && header.IsKnown() ? 1 : 0;
+  std::uint8_t start[kHeaderSize];
+  return IsAliasStart(start, in.Read(start, sizeof start)) ? 1 : 0;
 }
 
 ImageRecord* LoadAlias(const char* path) {

@@ -2,11 +2,15 @@
 /// Layout: the Alias PIX image format, 24-bit colour and 8-bit matte.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 namespace imx {
 
 struct ImageRecord;
+
+/// Whether a file that begins with these bytes states 24 or 8 bits.
+bool IsAliasStart(const std::uint8_t* start, std::size_t size);
 
 /// 1 when the name ends in ".pix" and the header states 24 or 8 bits, else 0.
 std::int32_t IsAlias(const char* path);

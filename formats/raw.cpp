@@ -144,6 +144,11 @@ void PackRow(std::int32_t kind, const std::uint8_t* pixels, std::uint8_t* packed
 
 }  // namespace
 
+std::int32_t RawKindByName(const char* fileName) {
+  const KnownExtension* known = FindExtension(fileName);
+  return known ? known->kind : -1;
+}
+
 std::int32_t GuessRawLayout(const char* fileName) {
   if (Raw().kind >= 0) return 1;
   const KnownExtension* known = FindExtension(fileName);

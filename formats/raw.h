@@ -22,6 +22,9 @@ enum RawKind : std::int32_t {
   kRawThreeFiles = 10,
 };
 
+/// The layout that the name's extension tells, or -1.
+std::int32_t RawKindByName(const char* fileName);
+
 /// 1 when a layout is known: one was chosen already (Raw().kind), or the name's extension tells,
 /// which then sets the kind and the extensions of the three channel files. Else 0.
 std::int32_t GuessRawLayout(const char* fileName);

@@ -17,6 +17,7 @@ namespace {
 constexpr std::uint8_t kMagic[4] = {0x53, 0x80, 0xF6, 0x34};
 constexpr char kId[4] = {'P', 'I', 'C', 'T'};
 constexpr std::uint64_t kIdOffset = 88;
+static_assert(kIdOffset + sizeof kId == kSoftimageStartSize);
 constexpr std::size_t kHeaderSize = 104;
 constexpr std::size_t kCommentSize = 80;
 constexpr char kWrittenComment[kCommentSize] = "Written by Quillmark IMX";
@@ -215,14 +216,16 @@ void WriteData(FileWriter& out, std::uint8_t byte, const char* component) {
 
 }  // namespace
 
+bool IsSoftimageStart(const std::uint8_t* start, std::uint64_t fileSize) {
+  return fileSize >= kHeaderSize && std::memcmp(start, kMagic, sizeof kMagic) == 0 &&
+         std::memcmp(start + kIdOffset, kId, sizeof kId) == 0;
+}
+
 std::int32_t IsSoftimage(const char* path) {
   FileReader in(path);
-  std::uint8_t header[kHeaderSize];
-  if (!in.ReadAll(header, sizeof header)) return 0;
-  return std::memcmp(header, kMagic, sizeof kMagic) == 0 &&
-                 std::memcmp(header + kIdOffset, kId, sizeof kId) == 0
-             ? 1
-             : 0;
+  std::uint8_t start[kSoftimageStartSize];
+  in.Read(start, sizeof start);
+  return IsSoftimageStart(start, in.size()) ? 1 : 0;
 }
 
 ImageRecord* LoadSoftimage(const char* path) {

@@ -125,6 +125,10 @@ void SetImageCeiling(std::uint64_t bytes) {
   refused = 0;
 }
 
+std::uint64_t ImageCeiling() {
+  return ceiling;
+}
+
 std::uint64_t RefusedImageBytes() {
   return refused;
 }

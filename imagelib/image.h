@@ -89,4 +89,7 @@ void SetImageCeiling(std::uint64_t bytes);
 /// did not refuse, or SetImageCeiling was called since.
 std::uint64_t RefusedImageBytes();
 
+/// What SetImageCeiling set last.
+std::uint64_t ImageCeiling();
+
 }  // namespace imx

@@ -16,14 +16,6 @@
 namespace imx {
 namespace {
 
-// Every load starts without the choices made for an earlier one.
-void ResetLoadChoices() {
-  Sequence().frameWanted = false;
-  Sequence().chosenFrame = -1;
-  Raw().guideWanted = false;
-  Raw().kind = -1;
-}
-
 void ReportNoWindow(ImageGuard image) {
   CurrentClipRegion() = {0, 0, 639, 479};
   ClipToRegion(image.get());
@@ -31,15 +23,27 @@ void ReportNoWindow(ImageGuard image) {
   ShowBox("Could not open window, no image loaded!", "Failure", MB_ICONSTOP);
 }
 
+void ReportFile(const std::string& path, const std::string& what) {
+  ShowBox((path + "\n" + what).c_str(), "Failure", MB_ICONSTOP);
+}
+
 enum class Answer { notAsked, confirmed, cancelled };
 
-// Asks what the last load wanted to know.
-Answer AskForLoadChoices() {
-  if (Sequence().frameWanted) {
-    Sequence().chosenFrame = AskForFrame(Sequence().frameCount);
-    return Sequence().chosenFrame == -1 ? Answer::cancelled : Answer::confirmed;
+// Asks for what the load wanted to be told.
+Answer AskForLoadChoices(const LoadResult& result, LoadChoices& choices) {
+  switch (result.want) {
+    case LoadWant::frame:
+      choices.frame = AskForFrame(result.frames);
+      return choices.frame == -1 ? Answer::cancelled : Answer::confirmed;
+    case LoadWant::rawLayout:
+      if (!AskForRawLayout()) return Answer::cancelled;
+      choices.rawKind = Raw().kind;
+      choices.rawWidth = Raw().width;
+      choices.rawHeight = Raw().height;
+      return Answer::confirmed;
+    case LoadWant::nothing:
+      break;
   }
-  if (Raw().guideWanted) return AskForRawLayout() ? Answer::confirmed : Answer::cancelled;
   return Answer::notAsked;
 }
 
@@ -57,14 +61,19 @@ void RunOpenImage() {
 }
 
 OpenOutcome OpenImageFile(const std::string& path, const std::string& fileTitle) {
-  ResetLoadChoices();
-  ImageGuard image(LoadImage(path.c_str()));
-  if (!image) {
-    const Answer answer = AskForLoadChoices();
-    if (answer == Answer::cancelled) return OpenOutcome::cancelled;
-    if (answer == Answer::confirmed) image = ImageGuard(LoadImage(path.c_str()));
+  LoadChoices choices;
+  choices.rawWidth = Raw().width;  // as answered last
+  choices.rawHeight = Raw().height;
+  LoadResult result = Load(path.c_str(), choices);
+  const Answer answer = AskForLoadChoices(result, choices);
+  if (answer == Answer::cancelled) return OpenOutcome::cancelled;
+  if (answer == Answer::confirmed) result = Load(path.c_str(), choices);
+  if (result.failure == LoadFailure::outOfMemory) {
+    ReportFile(path, "There is not enough memory to load it.");
+    return OpenOutcome::noMemory;
   }
-  if (!image) return OpenOutcome::noImage;
+  if (!result.image) return OpenOutcome::noImage;
+  ImageGuard image = std::move(result.image);
   CopyTextCut(image->name, LoadedImageName(fileTitle, image->frame));
   CopyTextCut(image->path, path);
   if (!OpenImageWindow(image->name, image.get())) {

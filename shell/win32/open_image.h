@@ -12,6 +12,7 @@ enum class OpenOutcome {
   shown,      ///< in a window
   cancelled,  ///< by the user, asked for a frame or the layout of a headerless file
   noImage,    ///< nothing could be loaded
+  noMemory,   ///< for the load, which was reported
   noWindow,   ///< the image could not be shown, which was reported
 };
 

@@ -1,6 +1,8 @@
 // What a conversion keeps and what its options choose; whole folders with -o DIR.
 
+#include <sys/inotify.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "tests/cli/program_test.h"
 
@@ -35,6 +37,20 @@ TEST_F(ConversionTest, TheDepthFollowsAlphaUnlessItIsGivenAndOptionsApply) {
   EXPECT_TRUE(ImxOutput({"pixels", "a.trm"}) == rgba);
   for (std::size_t i = 3; i < rgba.size(); i += 4) rgba[i] = '\xFF';
   EXPECT_TRUE(Decoded("d.png") == rgba) << "by way of 24 bits";
+}
+
+TEST_F(ConversionTest, TheInputIsOpenedToBeTestedAndToBeLoaded) {
+  temp.Write("a.ppm", Pixmap(5, 4));
+  for (const char* input : {"a.ppm", "a.tga", "a.trm", "a.pix", "a.pic", "a.raw"}) {
+    if (input != std::string("a.ppm")) ImxOutput({"convert", "a.ppm", input});
+    const int watch = inotify_init1(IN_NONBLOCK);
+    inotify_add_watch(watch, temp.file(input).c_str(), IN_OPEN | IN_CLOSE);
+    ImxOutput({"convert", "--raw", "5x4", input, "b.png"});
+    inotify_event events[20];
+    EXPECT_EQ(read(watch, events, sizeof events) / static_cast<ssize_t>(sizeof *events), 2 * 2)
+        << input;
+    close(watch);
+  }
 }
 
 TEST_F(ConversionTest, TextsAreSetAndSurvive) {

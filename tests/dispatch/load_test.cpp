@@ -11,6 +11,7 @@
 #include "formats/codec_state.h"
 #include "imagelib/guards.h"
 #include "imagelib/registry.h"
+#include "tests/support/fault_injection.h"
 #include "tests/support/library_test.h"
 #include "tests/support/pictures.h"
 
@@ -161,6 +162,7 @@ TEST_F(LoadTest, TypesAreToldByContentAndForSomeByName) {
     EXPECT_EQ(LabelOf(c.name, c.bytes), c.label)
         << c.name << " " << testing::PrintToString(c.bytes);
   }
+  EXPECT_EQ(Raw().kind, -1) << "nothing is noted";
 }
 
 TEST_F(LoadTest, AChosenRawKindTakesWhatNoEarlierTestKnows) {
@@ -186,6 +188,73 @@ TEST_F(LoadTest, WhatCannotBeOpenedOrIsUnknownGivesNothingSilently) {
   EXPECT_EQ(LoadImage(temp.Write("a.iff", "FORM....AIFF").c_str()), nullptr);
   EXPECT_THAT(host.errors, IsEmpty());
   EXPECT_THAT(host.notes, IsEmpty());
+}
+
+TEST_F(LoadTest, TellsWhyThereIsNoImage) {
+  const LoadChoices none, grey{.rawKind = 0, .rawWidth = 3, .rawHeight = 2};
+  const Bytes words = Text("words!"), huge = Text("P6 20000 20000 255\n");
+  const struct {
+    const char* name;
+    Bytes bytes;
+    LoadChoices choices;
+    LoadFailure failure;
+    const char* reason;
+    LoadWant want = LoadWant::nothing;
+  } kCases[] = {
+      {"a.tga", {}, grey, LoadFailure::empty, "is empty"},
+      {"a", words, none, LoadFailure::notKnown, "not an image of a known type",
+       LoadWant::rawLayout},
+      {"a", words, grey, LoadFailure::none, ""},
+      {"a.bgr", words, none, LoadFailure::choiceMissing, "has no header", LoadWant::rawLayout},
+      {"a.bgr",
+       words,
+       {.rawWidth = 2, .rawHeight = 2},
+       LoadFailure::choiceMissing,
+       "has no header",
+       LoadWant::rawLayout},
+      {"a.bgr", words, {.rawWidth = 2, .rawHeight = 1}, LoadFailure::none, ""},
+      {"a.flc", Changed(Padded(0, kFlc), 6, 7), none, LoadFailure::damaged,
+       "not a readable FLC image"},
+      {"a.ppm",
+       huge,
+       {.maxBytes = 1 << 20},
+       LoadFailure::aboveLimit,
+       "its pixels take 1526 MiB, the limit is 1"},
+      {"a.ppm", Text("P6 65536 65536 255\n"), none, LoadFailure::tooLarge,
+       "its pixels take 16384 MiB, more than an image can have"},
+      {"a.sgi", Changed(Padded(0, kSgi), 2, 9), none, LoadFailure::damaged,
+       "not a readable SGI image"},
+  };
+  for (const auto& c : kCases) {
+    const LoadResult result = Load(temp.Write(c.name, c.bytes).c_str(), c.choices);
+    EXPECT_EQ(result.failure, c.failure) << c.reason;
+    EXPECT_EQ(result.reason, c.reason);
+    EXPECT_EQ(result.want, c.want) << c.reason;
+    EXPECT_EQ(static_cast<bool>(result.image), c.failure == LoadFailure::none) << c.reason;
+  }
+  EXPECT_EQ(Load(temp.file("missing").c_str(), none).failure, LoadFailure::cannotOpen);
+  EXPECT_EQ(Load(temp.path().c_str(), none).failure, LoadFailure::cannotOpen);
+
+  Bytes flic = Padded(0, kFlc);
+  flic.resize(128);
+  flic[6] = 7;  // frames
+  const LoadResult result = Load(temp.Write("a.flc", flic).c_str(), none);
+  EXPECT_EQ(result.want, LoadWant::frame);
+  EXPECT_EQ(result.frames, 7);
+}
+
+TEST_F(LoadTest, WithoutMemoryThereIsNoImage) {
+  for (const char* type : {"bmp", "trm", "tga", "png", "gif", "pic"}) {
+    const std::string path = temp.file(std::string("a.") + type);
+    ASSERT_TRUE(SavedAndLoaded(type, std::string("a.") + type)) << type;
+    for (int n = 0;; ++n) {
+      const AllocationFailure failure(n);
+      const LoadResult result = Load(path.c_str(), {});
+      EXPECT_EQ(static_cast<bool>(result.image), !failure.reached()) << type << n;
+      if (!failure.reached()) break;
+      EXPECT_EQ(result.failure, LoadFailure::outOfMemory) << type << n;
+    }
+  }
 }
 
 // PNG and IFF files get the registry row that their extension has, others their type id. What an
