@@ -10,8 +10,6 @@
 
 #include "bench/cpu_time.h"
 #include "bench/photo.h"
-#include "imagelib/host.h"
-#include "ops/clip_region.h"
 #include "ops/operations.h"
 #include "tests/support/files.h"
 #include "tests/support/run_program.h"
@@ -56,55 +54,53 @@ Pictures& Shared() {
   return pictures;
 }
 
-bool DropImage(const char*, ImageRecord*) {
-  return false;  // the operation frees what is not taken
+constexpr ClipRegion kWhole = {0, 0, kSide - 1, kSide - 1};
+
+template <typename T>
+void Keep(const T& made) {
+  benchmark::DoNotOptimize(made);
 }
 
 struct Operation {
   const char* name;
-  void (*own)(ImageRecord* photo);
+  void (*own)(ImageRecord& photo);
   bool merges;     ///< works on the second picture too
   Arguments peer;  ///< ImageMagick's options, output among them
 };
 
 const std::vector<Operation>& All() {
-  static const auto rescale = [](float factor) { Operations().scaleFactor = factor; };
-  static const auto resample = [](float factor) { Operations().resampleScale = factor; };
   static const std::vector<Operation> all = {
       {"rescale to half",
-       [](ImageRecord* p) { rescale(0.5f), RescaleRegion(p); },
+       [](ImageRecord& p) { Keep(Rescaled(p, kWhole, 0.5f)); },
        false,
        {"-sample", "50%", "null:"}},
       {"rescale by 1.5",
-       [](ImageRecord* p) { rescale(1.5f), RescaleRegion(p); },
+       [](ImageRecord& p) { Keep(Rescaled(p, kWhole, 1.5f)); },
        false,
        {"-sample", "150%", "null:"}},
       {"rescale by 2",
-       [](ImageRecord* p) { rescale(2.0f), RescaleRegion(p); },
+       [](ImageRecord& p) { Keep(Rescaled(p, kWhole, 2.0f)); },
        false,
        {"-sample", "200%", "null:"}},
       {"resample to half",
-       [](ImageRecord* p) { resample(0.5f), ResampleRegion(p); },
+       [](ImageRecord& p) { Keep(Resampled(p, kWhole, 0.5f)); },
        false,
        {"-interpolate", "bilinear", "-interpolative-resize", "50%", "null:"}},
       {"resample by 1.5",
-       [](ImageRecord* p) { resample(1.5f), ResampleRegion(p); },
+       [](ImageRecord& p) { Keep(Resampled(p, kWhole, 1.5f)); },
        false,
        {"-filter", "triangle", "-resize", "150%", "null:"}},
       {"resample by 2",
-       [](ImageRecord* p) { resample(2.0f), ResampleRegion(p); },
+       [](ImageRecord& p) { Keep(Resampled(p, kWhole, 2.0f)); },
        false,
        {"-filter", "triangle", "-resize", "200%", "null:"}},
       {"merge with alpha",
-       MergeRegion,
+       [](ImageRecord& p) { Keep(MergeInto(p, kWhole, *Shared().layer)); },
        true,
        {"-filter", "triangle", "-resize", "2047x2047!", "-compose", "over", "-composite", "null:"}},
-      {"gamma",
-       [](ImageRecord* p) { Operations().gammaValue = 0.5f, ApplyGamma(p); },
-       false,
-       {"-gamma", "2", "null:"}},
+      {"gamma", [](ImageRecord& p) { CorrectGamma(p, 0.5f); }, false, {"-gamma", "2", "null:"}},
       {"colour count",
-       [](ImageRecord* p) { benchmark::DoNotOptimize(CountColours(p)); },
+       [](ImageRecord& p) { Keep(CountColours(&p)); },
        false,
        {"-format", "%k", "info:"}},
   };
@@ -112,12 +108,8 @@ const std::vector<Operation>& All() {
 }
 
 void Own(benchmark::State& state, const Operation& operation) {
-  Services().showImage = DropImage;
-  Operations().mergeSource = Shared().layer.get();
   for (auto _ : state) {
-    CurrentClipRegion() = {0, 0, kSide - 1, kSide - 1};
-    state.SetIterationTime(1e-3 *
-                           CpuTimeOf(RUSAGE_SELF, [&] { operation.own(Shared().photo.get()); }));
+    state.SetIterationTime(1e-3 * CpuTimeOf(RUSAGE_SELF, [&] { operation.own(*Shared().photo); }));
   }
 }
 

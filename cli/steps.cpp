@@ -2,8 +2,9 @@
 
 #include "cli/host.h"
 #include "cli/input.h"
-#include "imagelib/host.h"
-#include "ops/clip_region.h"
+#include "dispatch/load.h"
+#include "imagelib/image.h"
+#include "imagelib/memory_edge.h"
 #include "ops/operations.h"
 
 namespace imx {
@@ -11,74 +12,65 @@ namespace {
 
 using Kind = ImageStep::Kind;
 
-/// Where an operation's new image goes while it runs.
-ImageGuard madeImage;
+/// What the steps work on. The region is the whole image until a step sets another one.
+struct Canvas {
+  ImageGuard* image;
+  ClipRegion region = {};
 
-bool KeepMadeImage(const char* /*name*/, ImageRecord* image) {
-  madeImage = ImageGuard(image);
-  return true;
+  void SelectAll() { region = {0, 0, (*image)->width - 1, (*image)->height - 1}; }
+};
+
+/// Why a step could not be done; empty when it was.
+std::string Reason(const OperationError& error) {
+  switch (error.fault) {
+    case OperationFault::none:
+      break;
+    case OperationFault::outside:
+      return "nothing of the region lies within the image";
+    case OperationFault::noPixels:
+      return "not a pixel would be left";
+    case OperationFault::sourceTooSmall:
+      return "images below 3 x 3 pixels cannot be resampled";
+    case OperationFault::tooLarge:
+      return OversizedText(error.refusedBytes) +
+             (error.refusedBytes > ImageCeiling() ? " (--max-memory)" : "");
+    case OperationFault::noMemory:
+      return kOutOfMemory;
+  }
+  return {};
 }
 
-void SelectWholeImage(const ImageRecord& image) {
-  CurrentClipRegion() = {0, 0, image.width - 1, image.height - 1};
+/// A new image takes the place of the old one.
+std::string Replace(NewImage made, Canvas& canvas) {
+  if (!made) return Reason(made.error);
+  *canvas.image = std::move(made.image);
+  canvas.SelectAll();
+  return {};
 }
 
-/// Runs an operation that makes a new image, which takes the place of the old one.
-bool Replace(void (*operation)(ImageRecord* image), ImageGuard* image) {
-  Services().showImage = KeepMadeImage;
-  operation(image->get());
-  Services().showImage = nullptr;
-  if (!madeImage) return false;
-  *image = std::move(madeImage);
-  madeImage = ImageGuard();
-  SelectWholeImage(**image);
-  return true;
-}
-
-/// Runs an operation that works in place.
-bool Change(void (*operation)(ImageRecord* image), ImageRecord& image) {
-  image.flags &= ~static_cast<std::uint32_t>(kFlagPixelsChanged);
-  operation(&image);
-  const bool changed = (image.flags & kFlagPixelsChanged) != 0;
-  image.flags &= ~static_cast<std::uint32_t>(kFlagPixelsChanged);
-  return changed;
-}
-
-bool Merge(const Request& request, const std::string& file, ImageRecord& image) {
-  const ImageGuard source = LoadInput(file, request);
-  if (!source) return false;
-  Operations().mergeSource = source.get();
-  const bool merged = Change(MergeRegion, image);
-  Operations().mergeSource = nullptr;
-  if (!merged) ReportFailure(file, "cannot be merged into the region");
-  return merged;
-}
-
-bool Apply(const Request& request, const ImageStep& step, ImageGuard* image) {
-  OperationSettings& settings = Operations();
+std::string Apply(const ImageStep& step, const ImageRecord* mergeSource, Canvas& canvas) {
+  ImageRecord& image = **canvas.image;
   switch (step.kind) {
     case Kind::region:
-      CurrentClipRegion() = {step.region[0], step.region[1], step.region[2], step.region[3]};
-      return true;
+      canvas.region = {step.region[0], step.region[1], step.region[2], step.region[3]};
+      return {};
     case Kind::clip:
-      return Replace(ClipToRegion, image);
+      return Replace(Clipped(image, canvas.region), canvas);
     case Kind::gamma:
-      settings.gammaValue = step.factor;
-      return step.factor == 1.0f || Change(ApplyGamma, **image);
+      CorrectGamma(image, step.factor);
+      return {};
     case Kind::rescale:
-      settings.scaleFactor = step.factor;
-      return Replace(RescaleRegion, image);
+      return Replace(Rescaled(image, canvas.region, step.factor), canvas);
     case Kind::resample:
-      settings.resampleScale = step.factor;
-      return Replace(ResampleRegion, image);
+      return Replace(Resampled(image, canvas.region, step.factor), canvas);
     case Kind::merge:
-      return Merge(request, step.file, **image);
+      return Reason(MergeInto(image, canvas.region, *mergeSource));
   }
-  return false;
+  return {};
 }
 
-const char* NameOf(Kind kind) {
-  switch (kind) {
+std::string NameOf(const ImageStep& step) {
+  switch (step.kind) {
     case Kind::clip:
       return "--clip";
     case Kind::gamma:
@@ -88,7 +80,7 @@ const char* NameOf(Kind kind) {
     case Kind::resample:
       return "--resample";
     case Kind::merge:
-      return "--merge";
+      return "--merge " + step.file;
     case Kind::region:
       break;
   }
@@ -98,13 +90,17 @@ const char* NameOf(Kind kind) {
 }  // namespace
 
 bool ApplySteps(const Request& request, const std::string& name, ImageGuard* image) {
-  SelectWholeImage(**image);
+  Canvas canvas{image};
+  canvas.SelectAll();
   for (const ImageStep& step : request.steps) {
-    const RefusalWatch memory;
-    if (Apply(request, step, image)) continue;
-    const char* why = memory.Refused() ? " needs more memory than there is"
-                                       : " is not possible with this image, region and number";
-    ReportFailure(name, std::string(NameOf(step.kind)) + why);
+    ImageGuard mergeSource;
+    if (step.kind == Kind::merge) {
+      mergeSource = LoadInput(step.file, request);
+      if (!mergeSource) return false;
+    }
+    const std::string reason = Apply(step, mergeSource.get(), canvas);
+    if (reason.empty()) continue;
+    ReportFailure(name, NameOf(step) + ": " + reason);
     return false;
   }
   return true;

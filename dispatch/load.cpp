@@ -181,12 +181,9 @@ std::string Mebibytes(std::uint64_t bytes) {
 /// Why the branch's loader gave no image.
 void Explain(LoadResult& result, const LoadBranch& branch) {
   if (const std::uint64_t refused = RefusedImageBytes(); refused > 0) {
-    const std::string size = "its pixels take " + Mebibytes(refused) + " MiB, ";
-    if (const std::uint64_t limit = ImageCeiling(); refused > limit) {
-      return Fail(result, LoadFailure::aboveLimit,
-                  size + "the limit is " + std::to_string(limit / (1024 * 1024)));
-    }
-    return Fail(result, LoadFailure::tooLarge, size + "more than an image can have");
+    const bool aboveLimit = refused > ImageCeiling();
+    return Fail(result, aboveLimit ? LoadFailure::aboveLimit : LoadFailure::tooLarge,
+                OversizedText(refused));
   }
   if (Sequence().frameWanted) {
     result.want = LoadWant::frame;
@@ -243,6 +240,13 @@ LoadResult OutOfMemory() {
 }
 
 }  // namespace
+
+std::string OversizedText(std::uint64_t bytes) {
+  const std::string size = "its pixels take " + Mebibytes(bytes) + " MiB, ";
+  const std::uint64_t limit = ImageCeiling();
+  if (bytes <= limit) return size + "more than an image can have";
+  return size + "the limit is " + std::to_string(limit / (1024 * 1024));
+}
 
 LoadResult Load(const char* path, const LoadChoices& choices) {
   SetImageCeiling(choices.maxBytes);

@@ -55,6 +55,9 @@ struct LoadResult {
       reason;  ///< the failure in words that follow the file's name; empty when there is none
 };
 
+/// Why an image of `bytes` of pixels is refused, in the words of LoadResult::reason.
+std::string OversizedText(std::uint64_t bytes);
+
 /// Loads `path` as chosen. The choices become the process-wide state that the codecs have
 /// (codec_state.h, SetImageCeiling). Nothing is thrown: memory that runs out is a failure.
 LoadResult Load(const char* path, const LoadChoices& choices);

@@ -33,7 +33,7 @@ Size FittedSize(const ImageRecord& image) {
 /// Images too small to interpolate are repeated pixel by pixel.
 ImageGuard Fit(const ImageRecord& image, Size size) {
   if (image.width >= kSmallestResampled && image.height >= kSmallestResampled) {
-    return ImageGuard(ResampleImage(&image, size.width, size.height));
+    return ResampledTo(image, size.width, size.height).image;
   }
   ImageGuard fitted(AllocImage(size.width, size.height, image.name, nullptr));
   if (!fitted) return fitted;

@@ -1,27 +1,21 @@
 #include <cstring>
 
-#include "ops/clip_region.h"
 #include "ops/new_image.h"
-#include "ops/operations.h"
 
 namespace imx {
 
-void ClipToRegion(ImageRecord* image) {
-  if (!IsValidImage(image) || !ClampClipRegion(*image)) return;
-  const ClipRegion region = CurrentClipRegion();
-  ImageGuard clipped(AllocImage(region.Width(), region.Height(), nullptr, image->path));
-  if (!clipped) return;
-  {
-    PlainProgressScope progress("Clipping Region", clipped->height, 1);
-    for (std::int32_t y = 0; y < clipped->height; ++y) {
-      ProgressUpdate(y);
-      std::memcpy(PixelRow(*clipped, y),
-                  PixelRow(*image, region.top + y) +
-                      std::size_t{4} * static_cast<std::uint32_t>(region.left),
-                  std::size_t{4} * static_cast<std::uint32_t>(clipped->width));
-    }
+NewImage Clipped(const ImageRecord& source, ClipRegion region) {
+  if (!ClampRegion(source, region)) return NoImage(OperationFault::outside);
+  NewImage made = AllocateNew(source, region.Width(), region.Height());
+  if (!made) return made;
+  TakeAfter(source, *made.image);
+  const std::size_t rowSize = std::size_t{4} * static_cast<std::uint32_t>(region.Width());
+  PlainProgressScope progress("Clipping Region", region.Height(), 1);
+  for (std::int32_t y = 0; y < region.Height(); ++y) {
+    ProgressUpdate(y);
+    std::memcpy(PixelRow(*made.image, y), RegionRow(source, region, y), rowSize);
   }
-  ShowNewImage(std::move(clipped), *image);
+  return made;
 }
 
 }  // namespace imx

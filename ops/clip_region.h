@@ -20,11 +20,11 @@ struct ClipRegion {
   friend bool operator==(const ClipRegion&, const ClipRegion&) = default;
 };
 
-/// The one region of the process: the host sets it, the operations clamp it to the image in place.
-ClipRegion& CurrentClipRegion();
+/// Clamps the region to the image, keeping `margin` pixels free at the right and bottom edges.
+/// False when nothing of it is left to work on.
+bool ClampRegion(const ImageRecord& image, ClipRegion& region, std::int32_t margin = 0);
 
-/// Clamps the current region to the image, keeping `margin` pixels free at the right and bottom
-/// edges. False when nothing of it is left to work on.
-bool ClampClipRegion(const ImageRecord& image, std::int32_t margin = 0);
+/// Row `region.top + y` of the image from the region's left edge on; the region lies within it.
+std::uint8_t* RegionRow(const ImageRecord& image, const ClipRegion& region, std::int32_t y);
 
 }  // namespace imx

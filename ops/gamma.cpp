@@ -1,6 +1,5 @@
 #include <cmath>
 
-#include "imagelib/guards.h"
 #include "ops/operations.h"
 
 namespace imx {
@@ -20,23 +19,22 @@ void MakeTable(float gamma, std::uint8_t (&table)[256]) {
 
 }  // namespace
 
-void ApplyGamma(ImageRecord* image) {
-  const float gamma = Operations().gammaValue;
-  if (!IsValidImage(image) || gamma == 1.0f) return;
-  image->flags |= kFlagChanged;
+void CorrectGamma(ImageRecord& image, float gamma) {
+  if (gamma == 1.0f) return;
+  image.flags |= kFlagChanged;
   std::uint8_t table[256];
   MakeTable(gamma, table);
-  PlainProgressScope progress("Apply Gamma", image->height, 1);
-  for (std::int32_t y = 0; y < image->height; ++y) {
+  PlainProgressScope progress("Apply Gamma", image.height, 1);
+  for (std::int32_t y = 0; y < image.height; ++y) {
     ProgressUpdate(y);
-    std::uint8_t* pixel = PixelRow(*image, y);
-    for (std::int32_t x = 0; x < image->width; ++x, pixel += 4) {
+    std::uint8_t* pixel = PixelRow(image, y);
+    for (std::int32_t x = 0; x < image.width; ++x, pixel += 4) {
       pixel[0] = table[pixel[0]];
       pixel[1] = table[pixel[1]];
       pixel[2] = table[pixel[2]];
     }
   }
-  image->flags |= kFlagPixelsChanged;
+  image.flags |= kFlagPixelsChanged;
 }
 
 }  // namespace imx

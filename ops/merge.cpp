@@ -1,7 +1,5 @@
 #include <cstring>
 
-#include "ops/clip_region.h"
-#include "ops/new_image.h"
 #include "ops/operations.h"
 #include "ops/pixel_vector.h"
 
@@ -22,27 +20,25 @@ void BlendRow(const std::uint8_t* from, std::uint8_t* to, std::int32_t width) {
 
 }  // namespace
 
-void MergeRegion(ImageRecord* image) {
-  const ImageRecord* source = Operations().mergeSource;
-  if (!IsValidImage(image) || !source || !ClampClipRegion(*image)) return;
-  const ClipRegion region = CurrentClipRegion();
+OperationError MergeInto(ImageRecord& target, ClipRegion region, const ImageRecord& source) {
+  if (!ClampRegion(target, region)) return {OperationFault::outside};
   // One pixel less than the region each way.
-  const ImageGuard block(
-      ResampleImage(source, region.right - region.left, region.bottom - region.top));
-  if (!block) return;
-  PlainProgressScope progress("Merge Resampled Region", block->height, 1);
-  for (std::int32_t y = 0; y < block->height; ++y) {
+  const NewImage made = ResampledTo(source, region.right - region.left, region.bottom - region.top);
+  if (!made) return made.error;
+  const ImageRecord& block = *made.image;
+  PlainProgressScope progress("Merge Resampled Region", block.height, 1);
+  for (std::int32_t y = 0; y < block.height; ++y) {
     ProgressUpdate(y);
-    const std::uint8_t* from = PixelRow(*block, y);
-    std::uint8_t* to =
-        PixelRow(*image, region.top + y) + std::size_t{4} * static_cast<std::uint32_t>(region.left);
-    if (block->flags & kFlagAlpha) {
-      BlendRow(from, to, block->width);
+    const std::uint8_t* from = PixelRow(block, y);
+    std::uint8_t* to = RegionRow(target, region, y);
+    if (block.flags & kFlagAlpha) {
+      BlendRow(from, to, block.width);
     } else {
-      std::memcpy(to, from, std::size_t{4} * static_cast<std::uint32_t>(block->width));
+      std::memcpy(to, from, std::size_t{4} * static_cast<std::uint32_t>(block.width));
     }
   }
-  image->flags |= kFlagPixelsChanged;
+  target.flags |= kFlagPixelsChanged;
+  return {};
 }
 
 }  // namespace imx

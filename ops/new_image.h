@@ -1,12 +1,17 @@
-/// Handing a freshly made image to the host.
+/// Where the operations' new images begin and end.
 #pragma once
 
-#include "imagelib/guards.h"
+#include "ops/operations.h"
 
 namespace imx {
 
-/// Marks `image` as changed, gives it the source's type and alpha flag, and shows it; freed when
-/// the host does not take it.
-void ShowNewImage(ImageGuard image, const ImageRecord& source);
+/// No image, for this reason.
+NewImage NoImage(OperationFault fault);
+
+/// An empty image of the source's path.
+NewImage AllocateNew(const ImageRecord& source, std::int32_t width, std::int32_t height);
+
+/// Marks the image as changed and gives it the file type, alpha flag and texts of its source.
+void TakeAfter(const ImageRecord& source, ImageRecord& image);
 
 }  // namespace imx

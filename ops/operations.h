@@ -1,49 +1,66 @@
-/// Operations on whole images and on the current clip region.
-///
-/// Each reports progress row by row and fails silently, with nothing changed, on a dead image, a
-/// region outside it, or when memory runs out. A new image goes to the host's showImage service,
-/// and is freed when the host does not take it.
+/// Operations on images and on regions of them: what they work on comes as arguments, what they
+/// make or why they failed is the result. Images are alive; a region may reach beyond its image,
+/// of which the part within counts. Each reports progress row by row; one that fails has changed
+/// nothing.
 #pragma once
 
 #include <cstdint>
 #include <string>
 
+#include "imagelib/guards.h"
+#include "ops/clip_region.h"
+
 namespace imx {
 
-struct ImageRecord;
-
-/// What the operations' dialogs and options set.
-struct OperationSettings {
-  float gammaValue = 1.0f;
-  float scaleFactor = 1.0f;
-  float resampleScale = 1.0f;
-  ImageRecord* mergeSource = nullptr;  ///< not owned
+enum class OperationFault {
+  none,
+  outside,         ///< nothing of the region lies within the image
+  noPixels,        ///< the result would be less than a pixel wide or high
+  sourceTooSmall,  ///< interpolating a whole image asks for 3 x 3 pixels
+  tooLarge,        ///< the result exceeds the image ceiling, or what an image can be
+  noMemory,
 };
 
-OperationSettings& Operations();
+/// Why an operation could not be done.
+struct OperationError {
+  OperationFault fault = OperationFault::none;
+  std::uint64_t refusedBytes = 0;  ///< with tooLarge: what the pixels would have taken
 
-/// New image: the region scaled by scaleFactor, nearest neighbour.
-void RescaleRegion(ImageRecord* image);
+  explicit operator bool() const { return fault != OperationFault::none; }
+};
 
-/// New image: the region scaled by resampleScale, bilinear. The region keeps off the last column
-/// and row, so that every sampled pixel has its neighbours.
-void ResampleRegion(ImageRecord* image);
+/// A new image, or why there is none.
+struct NewImage {
+  ImageGuard image;  ///< empty when there is an error
+  OperationError error;
 
-/// The whole image, at least 3 x 3, resampled bilinearly to width x height. Owned by the caller;
-/// null on failure.
-ImageRecord* ResampleImage(const ImageRecord* image, std::int32_t width, std::int32_t height);
+  explicit operator bool() const { return static_cast<bool>(image); }
+};
 
-/// Resamples mergeSource to one pixel less than the region each way and puts it at the region's
-/// top left corner, blended by its alpha when it has any.
-void MergeRegion(ImageRecord* image);
+/// The pixels of a region as an image of their own. This one and the next two are marked as changed
+/// and keep path, file type, alpha flag and texts of their source.
+NewImage Clipped(const ImageRecord& source, ClipRegion region);
 
-/// Raises red, green and blue (as fractions of 255) to the power gammaValue. 1.0 changes nothing.
-void ApplyGamma(ImageRecord* image);
+/// The region scaled by `factor`, nearest neighbour. Lengths are truncated.
+NewImage Rescaled(const ImageRecord& source, ClipRegion region, float factor);
 
-/// New image: a copy of the region.
-void ClipToRegion(ImageRecord* image);
+/// The region scaled by `factor`, bilinear. It keeps off the image's last column and row, so that
+/// every sampled pixel has its neighbours.
+NewImage Resampled(const ImageRecord& source, ClipRegion region, float factor);
 
-/// Number of distinct colours, alpha aside; -1 on failure.
+/// The whole image, at least 3 x 3, resampled bilinearly to width x height. Of the source's
+/// properties only path and alpha flag are kept.
+NewImage ResampledTo(const ImageRecord& source, std::int32_t width, std::int32_t height);
+
+/// Resamples `source` to one pixel less than the region each way and puts it at the region's top
+/// left corner, blended by its alpha when it has any.
+OperationError MergeInto(ImageRecord& target, ClipRegion region, const ImageRecord& source);
+
+/// Raises red, green and blue (as fractions of 255) to the power `gamma`. 1.0 changes nothing.
+void CorrectGamma(ImageRecord& image, float gamma);
+
+/// Number of distinct colours, alpha aside; -1 for an image that is null or not alive, and when
+/// memory runs out.
 std::int32_t CountColours(const ImageRecord* image);
 
 /// The answer to counting the colours of a width x height image.

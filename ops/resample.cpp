@@ -1,6 +1,4 @@
-#include "ops/clip_region.h"
 #include "ops/new_image.h"
-#include "ops/operations.h"
 #include "ops/pixel_vector.h"
 #include "ops/scale_map.h"
 
@@ -12,20 +10,18 @@ constexpr std::int32_t kSmallestSource = 3;
 /// The window that is sampled, and the maps from output positions into it.
 struct Sampling {
   const ImageRecord& source;
-  std::int32_t left, top;
+  ClipRegion window;
   TrackedArray<std::int32_t> columns, rows;
   TrackedArray<float> columnFractions, rowFractions;
 
-  Sampling(const ImageRecord& image, std::int32_t windowLeft, std::int32_t windowTop,
-           std::int32_t windowWidth, std::int32_t windowHeight, std::int32_t width,
+  Sampling(const ImageRecord& image, const ClipRegion& region, std::int32_t width,
            std::int32_t height)
       : source(image),
-        left(windowLeft),
-        top(windowTop),
-        columns(MakeIndexMap(windowWidth, width)),
-        rows(MakeIndexMap(windowHeight, height)),
-        columnFractions(MakeFractionMap(windowWidth, width)),
-        rowFractions(MakeFractionMap(windowHeight, height)) {}
+        window(region),
+        columns(MakeIndexMap(region.Width(), width)),
+        rows(MakeIndexMap(region.Height(), height)),
+        columnFractions(MakeFractionMap(region.Width(), width)),
+        rowFractions(MakeFractionMap(region.Height(), height)) {}
 
   explicit operator bool() const { return columns && rows && columnFractions && rowFractions; }
 };
@@ -39,10 +35,8 @@ Channels Blend(Channels p00, Channels p01, Channels p10, Channels p11, float u, 
 }
 
 void SampleRow(const Sampling& s, std::size_t y, std::uint8_t* to) {
-  const std::int32_t sourceRow = s.top + s.rows[y];
-  const std::size_t offset = std::size_t{4} * static_cast<std::uint32_t>(s.left);
-  const std::uint8_t* upper = PixelRow(s.source, sourceRow) + offset;
-  const std::uint8_t* lower = PixelRow(s.source, sourceRow + 1) + offset;
+  const std::uint8_t* upper = RegionRow(s.source, s.window, s.rows[y]);
+  const std::uint8_t* lower = RegionRow(s.source, s.window, s.rows[y] + 1);
   const float v = s.rowFractions[y];
   for (std::size_t x = 0; x < s.columns.size(); ++x, to += 4) {
     const std::size_t at = std::size_t{4} * static_cast<std::uint32_t>(s.columns[x]);
@@ -51,37 +45,37 @@ void SampleRow(const Sampling& s, std::size_t y, std::uint8_t* to) {
   }
 }
 
-ImageGuard Sample(const Sampling& sampling, std::int32_t width, std::int32_t height) {
-  if (!sampling) return ImageGuard();
-  ImageGuard image(AllocImage(width, height, nullptr, sampling.source.path));
-  if (!image) return image;
-  image->flags |= sampling.source.flags & kFlagAlpha;
+NewImage Sample(const ImageRecord& source, const ClipRegion& window, std::int32_t width,
+                std::int32_t height) {
+  NewImage made = AllocateNew(source, width, height);
+  if (!made) return made;
+  const Sampling sampling(source, window, width, height);
+  if (!sampling) return NoImage(OperationFault::noMemory);
+  made.image->flags |= source.flags & kFlagAlpha;
   PlainProgressScope progress("Generate Resampled Image", height, 1);
   for (std::int32_t y = 0; y < height; ++y) {
     ProgressUpdate(y);
-    SampleRow(sampling, static_cast<std::size_t>(y), PixelRow(*image, y));
+    SampleRow(sampling, static_cast<std::size_t>(y), PixelRow(*made.image, y));
   }
-  return image;
+  return made;
 }
 
 }  // namespace
 
-void ResampleRegion(ImageRecord* image) {
-  if (!IsValidImage(image) || !ClampClipRegion(*image, 1)) return;
-  const ClipRegion region = CurrentClipRegion();
-  const std::int32_t width = ScaledLength(region.Width(), Operations().resampleScale);
-  const std::int32_t height = ScaledLength(region.Height(), Operations().resampleScale);
-  ImageGuard resampled = Sample(
-      Sampling(*image, region.left, region.top, region.Width(), region.Height(), width, height),
-      width, height);
-  if (resampled) ShowNewImage(std::move(resampled), *image);
+NewImage Resampled(const ImageRecord& source, ClipRegion region, float factor) {
+  if (!ClampRegion(source, region, 1)) return NoImage(OperationFault::outside);
+  NewImage made = Sample(source, region, ScaledLength(region.Width(), factor),
+                         ScaledLength(region.Height(), factor));
+  if (made) TakeAfter(source, *made.image);
+  return made;
 }
 
-ImageRecord* ResampleImage(const ImageRecord* image, std::int32_t width, std::int32_t height) {
-  if (!IsValidImage(image)) return nullptr;
-  if (image->width < kSmallestSource || image->height < kSmallestSource) return nullptr;
-  const Sampling sampling(*image, 0, 0, image->width - 1, image->height - 1, width, height);
-  return Sample(sampling, width, height).release();
+NewImage ResampledTo(const ImageRecord& source, std::int32_t width, std::int32_t height) {
+  if (source.width < kSmallestSource || source.height < kSmallestSource) {
+    return NoImage(OperationFault::sourceTooSmall);
+  }
+  // The last column and row are neighbours only.
+  return Sample(source, {0, 0, source.width - 2, source.height - 2}, width, height);
 }
 
 }  // namespace imx

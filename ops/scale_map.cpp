@@ -20,7 +20,8 @@ void WalkPositions(std::int32_t extent, std::int32_t count, Visit visit) {
 
 std::int32_t ScaledLength(std::int32_t extent, float factor) {
   const double length = extent * static_cast<double>(factor);
-  return length >= 1.0 && length < 2147483648.0 ? static_cast<std::int32_t>(length) : 0;
+  if (!(length >= 1.0)) return 0;  // not a number included
+  return length < 2147483648.0 ? static_cast<std::int32_t>(length) : INT32_MAX;
 }
 
 TrackedArray<std::int32_t> MakeIndexMap(std::int32_t extent, std::int32_t count) {

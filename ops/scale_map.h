@@ -7,7 +7,8 @@
 
 namespace imx {
 
-/// Length of `extent` scaled by `factor`, truncated; 0 when that is no usable length.
+/// Length of `extent` scaled by `factor`, truncated; 0 when that is less than 1 or no number, and
+/// at most INT32_MAX, which no image can have.
 std::int32_t ScaledLength(std::int32_t extent, float factor);
 
 /// Source index of each of `count` output positions over `extent` source positions. False in a

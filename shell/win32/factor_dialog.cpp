@@ -1,6 +1,6 @@
 #include "shell/win32/factor_dialog.h"
 
-#include "ops/operations.h"
+#include "ops/commands.h"
 #include "resources/resource_ids.h"
 #include "shell/model/number_text.h"
 #include "shell/win32/dialogs.h"

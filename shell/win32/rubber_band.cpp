@@ -1,5 +1,6 @@
 #include "shell/win32/rubber_band.h"
 
+#include "ops/commands.h"
 #include "resources/resource_ids.h"
 #include "shell/win32/image_window.h"
 #include "shell/win32/shell_state.h"

@@ -2,6 +2,7 @@
 
 #include "imagelib/host.h"
 #include "imagelib/image.h"
+#include "ops/commands.h"
 #include "ops/operations.h"
 #include "resources/resource_ids.h"
 #include "shell/model/window_list.h"

@@ -37,13 +37,31 @@ TEST_F(OperationsTest, RunInTheirOrderEachOnTheRegion) {
   ExpectGives("--region 0,0,1,1 --region 1,1,6,4 --clip --rescale 2", "-crop 6x4+1+1 -sample 200%");
 }
 
-TEST_F(OperationsTest, WhatCannotBeDoneWritesNothing) {
-  for (const auto& [operation, names] : {std::pair{"--region 20,0,30,3 --clip", "in.ppm: --clip"},
-                                         {"--merge missing.ppm", "missing.ppm: No such file"}}) {
+TEST_F(OperationsTest, WhatCannotBeDoneTellsWhyInOneLineAndWritesNothing) {
+  for (const auto& [operation, line] :
+       {std::pair{"--region 20,0,30,3 --clip",
+                  "in.ppm: --clip: nothing of the region lies within the image"},
+        {"--rescale 0.1", "in.ppm: --rescale: not a pixel would be left"},
+        {"--max-memory 2 --resample 1000",
+         "in.ppm: --resample: its pixels take 134 MiB, the limit is 2 (--max-memory)"},
+        {"--merge thin.ppm",
+         "in.ppm: --merge thin.ppm: images below 3 x 3 pixels cannot be resampled"},
+        {"--merge missing.ppm", "missing.ppm: No such file or directory"}}) {
+    temp.Write("thin.ppm", Pixmap(2, 9));
     const ProgramResult result = Bash(std::string("imx convert in.ppm none.ppm ") + operation);
     EXPECT_EQ(result.status, 1);
-    EXPECT_THAT(result.err, StartsWith(std::string("imx: ") + names));
+    EXPECT_EQ(result.err, std::string("imx: ") + line + "\n");
     EXPECT_FALSE(FileExists(temp.file("none.ppm")));
+  }
+}
+
+TEST_F(OperationsTest, KeepTheTexts) {
+  ImxOutput({"convert", "in.ppm", "texts.iff", "--author", "Ann", "--comment", "Seen", "--notice",
+             "Free"});
+  ImxOutput({"convert", "texts.iff", "out.iff", "--clip", "--rescale", "2", "--resample", "0.7"});
+  const std::string info = ImxOutput({"info", "--json", "out.iff"});
+  for (const char* text : {"\"author\":\"Ann\"", "\"comment\":\"Seen\"", "\"notice\":\"Free\""}) {
+    EXPECT_THAT(info, HasSubstr(text));
   }
 }
 

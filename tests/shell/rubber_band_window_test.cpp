@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "ops/clip_region.h"
+#include "ops/commands.h"
 #include "shell/win32/image_window.h"
 #include "shell/win32/rubber_band.h"
 #include "tests/shell/shell_run.h"

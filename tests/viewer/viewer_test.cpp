@@ -8,7 +8,6 @@
 #include "dispatch/save.h"
 #include "formats/codec_state.h"
 #include "imagelib/registry.h"
-#include "ops/clip_region.h"
 #include "ops/operations.h"
 #include "resources/resource_ids.h"
 #include "tests/formats/station_builder.h"
@@ -22,7 +21,6 @@ namespace {
 class ViewerTest : public LibraryTest {
  protected:
   void TearDown() override {
-    Operations() = {};
     Output() = {};
     Sequence() = {};
     LibraryTest::TearDown();
@@ -43,19 +41,6 @@ class ViewerTest : public LibraryTest {
     if (image) return image;
     ADD_FAILURE() << path << " cannot be loaded";
     return Solid(1, 1, {});
-  }
-
-  /// What the operation makes of the source's region.
-  static ImageGuard Made(void (*operation)(ImageRecord*), ImageRecord& source, ClipRegion region) {
-    static ImageRecord* made;
-    made = nullptr;
-    Services().showImage = [](const char*, ImageRecord* image) {
-      made = image;
-      return true;
-    };
-    CurrentClipRegion() = region;
-    operation(&source);
-    return ImageGuard(made);
   }
 };
 
@@ -106,7 +91,7 @@ TEST_F(ViewerTest, OpensLooksEditsAndSaves) {
   run.ExpectTicks('t', {false, false, false, false, false, false});
   run.Choose("tc");
   run.Drag(first, {49, 59}, {10, 20});
-  const ImageGuard clip = Made(ClipToRegion, *photo, {10, 20, 49, 59});
+  const ImageGuard clip = Clipped(*photo, {10, 20, 49, 59}).image;
   const HWND third = run.Image(3, "NEW_");
   run.ExpectShown(third, *clip);
   run.ExpectTicks('t', {false, true, false, false, false, false});
@@ -115,30 +100,26 @@ TEST_F(ViewerTest, OpensLooksEditsAndSaves) {
   run.Choose("tr");
   run.TypeFactor("Scale Region", "1.000000", "2");
   run.Drag(third, {0, 0}, {39, 39});
-  Operations().scaleFactor = 2;
-  const ImageGuard large = Made(RescaleRegion, *clip, {0, 0, 39, 39});
+  const ImageGuard large = Rescaled(*clip, {0, 0, 39, 39}, 2).image;
   run.ExpectShown(run.Image(4, "NEW_"), *large);
   EXPECT_EQ(PixelAt(*large, 79, 2), PixelAt(*photo, 49, 21));
 
   run.Choose("ts");
   run.TypeFactor("Resampling", "1.000000", "0.75");
   run.Drag(first, {5, 6}, {119, 70});
-  Operations().resampleScale = 0.75f;
-  run.ExpectShown(run.Image(5, "NEW_"), *Made(ResampleRegion, *photo, {5, 6, 119, 70}));
+  run.ExpectShown(run.Image(5, "NEW_"), *Resampled(*photo, {5, 6, 119, 70}, 0.75f).image);
 
   run.Choose("tg");
   run.TypeFactor("Apply Gamma Correction", "1.000000", "2.0");
   run.Drag(third, {3, 3}, {3, 3});
-  Operations().gammaValue = 2;
-  ApplyGamma(clip.get());
+  CorrectGamma(*clip, 2);
   run.ExpectShown(third, *clip);
 
   // The proportions of the source, 120 : 80 here, are kept.
   run.Choose("tm");
   run.PickImage("Select Image to use as Source", 2);
   run.Drag(first, {20, 10}, {60, 40});
-  Operations().mergeSource = veil.get();
-  Made(MergeRegion, *photo, {20, 10, 69, 17});
+  MergeInto(*photo, {20, 10, 69, 17}, *veil);
   run.ExpectShown(first, *photo);
   run.ExpectTicks('t', {false, false, false, false, false, true});
 
@@ -162,8 +143,7 @@ TEST_F(ViewerTest, OpensLooksEditsAndSaves) {
   run.Choose("tg");
   run.TypeFactor("Apply Gamma Correction", "2.000000", "0.5");
   run.Drag(first, {7, 7}, {7, 7});
-  Operations().gammaValue = 0.5f;
-  ApplyGamma(photo.get());
+  CorrectGamma(*photo, 0.5f);
   run.ExpectShown(first, *photo);
   run.Choose("fu");
   run.PickImage("Select File to Save", 1);
@@ -273,8 +253,7 @@ TEST_F(ViewerTest, AsksForWhatFilesDoNotTell) {
   EXPECT_FALSE(IsWindowEnabled(shot));
   run.PressButton(IDCANCEL);
   run.Drag(shot, {0, 0}, {3, 0});
-  Operations().mergeSource = filmed.get();
-  Made(MergeRegion, *wanted, {0, 0, 2, 1});
+  MergeInto(*wanted, {0, 0, 2, 1}, *filmed);
   run.ExpectShown(shot, *wanted);
 
   // A window that is to close waits for the dialog that lists it.
@@ -330,13 +309,12 @@ TEST_F(ViewerTest, DoesWhatTheCommandLineDoes) {
   run.Choose("tc");
   run.Drag(first, {10, 10}, {200, 150});
   const HWND clip = run.Image(2, "NEW_");
-  run.ExpectShown(clip, *Made(ClipToRegion, *image, {10, 10, 200, 150}));
+  run.ExpectShown(clip, *Clipped(*image, {10, 10, 200, 150}).image);
   run.Choose("tr");
   run.TypeFactor("Scale Region", "1.000000", "2");
   run.Drag(clip, {0, 0}, {190, 140});
   const HWND large = run.Image(3, "NEW_");
-  Operations().scaleFactor = 2;
-  run.ExpectShown(large, *Made(RescaleRegion, *image, {10, 10, 200, 150}));
+  run.ExpectShown(large, *Rescaled(*image, {10, 10, 200, 150}, 2).image);
   run.Choose("tg");
   run.TypeFactor("Apply Gamma Correction", "1.000000", "1.5");
   run.Drag(large, {5, 5}, {5, 5});
