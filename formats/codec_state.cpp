@@ -3,20 +3,32 @@
 namespace imx {
 namespace {
 
-SequenceState sequence;
-RawState raw;
-OutputOptions output;
+struct CodecState {
+  SequenceState sequence;
+  RawState raw;
+  OutputOptions output;
+  PixelTable flicColours = {};
+};
+
+CodecState state;
 
 }  // namespace
 
 SequenceState& Sequence() {
-  return sequence;
+  return state.sequence;
 }
 RawState& Raw() {
-  return raw;
+  return state.raw;
 }
 OutputOptions& Output() {
-  return output;
+  return state.output;
+}
+PixelTable& FlicColours() {
+  return state.flicColours;
+}
+
+void ResetCodecState() {
+  state = {};
 }
 
 }  // namespace imx

@@ -1,8 +1,10 @@
-/// What hosts tell the codecs beyond their arguments: plain process-wide state, set before a load
-/// or a save.
+/// What hosts tell the codecs beyond their arguments, and what codecs keep from one call to the
+/// next: plain process-wide state.
 #pragma once
 
 #include <cstdint>
+
+#include "formats/pixel_rows.h"
 
 namespace imx {
 
@@ -32,8 +34,17 @@ struct OutputOptions {
   const char* finalPath = nullptr;
 };
 
+// The hosts', set before a load or a save.
 SequenceState& Sequence();
 RawState& Raw();
 OutputOptions& Output();
+
+/// The colours that the FLI and FLC loader saw last: a file without a colour chunk shows in those
+/// of the one before.
+PixelTable& FlicColours();
+
+/// Puts all of the above as it is when the process starts: a file that is handled next comes out as
+/// if it were the first.
+void ResetCodecState();
 
 }  // namespace imx

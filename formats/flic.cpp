@@ -31,10 +31,6 @@ struct FlicHeader {
   std::uint16_t magic = 0, frames = 0, width = 0, height = 0, depth = 0;
 };
 
-/// The colours last seen, kept from one load to the next: a file without a colour chunk shows in
-/// the colours of the one before.
-PixelTable colours = {};
-
 bool ReadHeader(FileReader& in, FlicHeader* h) {
   if (in.remaining() < kHeaderSize) return false;
   in.Seek(4);
@@ -88,6 +84,7 @@ struct Area {
 /// The start index grows by the skips alone, not by the counts of earlier packets.
 bool DecodeColours(ChunkData data, unsigned shift) {
   const unsigned packets = data.U16();
+  PixelTable& colours = FlicColours();
   std::size_t start = 0;
   for (unsigned packet = 0; packet < packets && !data.ended(); ++packet) {
     start += data.U8();
@@ -283,7 +280,7 @@ bool PlayFrames(FileReader& in, std::int32_t last, Area& area) {
 /// Whether a row shows nothing but black in the colour of index 0, as rows without data do. Their
 /// pixels are 0 already, and are left untouched however many the header promises.
 bool StaysBlack(const std::uint8_t* indices, std::size_t width) {
-  return colours.pixel[0] == 0 && indices[0] == 0 &&
+  return FlicColours().pixel[0] == 0 && indices[0] == 0 &&
          std::memcmp(indices, indices + 1, width - 1) == 0;
 }
 
@@ -316,7 +313,7 @@ ImageRecord* LoadFlic(const char* path) {
   ForEachRow(header.height, 4, [&](std::int32_t y) {
     const std::uint8_t* indices = area.Row(static_cast<std::size_t>(y));
     if (!StaysBlack(indices, area.width)) {
-      RowFromIndices(indices, colours, PixelRow(*image, y), area.width);
+      RowFromIndices(indices, FlicColours(), PixelRow(*image, y), area.width);
     }
     return true;
   });

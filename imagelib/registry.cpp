@@ -7,44 +7,60 @@
 namespace imx {
 namespace {
 
+constexpr std::int32_t kDepthBitCounts[kDepthNames] = {32, 24, 8, 7, 6, 5, 4, 3, 2, 1};
+
 enum CapabilityBit : std::uint32_t {
-  kDepthMask = 0x3FF,
-  kInterlace = 1u << 23,
+  kDepthMask = (1u << kDepthNames) - 1,
+  kInterlaces = 1u << 23,
   kGreyBelow24 = 1u << 24,
-  kQuality = 1u << 25,
-  kCompression = 1u << 26,
-  kSaver = 1u << 28,
-  kLoader = 1u << 29,
+  kHasQuality = 1u << 25,
+  kCompresses = 1u << 26,
+  kSaves = 1u << 28,
+  kLoads = 1u << 29,
   kReducesColours = 1u << 30,
   kLossy = 1u << 31,
 };
 
+/// The depth bits of these bits per pixel.
+template <typename... Bits>
+constexpr std::uint32_t Depths(Bits... bits) {
+  std::uint32_t mask = 0;
+  for (std::int32_t bit = 0; bit < kDepthNames; ++bit) {
+    if (((kDepthBitCounts[bit] == bits) || ...)) mask |= 1u << bit;
+  }
+  return mask;
+}
+
 constexpr RegistryRow kTable[kRegistryRows + 1] = {
-    {"tga", "Targa (*.tga)", kTypeTarga, 0x74000003},
-    {"bmp", "BMP (*.bmp)", kTypeBmp, 0x70000246},
-    {"gif", "GIF (*.gif)", kTypeGif, 0x70800004},
-    {"fs", "Framestore (*.fs)", kTypeFramestore, 0xB4000002},
-    {"flc", "Flick (*.flc)", kTypeFlc, 0x60000004},
-    {"avi", "AVI (*.avi)", kTypeAvi, 0x60000004},
-    {"psd", "Photoshop (*.psd)", kTypePhotoshop, 0x20000000},
-    {"pic", "Softimage (*.pic)", kTypeSoftimage, 0x30000002},
-    {"rla", "Wavefront (*.rla)", kTypeRla, 0x30000002},
-    {"pix", "Alias (*.pix)", kTypeAlias, 0x30000002},
-    {"fli", "Flick (*.fli)", kTypeFli, 0x60000004},
-    {"dem", "DEM (*.dem)", kTypeDem, 0x20000004},
-    {"red", "RAW Red (*.red)", kTypeRawRed, 0x30000004},
-    {"grn", "RAW Green (*.grn)", kTypeRawGreen, 0x30000004},
-    {"blu", "RAW Blue (*.blu)", kTypeRawBlue, 0x30000004},
-    {"gry", "RAW Grey (*.gry)", kTypeRawGrey, 0x30000004},
-    {"raw", "RAW RGB (*.raw)", kTypeRawRgb, 0x30000002},
-    {"jpg", "JPEG (*.jpg)", kTypeJpeg, 0xB2000002},
-    {"tif", "TIFF (*.tif)", kTypeTiff, 0x34000003},
-    {"iff", "Amiga IFF (*.iff)", kTypeIff, 0x34000002},
-    {"pcx", "PCX (*.pcx)", kTypePcx, 0x70000246},
-    {"rgb", "SGI RGB (*.rgb)", kTypeSgi, 0x35000007},
-    {"ppm", "PPM (*.ppm)", kTypePpm, 0x34000002},
-    {"png", "PNG (*.png)", kTypePng, 0x70800007},
-    {"trm", "QMK Trim (*.trm)", kTypeTrim, 0x30000003},
+    {"tga", "Targa (*.tga)", kTypeTarga,
+     kLoads | kSaves | kCompresses | kReducesColours | Depths(32, 24)},
+    {"bmp", "BMP (*.bmp)", kTypeBmp, kLoads | kSaves | kReducesColours | Depths(24, 8, 4, 1)},
+    {"gif", "GIF (*.gif)", kTypeGif, kLoads | kSaves | kInterlaces | kReducesColours | Depths(8)},
+    {"fs", "Framestore (*.fs)", kTypeFramestore,
+     kLoads | kSaves | kCompresses | kLossy | Depths(24)},
+    {"flc", "Flick (*.flc)", kTypeFlc, kLoads | kReducesColours | Depths(8)},
+    {"avi", "AVI (*.avi)", kTypeAvi, kLoads | kReducesColours | Depths(8)},
+    {"psd", "Photoshop (*.psd)", kTypePhotoshop, kLoads},
+    {"pic", "Softimage (*.pic)", kTypeSoftimage, kLoads | kSaves | Depths(24)},
+    {"rla", "Wavefront (*.rla)", kTypeRla, kLoads | kSaves | Depths(24)},
+    {"pix", "Alias (*.pix)", kTypeAlias, kLoads | kSaves | Depths(24)},
+    {"fli", "Flick (*.fli)", kTypeFli, kLoads | kReducesColours | Depths(8)},
+    {"dem", "DEM (*.dem)", kTypeDem, kLoads | Depths(8)},
+    {"red", "RAW Red (*.red)", kTypeRawRed, kLoads | kSaves | Depths(8)},
+    {"grn", "RAW Green (*.grn)", kTypeRawGreen, kLoads | kSaves | Depths(8)},
+    {"blu", "RAW Blue (*.blu)", kTypeRawBlue, kLoads | kSaves | Depths(8)},
+    {"gry", "RAW Grey (*.gry)", kTypeRawGrey, kLoads | kSaves | Depths(8)},
+    {"raw", "RAW RGB (*.raw)", kTypeRawRgb, kLoads | kSaves | Depths(24)},
+    {"jpg", "JPEG (*.jpg)", kTypeJpeg, kLoads | kSaves | kHasQuality | kLossy | Depths(24)},
+    {"tif", "TIFF (*.tif)", kTypeTiff, kLoads | kSaves | kCompresses | Depths(32, 24)},
+    {"iff", "Amiga IFF (*.iff)", kTypeIff, kLoads | kSaves | kCompresses | Depths(24)},
+    {"pcx", "PCX (*.pcx)", kTypePcx, kLoads | kSaves | kReducesColours | Depths(24, 8, 4, 1)},
+    {"rgb", "SGI RGB (*.rgb)", kTypeSgi,
+     kLoads | kSaves | kCompresses | kGreyBelow24 | Depths(32, 24, 8)},
+    {"ppm", "PPM (*.ppm)", kTypePpm, kLoads | kSaves | kCompresses | Depths(24)},
+    {"png", "PNG (*.png)", kTypePng,
+     kLoads | kSaves | kInterlaces | kReducesColours | Depths(32, 24, 8)},
+    {"trm", "QMK Trim (*.trm)", kTypeTrim, kLoads | kSaves | Depths(32, 24)},
     {"", "", -1, 0},
 };
 
@@ -61,7 +77,6 @@ constexpr const char* kDepthNameTexts[kDepthNames] = {
     "1-bit (2 values)",
 };
 
-constexpr std::int32_t kDepthBitCounts[kDepthNames] = {32, 24, 8, 7, 6, 5, 4, 3, 2, 1};
 constexpr std::int32_t kFirstReducedDepthBit = 2;  // bits 0 and 1 are 32-bit and 24-bit
 
 constexpr const char* kRawKindNames[kRawKinds] = {
@@ -99,19 +114,19 @@ const char* TypeExtension(std::int32_t row) {
   return Registry(row).extension;
 }
 std::int32_t TypeHasCompression(std::int32_t row) {
-  return Has(row, kCompression);
+  return Has(row, kCompresses);
 }
 std::int32_t TypeHasInterlace(std::int32_t row) {
-  return Has(row, kInterlace);
+  return Has(row, kInterlaces);
 }
 std::int32_t TypeHasQuality(std::int32_t row) {
-  return Has(row, kQuality);
+  return Has(row, kHasQuality);
 }
 std::int32_t TypeCanSave(std::int32_t row) {
-  return Has(row, kSaver);
+  return Has(row, kSaves);
 }
 std::int32_t TypeCanLoad(std::int32_t row) {
-  return Has(row, kLoader);
+  return Has(row, kLoads);
 }
 std::int32_t TypeRowOutOfRange(std::int32_t row) {
   return Capabilities(row) == 0 ? 1 : 0;

@@ -64,8 +64,12 @@ TEST_F(FlicTest, FramePastTheEndIsTheLastUnderItsNumber) {
 TEST_F(FlicTest, ColoursLastFromOneLoadToTheNext) {
   const Bytes copy = FlicChunk(16, {1}), colour = FlicChunk(11, {1, 0, 1, 1, 63, 62, 1});
   ASSERT_TRUE(LoadFrame(FlicFile(kFli, 1, 1, {FlicFrame({colour, copy})}), 0));
-  const ImageGuard image = LoadFrame(FlicFile(kFli, 1, 1, {FlicFrame({copy})}), 0);
-  EXPECT_THAT(Pixels(image), ElementsAre(Rgba{252, 248, 4, 0}));
+  const auto load = [&] { return LoadFrame(FlicFile(kFli, 1, 1, {FlicFrame({copy})}), 0); };
+  EXPECT_THAT(Pixels(load()), ElementsAre(Rgba{252, 248, 4, 0}));
+  Output().quality = 3;
+  ResetCodecState();
+  EXPECT_THAT(Pixels(load()), ElementsAre(Rgba{})) << "as after the process started";
+  EXPECT_EQ(Output().quality, 100);
 }
 
 // A second packet that skips nothing overwrites the first: the counts do not move the start.

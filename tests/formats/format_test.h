@@ -32,9 +32,7 @@ inline Bytes RgbBytes(const ImageGuard& image) {
 class CodecTest : public LibraryTest {
  protected:
   void TearDown() override {
-    Output() = {};
-    Sequence() = {};
-    Raw() = {};
+    ResetCodecState();
     Rendering() = {};
     LibraryTest::TearDown();
   }
