@@ -1,4 +1,13 @@
 /// Error diffusion onto a colour palette.
+///
+/// What a pixel's colour misses its entry by is handed on twice: to the next pixel of the row, and,
+/// through the error rows, to the one below. Each takes half of the two errors that reach it, so no
+/// error is lost or doubled on the whole. The walk turns at the end of every row, so that errors do
+/// not all drift to one side.
+///
+/// Errors make colours that the image does not have. They are looked up one after another, which is
+/// why a cell's answer can depend on the pixels before it, and why rows cannot be done side by
+/// side.
 #pragma once
 
 #include <cstdint>

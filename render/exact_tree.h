@@ -1,4 +1,12 @@
 /// Palette entries by their exact colour: a three-level table from red over green to blue.
+///
+/// 16 million slots would be too many to clear for every palette; a palette has at most 256 pairs
+/// of red and green, so the third level needs 256 rows. A lookup is three loads without a loop.
+///
+/// The tree is filled late: marking it stale costs nothing, and the first ExactIndex after that
+/// fills it from the mirror palette as it stands. From then on it follows every entry that is
+/// added. While it is stale lookups pass it over, so a palette that never asks ExactIndex while it
+/// grows or is mapped, because its threshold passes filled it, is looked up by cells alone.
 #pragma once
 
 #include <cstdint>
@@ -44,10 +52,5 @@ std::int32_t ExactIndex(std::uint32_t r, std::uint32_t g, std::uint32_t b);
 
 /// Enters the colour while exact lookups are on, unless it is there already.
 void InsertExact(std::uint32_t r, std::uint32_t g, std::uint32_t b, std::int32_t index);
-
-/// Forgets a failed allocation and marks the tree stale.
-void ResetExactTree();
-/// Releases the tree.
-void FreeExactTree();
 
 }  // namespace imx

@@ -1,4 +1,9 @@
 /// The palettes and lookups that do not depend on an image.
+///
+/// The default palette is a cube of 7 x 8 x 4 levels, since eyes tell greens apart best and blues
+/// worst, with a ramp of greys behind it, which the cube has few of. The 16 fixed colours are the
+/// text colours of old displays. Both are looked up through tables made at compile time, without
+/// the cells: a render that uses them leaves what is mapped alone.
 #pragma once
 
 #include <array>

@@ -1,4 +1,8 @@
 /// Renders in grey, and in black and white.
+///
+/// They need no lookups: an index follows from the grey value by arithmetic, and they neither use
+/// nor change what is mapped. 256 greys show every value as it is; 16 and 2 diffuse the error as
+/// the colour renders do, with one error row.
 #pragma once
 
 #include <cstdint>

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "render/persistent.h"
+#include "render/renderer_state.h"
 
 namespace imx {
 namespace {
@@ -20,15 +20,6 @@ constexpr std::int32_t kTableRows = kSteps * kSteps;
 // last entry.
 constexpr std::size_t kTableSize = (kTableRows + 1) * kRowSize;
 constexpr std::int32_t kLargestRadius = 30;
-
-PersistentBuffer<std::uint8_t> cellDistance;
-PersistentBuffer<std::uint8_t> cellIndex;
-PersistentBuffer<std::uint8_t> distanceTable;
-
-MappingState mapping = {};
-std::int32_t radius = 0;
-PaletteRecord lastMapped = {};
-std::uint8_t lastLocks[kPaletteSize] = {};
 
 /// Size of n steps of a 6-bit channel in 8 bits.
 constexpr std::int32_t StepSize(std::int32_t n) {
@@ -61,9 +52,9 @@ void FillDistanceTable(std::uint8_t* table) {
 }
 
 bool EnsureDistanceTable() {
-  if (distanceTable) return true;
-  if (!distanceTable.Ensure(kTableSize, "render5")) return false;
-  FillDistanceTable(distanceTable.get());
+  if (renderer.distanceTable) return true;
+  if (!renderer.distanceTable.Ensure(kTableSize, "render5")) return false;
+  FillDistanceTable(renderer.distanceTable.get());
   return true;
 }
 
@@ -102,32 +93,31 @@ struct CellRange {
   std::int32_t last;
 };
 
-bool SameAsLastMapped(const PaletteRecord& record, std::int32_t count) {
+bool IsMapped(const PaletteRecord& record, std::int32_t count) {
+  const MappingState& mapping = renderer.mapping;
+  if (!mapping.mapped || !renderer.cellDistance || !renderer.cellIndex) return false;
   const auto same = [n = static_cast<std::size_t>(count)](const std::uint8_t* a,
                                                           const std::uint8_t* b) {
     return std::memcmp(a, b, n) == 0;
   };
-  return same(record.colours.red, lastMapped.colours.red) &&
-         same(record.colours.green, lastMapped.colours.green) &&
-         same(record.colours.blue, lastMapped.colours.blue) && same(mapping.entryLocks, lastLocks);
+  const Palette& last = mapping.lastMapped.colours;
+  return same(record.colours.red, last.red) && same(record.colours.green, last.green) &&
+         same(record.colours.blue, last.blue) && same(mapping.entryLocks, mapping.lastLocks);
 }
 
 }  // namespace
 
-MappingState& Mapping() {
-  return mapping;
-}
-
 ColourCells Cells() {
-  return {cellDistance.get(), cellIndex.get()};
+  return {renderer.cellDistance.get(), renderer.cellIndex.get()};
 }
 
 bool EnsureCells(const char* distanceLabel, const char* indexLabel) {
-  if (cellDistance.Ensure(kCellCount, distanceLabel) && cellIndex.Ensure(kCellCount, indexLabel)) {
+  if (renderer.cellDistance.Ensure(kCellCount, distanceLabel) &&
+      renderer.cellIndex.Ensure(kCellCount, indexLabel)) {
     return true;
   }
-  cellDistance.Free();
-  cellIndex.Free();
+  renderer.cellDistance.Free();
+  renderer.cellIndex.Free();
   return false;
 }
 
@@ -138,19 +128,23 @@ std::int32_t DistanceBase(std::int32_t entries) {
 bool BeginMapping(std::int32_t entries, const char* distanceLabel, const char* indexLabel) {
   MarkExactTreeStale();
   if (!EnsureDistanceTable() || !EnsureCells(distanceLabel, indexLabel)) return false;
-  std::memset(cellDistance.get(), kCellUnknown, kCellCount);
-  std::memset(cellIndex.get(), 0, kCellCount);
-  radius = std::min(DistanceBase(entries) + 4, kLargestRadius);
+  std::memset(renderer.cellDistance.get(), kCellUnknown, kCellCount);
+  std::memset(renderer.cellIndex.get(), 0, kCellCount);
+  renderer.mapping.radius = std::min(DistanceBase(entries) + 4, kLargestRadius);
   return true;
 }
 
 void AddPaletteEntry(std::uint8_t r, std::uint8_t g, std::uint8_t b, std::int32_t index) {
-  mapping.mirror.colours.red[index] = r;
-  mapping.mirror.colours.green[index] = g;
-  mapping.mirror.colours.blue[index] = b;
-  mapping.mirror.count = index + 1;
+  PaletteRecord& mirror = renderer.mapping.mirror;
+  mirror.colours.red[index] = r;
+  mirror.colours.green[index] = g;
+  mirror.colours.blue[index] = b;
+  mirror.count = index + 1;
   InsertExact(r, g, b, index);
 
+  const std::int32_t radius = renderer.mapping.radius;
+  const std::uint8_t* const table = renderer.distanceTable.get();
+  const ColourCells cells = Cells();
   const CellRange reds(r, radius);
   const CellRange greens(g, radius);
   const CellRange blues(b, radius);
@@ -164,11 +158,11 @@ void AddPaletteEntry(std::uint8_t r, std::uint8_t g, std::uint8_t b, std::int32_
       // 30 steps of green thereby fall into the next red step's first row.
       const std::int32_t row =
           (std::abs(red - reds.centre) + 1) * kSteps + std::abs(green - greens.centre) + 2;
-      const std::uint8_t* offered = distanceTable.get() + static_cast<std::size_t>(row) * kRowSize +
-                                    kRowCentre - blues.centre;
+      const std::uint8_t* offered =
+          table + static_cast<std::size_t>(row) * kRowSize + kRowCentre - blues.centre;
       const std::int32_t cell = red * 64 * 64 + green * 64;
-      std::uint8_t* distances = cellDistance.get() + cell;
-      std::uint8_t* indices = cellIndex.get() + cell;
+      std::uint8_t* distances = cells.cellDistance + cell;
+      std::uint8_t* indices = cells.cellIndex + cell;
       for (std::int32_t blue = blues.first; blue < lastStart; blue += kLanes) {
         OfferEntry(distances + blue, indices + blue, offered + blue, entry);
       }
@@ -178,17 +172,19 @@ void AddPaletteEntry(std::uint8_t r, std::uint8_t g, std::uint8_t b, std::int32_
 }
 
 void SetLastMapped(const PaletteRecord& record) {
-  lastMapped = record;
-  std::memcpy(lastLocks, mapping.entryLocks, sizeof lastLocks);
+  MappingState& mapping = renderer.mapping;
+  mapping.lastMapped = record;
+  std::memcpy(mapping.lastLocks, mapping.entryLocks, sizeof mapping.lastLocks);
+  mapping.mapped = true;
 }
 
 std::int32_t MapPalette(const PaletteRecord& record) {
   const std::int32_t count = std::clamp(record.count, 0, kPaletteSize);
-  if (distanceTable && cellDistance && cellIndex && SameAsLastMapped(record, count)) return 0;
+  if (IsMapped(record, count)) return 0;
   if (!BeginMapping(count, "render6", "render7")) return -1;
   const Palette& colours = record.colours;
   for (std::int32_t i = 0; i < count; ++i) {
-    if (mapping.entryLocks[i] == kLockReserved) continue;
+    if (renderer.mapping.entryLocks[i] == kLockReserved) continue;
     // The first call fills the exact tree, while the mirror palette is still the previous one: its
     // colours keep their old indices.
     ExactIndex(colours.red[i], colours.green[i], colours.blue[i]);
@@ -199,7 +195,8 @@ std::int32_t MapPalette(const PaletteRecord& record) {
 }
 
 std::uint8_t SearchPalette(std::uint32_t r, std::uint32_t g, std::uint32_t b) {
-  const Palette& colours = mapping.mirror.colours;
+  const PaletteRecord& mirror = renderer.mapping.mirror;
+  const Palette& colours = mirror.colours;
   const auto square = [](std::uint32_t a, std::uint8_t c) {
     const std::int32_t d = static_cast<std::int32_t>(a) - c;
     return d * d;
@@ -208,10 +205,10 @@ std::uint8_t SearchPalette(std::uint32_t r, std::uint32_t g, std::uint32_t b) {
   // the largest square of a smaller root.
   std::int32_t best = 0;
   std::int32_t limit = INT32_MAX;
-  for (std::int32_t i = 0; i < mapping.mirror.count && limit > 0; ++i) {
+  for (std::int32_t i = 0; i < mirror.count && limit > 0; ++i) {
     const std::int32_t squares =
         square(r, colours.red[i]) + square(g, colours.green[i]) + square(b, colours.blue[i]);
-    if (squares > limit || EntrySkipped(mapping, i)) continue;
+    if (squares > limit || EntrySkipped(i)) continue;
     const std::int32_t root = RoundedRoot(squares);
     best = i;
     limit = root * (root + 1);
@@ -225,24 +222,10 @@ std::uint8_t SearchPalette(std::uint32_t r, std::uint32_t g, std::uint32_t b) {
 }
 
 std::uint8_t NearestIndex(std::uint8_t r, std::uint8_t g, std::uint8_t b) {
-  if (!cellDistance || !cellIndex) return SearchPalette(r, g, b);
+  if (!renderer.cellDistance || !renderer.cellIndex) return SearchPalette(r, g, b);
   const std::uint32_t index =
       ExactLookups() ? NearestLookup<true>()(r, g, b) : NearestLookup<false>()(r, g, b);
   return static_cast<std::uint8_t>(index);
-}
-
-void ResetMapping() {
-  mapping = {};
-  lastMapped = {};
-  std::memset(lastLocks, 0, sizeof lastLocks);
-  ResetExactTree();
-}
-
-void FreeMapping() {
-  cellIndex.Free();
-  cellDistance.Free();
-  distanceTable.Free();
-  FreeExactTree();
 }
 
 }  // namespace imx

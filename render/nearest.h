@@ -1,4 +1,19 @@
 /// The palette entry nearest to a colour, from a cache of 64 x 64 x 64 colour cells.
+///
+/// A search through 256 entries for every pixel would be most of a render's time. Instead each
+/// entry, when it is entered, is offered to all cells within a radius of its own; a cell keeps the
+/// nearest offer, the first of equal ones. The smaller the palette, the further apart its colours
+/// will lie, and the larger the radius. What lies beyond every radius is searched for once, when
+/// the first pixel asks, and the answer is kept by the cell.
+///
+/// A cell is 4 levels wide in each channel, so its answer is right for the cell and only nearly so
+/// for a colour: two colours of one cell get one entry, and after a full search that of the pixel
+/// which came first. The exact tree is asked before the cells for this reason: a colour that is in
+/// the palette gets itself.
+///
+/// Distances between cells come from a table of steps rather than of positions, as the distance
+/// from a cell is the same wherever it lies. They are bytes, taken one red step and two green steps
+/// further out than they are, so that 255 can stand for unknown and none is below 8.
 #pragma once
 
 #include <cstdint>
@@ -28,21 +43,6 @@ struct ColourCells {
 /// Cell of a colour: each channel without its low two bits.
 constexpr std::uint32_t CellOf(std::uint32_t r, std::uint32_t g, std::uint32_t b) {
   return (r >> 2) << 12 | (g >> 2) << 6 | b >> 2;
-}
-
-/// What the palette functions share beyond the cells.
-struct MappingState {
-  /// The entries entered so far; colours[0..count-1] are what searches match against.
-  PaletteRecord mirror;
-  std::uint8_t entryLocks[kPaletteSize];
-  bool renderAdaptive;  ///< kLockReserved entries are skipped
-};
-
-MappingState& Mapping();
-
-/// Whether searches pass over entry i.
-inline bool EntrySkipped(const MappingState& state, std::int32_t i) {
-  return state.renderAdaptive && state.entryLocks[i] == kLockReserved;
 }
 
 /// The cells; null pointers while they are not allocated.
@@ -96,10 +96,5 @@ class NearestLookup {
   const ExactTree* tree_;
   ColourCells cells_;
 };
-
-/// Puts the shared state as it is at start; the cells and the table are to be freed or made anew.
-void ResetMapping();
-/// Releases the cells and the distance table.
-void FreeMapping();
 
 }  // namespace imx

@@ -1,4 +1,15 @@
 /// Ordered dither onto an 8-bit colour palette.
+///
+/// No error is carried: a pixel's place decides, through small matrices of thresholds, whether it
+/// is rounded up or down. On the default palette that is a matter of levels, channel by channel,
+/// with a matrix of another shape for each so that their patterns do not coincide.
+///
+/// A palette of any other kind has no levels to round to. For each of its entries the *directions*
+/// are found first: which entry a colour reaches when it leaves this one along a channel, upwards
+/// and downwards. A pixel then starts at its own entry and goes one step along red, from there
+/// along green and from there along blue, where the part of the way that it lies towards the
+/// neighbour exceeds the threshold. Finding the directions asks the lookups for many colours, and
+/// cells that are settled by it stay settled for the pixels.
 #pragma once
 
 #include <cstdint>

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "render/nearest.h"
+#include "render/renderer_state.h"
 
 // The palette grows greedily while a distance threshold shrinks: a pass over the image enters every
 // colour that is further from all entries so far than the threshold of the pass. No cell's distance
@@ -31,7 +31,9 @@ struct Growth {
   std::int32_t next;
 
   /// Whether the entry to come is taken from the image.
-  bool WantsColour() const { return next < wanted && Mapping().entryLocks[next] == kLockFree; }
+  bool WantsColour() const {
+    return next < wanted && renderer.mapping.entryLocks[next] == kLockFree;
+  }
   void Enter(Colour colour) {
     record.colours.red[next] = colour.r;
     record.colours.green[next] = colour.g;
@@ -109,7 +111,7 @@ void Grow(const ImageRecord& image, CellColours& colours, Growth& growth) {
   while (growth.next < growth.wanted && threshold >= kLastThreshold) {
     const std::int32_t i = growth.next;
     const Palette& given = growth.record.colours;
-    switch (Mapping().entryLocks[i]) {
+    switch (renderer.mapping.entryLocks[i]) {
       case kLockReserved:
         growth.next += 1;
         continue;
@@ -139,7 +141,7 @@ std::int32_t BuildPaletteFromImage(const ImageRecord& image, PaletteRecord& reco
   if (!keepEntryZero) growth.Enter({0, 0, 0});
   Grow(image, colours, growth);
   record.count = growth.next;
-  Mapping().mirror = record;
+  renderer.mapping.mirror = record;
   SetLastMapped(record);
   return 0;
 }

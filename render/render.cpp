@@ -6,23 +6,19 @@
 #include "render/diffusion.h"
 #include "render/fixed_palettes.h"
 #include "render/grey.h"
-#include "render/nearest.h"
 #include "render/ordered.h"
 #include "render/palette_build.h"
-#include "render/persistent.h"
+#include "render/renderer_state.h"
 
 namespace imx {
 namespace {
 
-RenderSettings settings;
-PersistentBuffer<PaletteRecord> renderPalette;
-
 bool EnsureRenderPalette() {
-  if (renderPalette) return true;
+  if (renderer.renderPalette) return true;
   // Whatever released it released the other buffers too: what they stood for is over.
-  ResetMapping();
-  if (!renderPalette.Ensure(1, "render1")) return false;
-  renderPalette.get()->count = kPaletteSize;
+  ResetRenderer();
+  if (!renderer.renderPalette.Ensure(1, "render1")) return false;
+  renderer.renderPalette.get()->count = kPaletteSize;
   return true;
 }
 
@@ -34,11 +30,11 @@ void CopyEntries(const Palette& from, Palette& to, std::int32_t count) {
 
 /// Number of palette entries that the settings ask for in this mode.
 std::int32_t EntryCount(std::int32_t mode) {
-  const std::int32_t bits = settings.renderBits;
+  const std::int32_t bits = renderer.settings.renderBits;
   const std::int32_t entries = bits == 24 ? 0 : 1 << std::clamp(bits, 0, 8);
   const bool limited =
       (entries == 256 || entries == 16) && (mode == kRenderFromImage || mode == kRenderPrevious);
-  const std::int32_t limit = renderPalette.get()->count;
+  const std::int32_t limit = renderer.renderPalette.get()->count;
   return limited && limit < entries ? std::max(limit, 2) : entries;
 }
 
@@ -61,7 +57,7 @@ bool AllocateBuffers(Render& render) {
   const auto height = static_cast<std::uint32_t>(render.image.height);
   render.rows = {{width, "render10"}, {width, "render11"}, {width, "render12"}};
   if (!render.rows.red || !render.rows.green || !render.rows.blue) return false;
-  const bool unlimited = settings.renderBits == 24;
+  const bool unlimited = renderer.settings.renderBits == 24;
   std::uint64_t rowSize = unlimited ? std::uint64_t{3} * width : std::uint64_t{width} + 4;
   if (render.code == RenderCode::packed24) rowSize = PackedRowSize(render.image.width);
   render.output = {rowSize * height, unlimited ? "render13" : "render14"};
@@ -95,8 +91,9 @@ bool ChoosePalette(Render& render, ColourMatch* match) {
     return true;
   }
   if (render.mode == kRenderPrevious) {
-    render.palette = renderPalette.get()->colours;
-    return MapPalette(*renderPalette.get()) == 0;
+    const PaletteRecord& previous = *renderer.renderPalette.get();
+    render.palette = previous.colours;
+    return MapPalette(previous) == 0;
   }
   if (render.mode == kRenderGiven && !fourBits) {
     render.local = {render.palette, render.entries};
@@ -147,41 +144,55 @@ bool RenderPixels(Render& render) {
 }  // namespace
 
 RenderSettings& Rendering() {
-  return settings;
+  return renderer.settings;
 }
 
 PaletteRecord* RenderPalette() {
-  return renderPalette.get();
+  return renderer.renderPalette.get();
 }
 
 std::int32_t StartRenderer() {
-  StopRenderer();
+  ResetRenderer();
   if (EnsureRenderPalette() && EnsureCells("render2", "render3")) return 0;
   StopRenderer();
   return 1;
 }
 
+void ResetRenderer() {
+  renderer.mapping = {};
+  renderer.exact = {};
+  if (PaletteRecord* const previous = renderer.renderPalette.get()) *previous = {{}, kPaletteSize};
+  // As new blocks are. The tree is filled and the distance table is right whatever came before.
+  const ColourCells cells = Cells();
+  if (cells.cellDistance) std::memset(cells.cellDistance, 0, kCellCount);
+  if (cells.cellIndex) std::memset(cells.cellIndex, 0, kCellCount);
+}
+
 void StopRenderer() {
-  FreeMapping();
-  renderPalette.Free();
-  ResetMapping();
+  renderer.exactTree.Free();
+  renderer.distanceTable.Free();
+  renderer.cellIndex.Free();
+  renderer.cellDistance.Free();
+  renderer.renderPalette.Free();
+  ResetRenderer();
 }
 
 TrackedBytes RenderImage(const ImageRecord& image, Palette& palette, RenderCode code,
                          std::int32_t mode, bool ordered, bool keep, std::int32_t strength) {
   if (!EnsureRenderPalette()) return {};
-  Mapping().renderAdaptive =
+  renderer.mapping.renderAdaptive =
       mode == kRenderFromImage || mode == kRenderPrevious || mode == kRenderGiven;
   if (mode == kRenderGrey && code == RenderCode::colour8) code = RenderCode::grey8;
   if (mode == kRenderGrey && code == RenderCode::colour4) code = RenderCode::grey4;
 
   Render render = {image, palette, code, mode, ordered, strength, EntryCount(mode), {}, {}, {}};
   if (mode != kRenderGiven) {
-    CopyEntries(renderPalette.get()->colours, palette, render.entries);
-    CopyEntries(renderPalette.get()->colours, render.local.colours, render.entries);
+    const Palette& previous = renderer.renderPalette.get()->colours;
+    CopyEntries(previous, palette, render.entries);
+    CopyEntries(previous, render.local.colours, render.entries);
   }
   if (!AllocateBuffers(render) || !RenderPixels(render)) return {};
-  if (keep) CopyEntries(palette, renderPalette.get()->colours, render.entries);
+  if (keep) CopyEntries(palette, renderer.renderPalette.get()->colours, render.entries);
   return std::move(render.output);
 }
 

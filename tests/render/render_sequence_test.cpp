@@ -6,6 +6,7 @@
 #include <initializer_list>
 #include <random>
 
+#include "render/renderer_state.h"
 #include "tests/render/reference_renderer.h"
 #include "tests/render/render_test_fixture.h"
 #include "tests/support/fault_injection.h"
@@ -66,7 +67,7 @@ class RenderSequences : public RenderTest, public testing::WithParamInterface<st
   /// Changes what a host may change between renders.
   void Shake(Dice& dice) {
     if (dice.Roll(8) == 0) {
-      ASSERT_EQ(StartRenderer(), 0);
+      ResetRenderer();
       plain = ReferenceRenderer();
     }
     plain.renderBits = dice.Pick({8, 8, 8, 8, 4, 4, 1, 2, 3, 5, 7, 0, 24});
@@ -77,7 +78,7 @@ class RenderSequences : public RenderTest, public testing::WithParamInterface<st
     for (auto& lock : plain.locks) {
       lock = static_cast<std::uint8_t>(locks ? dice.Pick({0, 0, 0, 0, 1, 2}) : 0);
     }
-    std::copy(plain.locks.begin(), plain.locks.end(), Mapping().entryLocks);
+    std::copy(plain.locks.begin(), plain.locks.end(), renderer.mapping.entryLocks);
   }
 
   void RenderBoth(const ImageGuard& image, const RenderCall& call) {
