@@ -5,8 +5,8 @@
 ///
 /// The tree is filled late: marking it stale costs nothing, and the first ExactIndex after that
 /// fills it from the mirror palette as it stands. From then on it follows every entry that is
-/// added. While it is stale lookups pass it over, so a palette that never asks ExactIndex while it
-/// grows or is mapped, because its threshold passes filled it, is looked up by cells alone.
+/// added. While it is stale lookups pass it over: a palette that was full before its growth came to
+/// exact colours is looked up by cells alone.
 #pragma once
 
 #include <cstdint>

@@ -11,9 +11,9 @@
 /// which came first. The exact tree is asked before the cells for this reason: a colour that is in
 /// the palette gets itself.
 ///
-/// Distances between cells come from a table of steps rather than of positions, as the distance
-/// from a cell is the same wherever it lies. They are bytes, taken one red step and two green steps
-/// further out than they are, so that 255 can stand for unknown and none is below 8.
+/// Distances between cells come from a table by steps in each channel, as they are the same
+/// wherever the cells lie. One red and two green steps more than there are count, on purpose: no
+/// distance is below 8, and growth asks for exact colours where its threshold falls below that.
 #pragma once
 
 #include <cstdint>

@@ -3,37 +3,32 @@
 /// A render is three stages, of which the grey, black and white, and packed requests need only the
 /// last:
 ///
-///     palette      fixed (fixed_palettes.h), built from the image (palette_build.h), the previous
-///        |         render's, or the caller's
-///     lookups      cells and exact tree that find a colour's palette entry (nearest.h,
-///     exact_tree.h);
-///        |         the fixed palettes have tables of their own instead
-///     pixels       error diffusion (diffusion.h, grey.h), ordered dither (ordered.h), or neither
+///     palette   fixed (fixed_palettes.h), built from the image (palette_build.h), the previous
+///               render's, or the caller's
+///     lookups   cells and exact tree, which find a colour's entry (nearest.h, exact_tree.h);
+///               the fixed palettes have tables of their own instead
+///     pixels    error diffusion (diffusion.h, grey.h), ordered dither (ordered.h), or neither
 ///
 /// The lookups are what the time goes into, and what the stages meet in. The *mirror palette* is
 /// the list of entries that lookups answer with. The *cells* hold for each of 64 x 64 x 64 colour
 /// boxes the entry to take, the *exact tree* the entry of each colour that is in the mirror as it
-/// stands. Entering a colour (AddPaletteEntry) writes all three, so a palette that is built from
+/// stands. Entering a colour (AddPaletteEntry) goes to all three, so a palette that is built from
 /// the image is mapped while it grows, and growth asks the cells which colours are still far from
 /// every entry. A palette that is there already is entered colour by colour (MapPalette).
 ///
 /// What one render leaves behind shows in the next, and files depend on it byte for byte:
 ///
-///   - RenderPalette() is replaced by a render that keeps its palette. Mode 3 renders with it; for
-///     other modes its entries fill the places of the palette that the render itself leaves open,
-///     and its `count` limits what modes 2 and 3 may use.
+///   - RenderPalette() is replaced by a render that keeps its palette. Mode 3 renders with it; in
+///     the others but 4 its entries stand where the render itself leaves the palette open. Its
+///     `count` limits what modes 2 and 3 may use.
 ///   - Mapping the palette that is mapped already does nothing: the cells keep what full searches
 ///     have put into them, and with it the answers that depend on the order of earlier pixels.
-///   - Mapping another palette fills the exact tree on the first colour, while the mirror still
-///   holds
-///     the previous palette. Colours that both have are found under their previous index, until a
-///     palette is built.
-///   - The locks of the entries, and whether locked ones count (in modes 2, 3 and 4), hold until
-///   they
-///     are set anew.
+///   - Mapping another palette fills the exact tree on its first colour, while the mirror still
+///     holds the previous palette. All colours of that one are found under their previous index
+///     until the next palette is built or mapped.
+///   - The locks of the entries hold until they are set anew.
 ///   - An exact tree that memory was refused for is not asked for again. Growth then finds no
-///   colour
-///     to be missing, and lookups go by the cells alone.
+///     colour to be missing, and lookups go by the cells alone.
 ///
 /// All of it is in one struct (renderer_state.h). ResetRenderer() forgets it, for a host that does
 /// many files and wants each to come out as if it were the first.
