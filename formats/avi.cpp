@@ -76,20 +76,28 @@ void ConvertRow(const BitmapInfo& info, const PixelTable& table, const std::uint
   }
 }
 
-/// Takes the colours of an 8-bit frame, and answers how many bytes they take.
+/// Takes the colours of an 8-bit frame into the record's palette, and answers how many bytes they
+/// take.
 std::size_t TakeColours(const BitmapInfo& info, std::span<const std::uint8_t> bytes,
-                        ImageRecord* image, PixelTable* table) {
+                        Palette* palette) {
   if (info.bits != 8) return 0;
   const std::size_t stated = std::min<std::size_t>(info.coloursUsed, bytes.size() / kTableEntry);
   const std::size_t count = std::min<std::size_t>(stated, kPaletteSize);
   for (std::size_t i = 0; i < count; ++i) {
     const std::uint8_t* entry = &bytes[i * kTableEntry];
-    table->Set(i, entry[2], entry[1], entry[0]);
-    image->palette.red[i] = entry[2];
-    image->palette.green[i] = entry[1];
-    image->palette.blue[i] = entry[0];
+    palette->red[i] = entry[2];
+    palette->green[i] = entry[1];
+    palette->blue[i] = entry[0];
   }
   return stated * kTableEntry;
+}
+
+PixelTable TableFrom(const Palette& palette) {
+  PixelTable table;
+  for (std::size_t i = 0; i < kPaletteSize; ++i) {
+    table.Set(i, palette.red[i], palette.green[i], palette.blue[i]);
+  }
+  return table;
 }
 
 }  // namespace
@@ -102,8 +110,8 @@ ImageRecord* ImageFromPackedBitmap(std::span<const std::uint8_t> bitmap) {
   if (!image) return nullptr;
   image->depth = std::uint32_t{info.planes} * info.bits;
   std::span<const std::uint8_t> rest = bitmap.subspan(info.size);
-  PixelTable table{};
-  rest = rest.subspan(TakeColours(info, rest, image.get(), &table));
+  rest = rest.subspan(TakeColours(info, rest, &image->palette));
+  const PixelTable table = TableFrom(image->palette);
   const std::uint64_t rowBytes = info.RowBytes();
   ProgressScope progress("Reading AVI", info.height, 5);
   for (std::int32_t y = info.height - 1; y >= 0 && rest.size() >= rowBytes; --y) {

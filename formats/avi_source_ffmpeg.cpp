@@ -1,5 +1,6 @@
 #include <dlfcn.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 
@@ -27,13 +28,13 @@ struct VideoLibraries {
 #define IMX_FORMAT_FUNCTIONS(X) \
   X(av_find_input_format)       \
   X(avformat_open_input)        \
-  X(avformat_find_stream_info)  \
-  X(av_find_best_stream)        \
   X(av_read_frame)              \
   X(av_seek_frame)              \
+  X(avio_size)                  \
   X(avformat_close_input)
 #define IMX_CODEC_FUNCTIONS(X)     \
   X(avcodec_find_decoder)          \
+  X(avcodec_descriptor_get)        \
   X(avcodec_alloc_context3)        \
   X(avcodec_parameters_to_context) \
   X(avcodec_open2)                 \
@@ -94,7 +95,46 @@ const VideoLibraries& Video() {
 }
 
 constexpr std::uint32_t kInfoSize = 40;
-constexpr std::uint32_t kTableSize = 256 * 4;
+constexpr std::size_t kTableEntry = 4;
+
+/// No coding makes more pixels of a byte: a blank run-length frame comes near it.
+constexpr std::uint64_t kMostPixelsForByte = 65536;
+
+/// Which frame each decoded picture is. Packets are numbered in the order of coding, pictures come
+/// out in the order of display: each takes the lowest number that is left.
+class FrameNumbers {
+ public:
+  explicit FrameNumbers(bool reordered) : reordered_(reordered) {}
+
+  void Sent(std::int64_t number) {
+    if (!reordered_) size_ = given_ = 0;
+    if (size_ == kWindow) {
+      // What has not come out by now never will: a frame that leans on one before a jump.
+      if (shown_[0] && given_ > 0) --given_;
+      std::copy(numbers_ + 1, numbers_ + size_, numbers_);
+      std::copy(shown_ + 1, shown_ + size_, shown_);
+      --size_;
+    }
+    numbers_[size_] = number;
+    shown_[size_++] = false;
+  }
+
+  /// The number of the picture whose packet was `packet`.
+  std::int64_t Take(std::int64_t packet) {
+    for (std::size_t i = 0; i < size_; ++i) shown_[i] = shown_[i] || numbers_[i] == packet;
+    return given_ < size_ ? numbers_[given_++] : packet;
+  }
+
+  /// No coding delays a picture by more packets.
+  static constexpr std::size_t kWindow = 32;
+
+ private:
+  bool reordered_;
+  std::int64_t numbers_[kWindow] = {};  // of the last packets, ascending
+  bool shown_[kWindow] = {};            // their pictures came out
+  std::size_t size_ = 0;
+  std::size_t given_ = 0;  // numbers that pictures have taken
+};
 
 }  // namespace
 
@@ -110,12 +150,30 @@ struct AviStream {
 
 namespace {
 
-/// Frames are numbered by their time stamps, whose unit in AVI files is one frame.
-std::int64_t FrameIndex(const AviStream& avi, const AVFrame& frame, std::int64_t fallback) {
-  const std::int64_t stamp = frame.best_effort_timestamp;
-  if (stamp == AV_NOPTS_VALUE) return fallback;
-  const std::int64_t start = avi.stream->start_time == AV_NOPTS_VALUE ? 0 : avi.stream->start_time;
-  return stamp - start;
+AVStream* FirstVideo(const AVFormatContext& container) {
+  for (unsigned i = 0; i < container.nb_streams; ++i) {
+    AVStream* const stream = container.streams[i];
+    if (stream->codecpar->codec_type == AVMEDIA_TYPE_VIDEO) return stream;
+  }
+  return nullptr;
+}
+
+bool IsReordered(const AviStream& avi) {
+  const AVCodecDescriptor* const codec =
+      Video().avcodec_descriptor_get(avi.stream->codecpar->codec_id);
+  return codec && (codec->props & AV_CODEC_PROP_REORDER) != 0;
+}
+
+/// Holds the decoder to the size that the file states, and that to what a file of `fileSize` bytes
+/// can hold.
+bool BoundPixels(AviStream* avi, std::uint64_t fileSize) {
+  constexpr std::int64_t kEdge = 256;  // decoders round sides up and add edges
+  const AVCodecParameters& stated = *avi->stream->codecpar;
+  if (stated.width < 1 || stated.height < 1) return false;
+  const std::int64_t pixels = std::int64_t{stated.width} * stated.height;
+  if (static_cast<std::uint64_t>(pixels) / kMostPixelsForByte > fileSize) return false;
+  avi->decoder->max_pixels = (stated.width + kEdge) * (stated.height + kEdge);
+  return true;
 }
 
 bool Open(const char* path, AviStream* avi) {
@@ -126,11 +184,8 @@ bool Open(const char* path, AviStream* avi) {
   if (!format || video.avformat_open_input(&avi->container, url.c_str(), format, nullptr) < 0) {
     return false;
   }
-  if (video.avformat_find_stream_info(avi->container, nullptr) < 0) return false;
-  const int index =
-      video.av_find_best_stream(avi->container, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
-  if (index < 0) return false;
-  avi->stream = avi->container->streams[index];
+  avi->stream = FirstVideo(*avi->container);
+  if (!avi->stream) return false;
   const AVCodec* codec = video.avcodec_find_decoder(avi->stream->codecpar->codec_id);
   if (!codec) return false;
   avi->decoder = video.avcodec_alloc_context3(codec);
@@ -138,7 +193,9 @@ bool Open(const char* path, AviStream* avi) {
   avi->frame = video.av_frame_alloc();
   avi->wanted = video.av_frame_alloc();
   if (!avi->decoder || !avi->packet || !avi->frame || !avi->wanted) return false;
+  const std::int64_t fileSize = video.avio_size(avi->container->pb);
   return video.avcodec_parameters_to_context(avi->decoder, avi->stream->codecpar) >= 0 &&
+         BoundPixels(avi, fileSize > 0 ? static_cast<std::uint64_t>(fileSize) : 0) &&
          video.avcodec_open2(avi->decoder, codec, nullptr) >= 0;
 }
 
@@ -148,11 +205,11 @@ std::int32_t CountFrames(const AviStream& avi) {
   return stated > 0 && stated <= INT32_MAX ? static_cast<std::int32_t>(stated) : 0;
 }
 
-/// Takes what the decoder has ready. False once a frame past `index` has been seen.
-bool DrainDecoder(AviStream* avi, std::int64_t index, std::int64_t* count, bool* found) {
+/// Takes what the decoder has ready. False once frame `index`, or one past it, has been seen.
+bool DrainDecoder(AviStream* avi, std::int64_t index, FrameNumbers* numbers, bool* found) {
   const VideoLibraries& video = Video();
   while (video.avcodec_receive_frame(avi->decoder, avi->frame) >= 0) {
-    const std::int64_t at = FrameIndex(*avi, *avi->frame, (*count)++);
+    const std::int64_t at = numbers->Take(avi->frame->pts);
     if (at > index) return false;
     video.av_frame_unref(avi->wanted);
     video.av_frame_move_ref(avi->wanted, avi->frame);
@@ -162,25 +219,49 @@ bool DrainDecoder(AviStream* avi, std::int64_t index, std::int64_t* count, bool*
   return true;
 }
 
+/// Whether the packet is a frame that the decoder should see. The decoders for plain frames show
+/// memory of their own in place of what a short one lacks.
+bool IsFrame(const AviStream& avi) {
+  const AVCodecParameters& stated = *avi.stream->codecpar;
+  if (avi.packet->stream_index != avi.stream->index || avi.packet->size <= 0) return false;
+  if (stated.codec_id != AV_CODEC_ID_RAWVIDEO) return true;
+  const std::int64_t bits = std::int64_t{stated.width} * stated.bits_per_coded_sample;
+  return avi.packet->size >= (bits + 7) / 8 * stated.height;
+}
+
 /// Decodes from the position in the stream up to frame `index`. A dropped frame repeats the one
 /// before.
 bool DecodeUpTo(AviStream* avi, std::int64_t index) {
   const VideoLibraries& video = Video();
-  std::int64_t count = 0;
+  FrameNumbers numbers(IsReordered(*avi));
+  std::int64_t next = 0;
   bool found = false;
   bool more = true;
   while (more && video.av_read_frame(avi->container, avi->packet) >= 0) {
-    if (avi->packet->stream_index == avi->stream->index) {
+    if (IsFrame(*avi)) {
+      if (avi->packet->dts != AV_NOPTS_VALUE) next = avi->packet->dts;
+      numbers.Sent(next);
+      avi->packet->pts = next++;
       video.avcodec_send_packet(avi->decoder, avi->packet);
-      more = DrainDecoder(avi, index, &count, &found);
+      more = DrainDecoder(avi, index, &numbers, &found);
     }
     video.av_packet_unref(avi->packet);
   }
   if (more) {
     video.avcodec_send_packet(avi->decoder, nullptr);
-    DrainDecoder(avi, index, &count, &found);
+    DrainDecoder(avi, index, &numbers, &found);
   }
   return found;
+}
+
+/// Goes to a whole frame from which `index` can be reached.
+void SeekBefore(AviStream* avi, std::int64_t index) {
+  // Palettes come with the first packet, or where they change, and a jump would pass them over.
+  if (avi->stream->codecpar->bits_per_coded_sample <= 8) return;
+  // Behind a jump it takes some frames until the numbers are right again.
+  if (IsReordered(*avi)) index -= 2 * static_cast<std::int64_t>(FrameNumbers::kWindow);
+  if (index <= 0) return;
+  Video().av_seek_frame(avi->container, avi->stream->index, index, AVSEEK_FLAG_BACKWARD);
 }
 
 /// How a decoded frame is packed: as it is where bitmaps know its form, else as 24 bits.
@@ -190,9 +271,16 @@ struct Packing {
   std::uint32_t coloursUsed;
 };
 
-Packing PackingFor(int format) {
-  if (format == AV_PIX_FMT_PAL8) return {AV_PIX_FMT_PAL8, 8, 256};
-  if (format == AV_PIX_FMT_RGB555LE) return {AV_PIX_FMT_RGB555LE, 16, 0};
+/// Colours up to the last one that the file gives: only those are opaque.
+std::uint32_t ColoursGiven(const std::uint8_t* palette) {
+  std::uint32_t count = 256;
+  while (count > 0 && palette[kTableEntry * count - 1] == 0) --count;
+  return count;
+}
+
+Packing PackingFor(const AVFrame& frame) {
+  if (frame.format == AV_PIX_FMT_PAL8) return {AV_PIX_FMT_PAL8, 8, ColoursGiven(frame.data[1])};
+  if (frame.format == AV_PIX_FMT_RGB555LE) return {AV_PIX_FMT_RGB555LE, 16, 0};
   return {AV_PIX_FMT_BGR24, 24, 0};
 }
 
@@ -237,11 +325,11 @@ bool PackRows(const AVFrame& frame, const Packing& packing, std::size_t rowBytes
 
 std::span<const std::uint8_t> Pack(AviStream* avi, const AVFrame& frame) {
   if (frame.width < 1 || frame.height < 1) return {};
-  const Packing packing = PackingFor(frame.format);
+  const Packing packing = PackingFor(frame);
   const std::uint64_t rowBytes =
       (std::uint64_t{packing.bits} * static_cast<std::uint32_t>(frame.width) + 31) / 32 * 4;
   const std::uint64_t imageSize = rowBytes * static_cast<std::uint32_t>(frame.height);
-  const std::uint32_t tableSize = packing.coloursUsed ? kTableSize : 0;
+  const std::size_t tableSize = kTableEntry * packing.coloursUsed;
   if (rowBytes > INT32_MAX || imageSize > UINT32_MAX) return {};
   // The scaler may touch a few bytes past the last row.
   TrackedBytes bitmap(kInfoSize + tableSize + imageSize + 64, "avi2");
@@ -257,13 +345,18 @@ std::span<const std::uint8_t> Pack(AviStream* avi, const AVFrame& frame) {
   return {avi->bitmap, size};
 }
 
-void Release(AviStream& avi) {
+/// Gives back what the libraries hold.
+void EndDecoding(AviStream& avi) {
   const VideoLibraries& video = Video();
   if (avi.frame) video.av_frame_free(&avi.frame);
   if (avi.wanted) video.av_frame_free(&avi.wanted);
   if (avi.packet) video.av_packet_free(&avi.packet);
   if (avi.decoder) video.avcodec_free_context(&avi.decoder);
   if (avi.container) video.avformat_close_input(&avi.container);
+}
+
+void Release(AviStream& avi) {
+  EndDecoding(avi);
   if (avi.bitmap) FreeMem(avi.bitmap);
 }
 
@@ -290,12 +383,19 @@ AviStream* OpenAviStream(const char* path, AviInfo* info) {
 
 std::span<const std::uint8_t> AviFrame(AviStream* stream, std::int32_t index) {
   if (index >= CountFrames(*stream)) return {};
-  // Palettes come with the first packet, or where they change, and a jump would pass them over.
-  if (stream->stream->codecpar->format != AV_PIX_FMT_PAL8) {
-    Video().av_seek_frame(stream->container, stream->stream->index, index, AVSEEK_FLAG_BACKWARD);
-  }
+  const AVCodecParameters& stated = *stream->stream->codecpar;
+  // What the libraries take counts like the library's own memory while they work: two frames, or
+  // those that others lean on.
+  const std::uint64_t bytesForPixel = IsReordered(*stream) ? 8 : 4;
+  const TrackedBytes theirs(bytesForPixel * static_cast<std::uint32_t>(stated.width) *
+                                static_cast<std::uint32_t>(stated.height),
+                            "avi3");
+  if (!theirs) return {};
+  SeekBefore(stream, index);
   if (!DecodeUpTo(stream, index)) return {};
-  return Pack(stream, *stream->wanted);
+  const std::span<const std::uint8_t> bitmap = Pack(stream, *stream->wanted);
+  EndDecoding(*stream);
+  return bitmap;
 }
 
 void CloseAviStream(AviStream* stream) {

@@ -3,6 +3,9 @@
 #include <vfw.h>
 #include <windows.h>
 
+#include <algorithm>
+#include <cstring>
+
 #include "formats/avi_source.h"
 #include "imagelib/guards.h"
 
@@ -12,12 +15,15 @@ struct AviStream {
   PAVIFILE file;
   PAVISTREAM stream;
   PGETFRAME frames;
+  std::int32_t frameCount;
+  std::uint8_t* bitmap;  // tracked
 };
 
 namespace {
 
 /// Releases what has been opened so far, last first.
 void Release(const AviStream& avi) {
+  if (avi.bitmap) FreeMem(avi.bitmap);
   if (avi.frames) AVIStreamGetFrameClose(avi.frames);
   if (avi.stream) AVIStreamRelease(avi.stream);
   if (avi.file) AVIFileRelease(avi.file);
@@ -30,12 +36,100 @@ bool Open(const char* path, AviStream* avi, AVISTREAMINFOA* info) {
          AVIStreamInfoA(avi->stream, info, sizeof *info) == AVIERR_OK;
 }
 
-/// The size of a bitmap that the system itself packed.
-std::size_t PackedSize(const BITMAPINFOHEADER& header) {
-  const std::size_t rowBytes =
-      (static_cast<std::size_t>(header.biWidth) * header.biBitCount + 31) / 32 * 4;
-  const std::size_t colours = header.biBitCount == 8 ? header.biClrUsed * sizeof(RGBQUAD) : 0;
-  return header.biSize + colours + rowBytes * static_cast<std::size_t>(header.biHeight);
+/// A frame's format, as the file has it: a header that states sizes, and the bytes that came.
+struct Format {
+  TrackedBytes bytes;
+  BITMAPINFOHEADER header = {};
+
+  bool Read(const AviStream& avi, std::int32_t index) {
+    LONG size = 0;
+    if (AVIStreamReadFormat(avi.stream, index, nullptr, &size) != AVIERR_OK) return false;
+    if (size < static_cast<LONG>(sizeof header)) return false;
+    bytes = TrackedBytes(static_cast<std::uint32_t>(size), "avi3");
+    if (!bytes) return false;
+    if (AVIStreamReadFormat(avi.stream, index, bytes.data(), &size) != AVIERR_OK) return false;
+    std::memcpy(&header, bytes.data(), sizeof header);
+    return true;
+  }
+
+  std::size_t ColoursHeld() const { return (bytes.size() - header.biSize) / sizeof(RGBQUAD); }
+
+  /// The system's decoders take the header at its word.
+  bool IsSound() const {
+    constexpr std::int64_t kMostBytes = INT32_MAX;
+    if (header.biSize < sizeof header || header.biSize > bytes.size()) return false;
+    if (header.biHeight < 0) {
+      LibError("AVI loader: frames that are stored from the top down cannot be read here");
+      return false;
+    }
+    return header.biWidth > 0 && header.biHeight > 0 &&
+           header.biWidth <= kMostBytes / sizeof(RGBQUAD) / header.biHeight;
+  }
+};
+
+/// The packed bitmap of a frame that is stored as it is, from the bytes that came.
+std::span<const std::uint8_t> PlainFrame(AviStream& avi, const Format& format, std::int32_t index) {
+  // A dropped frame is an empty one, and repeats the one before.
+  index = AVIStreamFindSample(avi.stream, index, FIND_ANY | FIND_PREV);
+  LONG size = 0;
+  if (index < 0 || AVIStreamRead(avi.stream, index, 1, nullptr, 0, &size, nullptr) != AVIERR_OK) {
+    return {};
+  }
+  if (size <= 0) return {};
+  BITMAPINFOHEADER header = format.header;
+  const std::size_t held = header.biBitCount == 8 ? format.ColoursHeld() : 0;
+  if (header.biClrUsed == 0 || header.biClrUsed > held) {
+    header.biClrUsed = static_cast<DWORD>(std::min<std::size_t>(held, 256));
+  }
+  header.biSize = sizeof header;
+  const std::size_t colours = header.biClrUsed * sizeof(RGBQUAD);
+  TrackedBytes bitmap(sizeof header + colours + static_cast<std::uint32_t>(size), "avi2");
+  if (!bitmap) return {};
+  std::memcpy(bitmap.data(), &header, sizeof header);
+  std::memcpy(bitmap.data() + sizeof header, format.bytes.data() + format.header.biSize, colours);
+  std::uint8_t* const rows = bitmap.data() + sizeof header + colours;
+  if (AVIStreamRead(avi.stream, index, 1, rows, size, &size, nullptr) != AVIERR_OK) return {};
+  const std::size_t whole = bitmap.size();
+  avi.bitmap = bitmap.release();
+  return {avi.bitmap, whole};
+}
+
+/// Bytes from `data` on that can be read.
+std::size_t ReadableBytes(const void* data) {
+  constexpr DWORD kReadable = PAGE_READONLY | PAGE_READWRITE | PAGE_WRITECOPY;
+  const auto* const start = static_cast<const std::uint8_t*>(data);
+  const std::uint8_t* end = start;
+  MEMORY_BASIC_INFORMATION region = {};
+  while (VirtualQuery(end, &region, sizeof region) == sizeof region && region.State == MEM_COMMIT &&
+         (region.Protect & kReadable) != 0) {
+    end = static_cast<const std::uint8_t*>(region.BaseAddress) + region.RegionSize;
+  }
+  return static_cast<std::size_t>(end - start);
+}
+
+/// The packed bitmap that the system's decoder makes. Empty when it is not of the stream's size or
+/// not all there.
+std::span<const std::uint8_t> DecodedFrame(AviStream& avi, const Format& format,
+                                           std::int32_t index) {
+  if (!avi.frames) avi.frames = AVIStreamGetFrameOpen(avi.stream, nullptr);
+  if (!avi.frames) return {};
+  const void* const frame = AVIStreamGetFrame(avi.frames, index);
+  if (!frame) return {};
+  const std::size_t held = ReadableBytes(frame);
+  BITMAPINFOHEADER header = {};
+  if (held < sizeof header) return {};
+  std::memcpy(&header, frame, sizeof header);
+  if (header.biWidth != format.header.biWidth || header.biHeight != format.header.biHeight) {
+    return {};
+  }
+  const std::uint64_t rowBytes =
+      (std::uint64_t{header.biBitCount} * static_cast<std::uint32_t>(header.biWidth) + 31) / 32 * 4;
+  const std::uint64_t colours =
+      header.biBitCount == 8 ? std::uint64_t{header.biClrUsed} * sizeof(RGBQUAD) : 0;
+  const std::uint64_t stated =
+      header.biSize + colours + rowBytes * static_cast<std::uint32_t>(header.biHeight);
+  if (stated > held) return {};
+  return {static_cast<const std::uint8_t*>(frame), static_cast<std::size_t>(stated)};
 }
 
 }  // namespace
@@ -56,18 +150,17 @@ AviStream* OpenAviStream(const char* path, AviInfo* info) {
   }
   info->frames = static_cast<std::int32_t>(streamInfo.dwLength);
   CopyTextCut(info->name, {streamInfo.szName, sizeof streamInfo.szName});
+  avi.frameCount = info->frames;
   held[0] = avi;
   return held.release();
 }
 
 std::span<const std::uint8_t> AviFrame(AviStream* stream, std::int32_t index) {
-  if (!stream->frames) stream->frames = AVIStreamGetFrameOpen(stream->stream, nullptr);
-  if (!stream->frames) return {};
-  const void* frame = AVIStreamGetFrame(stream->frames, index);
-  if (!frame) return {};
-  const auto* header = static_cast<const BITMAPINFOHEADER*>(frame);
-  if (header->biWidth < 1 || header->biHeight < 1) return {};
-  return {static_cast<const std::uint8_t*>(frame), PackedSize(*header)};
+  if (index >= stream->frameCount) return {};
+  Format format;
+  if (!format.Read(*stream, index) || !format.IsSound()) return {};
+  return format.header.biCompression == BI_RGB ? PlainFrame(*stream, format, index)
+                                               : DecodedFrame(*stream, format, index);
 }
 
 void CloseAviStream(AviStream* stream) {

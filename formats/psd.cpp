@@ -181,9 +181,11 @@ void CmykToRgb(std::uint8_t* pixel) {
   pixel[3] = 0;
 }
 
-/// Turns what the first channels left in each pixel into red, green and blue.
-void FinishColours(const PsdHeader& h, const Palette& palette, ImageRecord* image) {
-  for (std::int32_t y = 0; y < h.height; ++y) {
+/// Turns what the first channels left in each pixel of the first `rows` rows into red, green and
+/// blue.
+void FinishColours(const PsdHeader& h, const Palette& palette, std::int32_t rows,
+                   ImageRecord* image) {
+  for (std::int32_t y = 0; y < rows; ++y) {
     std::uint8_t* pixel = PixelRow(*image, y);
     for (std::int32_t x = 0; x < h.width; ++x, pixel += 4) {
       if (h.mode == Mode::cmyk) {
@@ -200,12 +202,14 @@ void FinishColours(const PsdHeader& h, const Palette& palette, ImageRecord* imag
   }
 }
 
-/// Reads one channel into byte `place` of the pixels.
-Rows ReadChannel(ChannelReader& reader, std::int32_t channel, int place, ImageRecord* image) {
+/// Reads one channel into byte `place` of the pixels; `rows` counts the rows that any channel has.
+Rows ReadChannel(ChannelReader& reader, std::int32_t channel, int place, std::int32_t* rows,
+                 ImageRecord* image) {
   const PsdHeader& h = reader.header;
   for (std::int32_t y = 0; y < h.height; ++y) {
     if (ProgressUpdateAbort(channel * h.height + y) != 0) return Rows::stopped;
     const bool whole = reader.ReadRow();
+    *rows = std::max(*rows, y + 1);
     std::uint8_t* pixels = PixelRow(*image, y);
     if (h.mode == Mode::bitmap) {
       StoreBitmapRow(reader.row, h, pixels);
@@ -221,11 +225,14 @@ void ReadPicture(ChannelReader& reader, const Palette& palette, ImageRecord* ima
   const PsdHeader& h = reader.header;
   ProgressScope progress("Loading Photoshop Picture", h.ChannelsRead() * h.height, 5);
   Rows end = Rows::done;
+  std::int32_t rows = 0;
   for (std::int32_t c = 0; c < h.ColourChannels() && end == Rows::done; ++c) {
-    end = ReadChannel(reader, c, c, image);
+    end = ReadChannel(reader, c, c, &rows, image);
   }
-  if (h.mode != Mode::rgb && h.mode != Mode::bitmap) FinishColours(h, palette, image);
-  if (h.HasAlpha() && end == Rows::done) end = ReadChannel(reader, h.ColourChannels(), 3, image);
+  if (h.mode != Mode::rgb && h.mode != Mode::bitmap) FinishColours(h, palette, rows, image);
+  if (h.HasAlpha() && end == Rows::done) {
+    end = ReadChannel(reader, h.ColourChannels(), 3, &rows, image);
+  }
   if (end == Rows::ended) Fail("could not read a scan line");
 }
 

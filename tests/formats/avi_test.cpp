@@ -1,6 +1,9 @@
 #include "formats/avi.h"
 
+#include <algorithm>
+
 #include "formats/avi_source.h"
+#include "imagelib/byte_order.h"
 #include "tests/formats/format_test.h"
 #include "tests/formats/station_builder.h"
 
@@ -20,9 +23,12 @@ class PackedBitmapTest : public LibraryTest {
 // Beyond what the files below show: fewer colours than indices, none, and a depth that is not read.
 TEST_F(PackedBitmapTest, OddBitmaps) {
   const Bytes indexed = {1, 2, 3, 0, 4, 5, 6, 0, 1, 0, 1, 200};
+  const Rgba index1 = {0, 0, 85, 0}, index3 = {0, 0, 255, 0}, index200 = {255, 72, 0, 0};
   EXPECT_THAT(Loaded({4, 1, 8, 2}, indexed),
-              ElementsAre(Rgba{6, 5, 4, 0}, Rgba{3, 2, 1, 0}, Rgba{6, 5, 4, 0}, Rgba{0, 0, 0, 0}));
-  EXPECT_THAT(Loaded({4, 1, 8, 0}, indexed), Each(Rgba{0, 0, 0, 0})) << "no colours are stated";
+              ElementsAre(Rgba{6, 5, 4, 0}, Rgba{3, 2, 1, 0}, Rgba{6, 5, 4, 0}, index200));
+  EXPECT_THAT(Loaded({4, 1, 8, 0}, indexed),
+              ElementsAre(index1, Rgba{0, 0, 170, 0}, index3, Rgba{0, 0, 0, 0}))
+      << "no colours are stated: the default palette";
   EXPECT_THAT(Loaded({1, 1, 32}, {1, 2, 3, 4}), ElementsAre(Rgba{0, 0, 0, 0})) << "not read";
 }
 
@@ -81,12 +87,59 @@ TEST_F(AviTest, Frames) {
   EXPECT_THAT(host.errors, ElementsAre());
 }
 
+/// The file with another number in its stream's bitmap header.
+Bytes WithFormatField(const Bytes& file, std::size_t offset, std::uint32_t value) {
+  const std::string_view name = "strf";
+  const auto found = std::search(file.begin(), file.end(), name.begin(), name.end());
+  Bytes changed = file;
+  StoreU32(&changed[static_cast<std::size_t>(found - file.begin()) + 8 + offset], value,
+           ByteOrder::little);
+  return changed;
+}
+
+constexpr std::size_t kSize = 0, kWidth = 4, kHeight = 8, kColours = 32;
+
 TEST_F(AviTest, DamagedFiles) {
   const Bytes file = ReadFile(folder + "raw8.avi");
   EXPECT_FALSE(Load(temp.Write("in.avi", Bytes(300, 0)), 0));
   for (std::size_t size = 0; size < file.size(); size += 64) {
     Load(temp.Write("in.avi", Part(file, 0, size)), 0);
     if (HasFailure()) FAIL() << size;
+  }
+}
+
+TEST_F(AviTest, SizesThatTheFileDoesNotHold) {
+  const std::pair<std::size_t, std::uint32_t> fields[] = {
+      {kWidth, 3000},  {kWidth, 1u << 30},    {kHeight, 4000},     {kHeight, 400000},
+      {kSize, 100000}, {kSize, 0x7FFFFFF0},   {kSize, 0xFFFFFFEC}, {kColours, 100000},
+      {kColours, 2},   {kColours, UINT32_MAX}};
+  for (const char* name : {"raw8.avi", "raw16.avi", "raw24.avi", "cinepak.avi", "msvideo1.avi"}) {
+    const Bytes file = ReadFile(folder + name);
+    for (const auto& [offset, value] : fields) {
+      SCOPED_TRACE(testing::Message() << name << " " << offset << " " << value);
+      SetImageCeiling(64 << 20);
+      const ImageGuard image = Load(temp.Write("in.avi", WithFormatField(file, offset, value)), 3);
+      if (!image || name[0] != 'r') continue;
+      const Palette& colours = image->palette;
+      const Rgba first = {colours.red[0], colours.green[0], colours.blue[0], 0};
+      std::size_t drawn = 0;
+      for (const Rgba& pixel : Pixels(image)) {
+        if (pixel != Rgba{0, 0, 0, 0} && pixel != first) ++drawn;
+      }
+      EXPECT_LE(drawn, 64u) << "memory that is not the file's";
+    }
+  }
+}
+
+TEST_F(AviTest, TopDownFramesAreReadOrRefusedWithWords) {
+  const Bytes file = ReadFile(folder + "raw24.avi");
+  const ImageGuard image =
+      Load(temp.Write("in.avi", WithFormatField(file, kHeight, 0xFFFFFFFC)), 2);
+  if (image) {
+    EXPECT_EQ(PixelAt(*image, 0, 0), (Rgba{80, 200, 16, 0}));
+    EXPECT_EQ(PixelAt(*image, 5, 3), (Rgba{80, 48, 240, 0}));
+  } else {
+    EXPECT_THAT(host.errors, ElementsAre(testing::HasSubstr("top down")));
   }
 }
 

@@ -1,5 +1,6 @@
-// FLIC frames as FFmpeg decodes them, elevations as GDAL does.
+// FLIC frames as FFmpeg decodes them, AVI frames as it wrote them, elevations as GDAL does.
 
+#include "formats/avi.h"
 #include "formats/dem.h"
 #include "formats/flic.h"
 #include "tests/formats/reference_decoders.h"
@@ -58,6 +59,28 @@ TEST_F(SequenceReferenceDecoderTest, FfmpegPlaysFlics) {
       for (std::size_t i = 0; i < kFrame; ++i) {
         ASSERT_EQ(ours[i] & film.mask, frames[k * kFrame + i] & film.mask) << k << " " << i;
       }
+    }
+  }
+}
+
+// Frame n has the brightness 16 + 2 n; frames are coded in another order than they are shown. A
+// second, larger stream does not count.
+TEST_F(SequenceReferenceDecoderTest, FfmpegReordersAviFrames) {
+  constexpr int kFrames = 110;
+  for (const std::string codec :
+       {"mpeg4 -bf 2 -g 12", "libx264 -preset ultrafast -bf 2 -x264-params open-gop=1:keyint=15"}) {
+    SCOPED_TRACE(codec);
+    const std::string path = temp.file("in.avi");
+    OutputOf(SplitAtSpaces(
+        "ffmpeg -v error -y -f lavfi -i color=black:s=32x32,format=yuv420p,geq=lum=16+2*N:cb=128:"
+        "cr=128 -f lavfi -i color=red:s=64x64 -map 0 -map 1 -frames:v " +
+        std::to_string(kFrames) + " -threads 1 -qmin 1 -qmax 2 -c:v " + codec + " " + path));
+    for (const int frame : {0, 1, 2, 98, 99, 107}) {
+      Sequence().chosenFrame = frame;
+      const ImageGuard image(LoadAviFrame(path.c_str()));
+      ASSERT_TRUE(image) << frame;
+      EXPECT_EQ(image->width, 32);
+      EXPECT_NEAR(PixelAt(*image, 9, 9).g, frame * 2 * 255.0 / 219, 1.2) << frame;
     }
   }
 }
