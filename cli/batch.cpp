@@ -1,31 +1,17 @@
 #include "cli/batch.h"
 
-#include <set>
+#include <map>
 
+#include "cli/console.h"
 #include "cli/host.h"
 #include "cli/processes.h"
 #include "imagelib/host.h"
+#include "imagelib/system_files.h"
 #include "imagelib/text.h"
+#include "imagelib/unfinished_files.h"
 
 namespace imx {
-namespace {
-
-/// The operands that do not take the place of another one's output; the others are reported.
-std::vector<std::string> WithoutClashes(const Request& request) {
-  std::set<std::string> outputs;
-  std::vector<std::string> inputs;
-  for (const std::string& input : request.operands) {
-    const std::string output = BatchOutput(request, input);
-    if (outputs.insert(output).second) {
-      inputs.push_back(input);
-    } else {
-      ReportFailure(input, "its output " + output + " is that of another input");
-    }
-  }
-  return inputs;
-}
-
-}  // namespace
+namespace {}  // namespace
 
 std::string BatchOutput(const Request& request, const std::string& input) {
   const std::string name(PathFileName(input));
@@ -33,25 +19,55 @@ std::string BatchOutput(const Request& request, const std::string& input) {
   return request.outputFolder + "/" + base + "." + request.type;
 }
 
+std::string FindBatchFault(const Request& request) {
+  std::map<std::string, std::string> inputs, outputs;
+  for (const std::string& input : request.operands) inputs.emplace(FileIdentity(input), input);
+  for (const ImageStep& step : request.steps) {
+    if (!step.file.empty()) inputs.emplace(FileIdentity(step.file), step.file);
+  }
+  for (const std::string& input : request.operands) {
+    const std::string output = BatchOutput(request, input);
+    const std::string identity = FileIdentity(output);
+    if (const auto found = inputs.find(identity); found != inputs.end()) {
+      return "the output " + output + " of " + input + " is the input " + found->second;
+    }
+    const auto [first, isNew] = outputs.emplace(identity, input);
+    if (!isNew) return first->second + " and " + input + " have the same output " + output;
+  }
+  return {};
+}
+
 int ConvertBatch(const Request& request) {
-  const std::vector<std::string> inputs = WithoutClashes(request);
-  bool all = inputs.size() == request.operands.size();
+  const std::vector<std::string>& inputs = request.operands;
   const auto argumentsOf = [&](std::size_t i) {
     std::vector<std::string> arguments = {"convert"};
     arguments.insert(arguments.end(), request.options.begin(), request.options.end());
     // The bar counts files, so the copies show none.
-    arguments.insert(arguments.end(), {"--quiet", "--jobs", "1", "--", inputs[i]});
+    arguments.insert(arguments.end(), {"--quiet", "--part-of-batch", "--", inputs[i]});
     return arguments;
   };
+  bool all = true;
   std::int32_t done = 0;
+  int leftOut = 0;
+  RemoveLeftovers(request.outputFolder);
   ProgressBegin("Converting", static_cast<std::int32_t>(inputs.size()), 1);
   RunCopies(inputs.size(), request.jobs.value_or(ProcessorCount()), argumentsOf,
             [&](std::size_t i, int status) {
-              if (status < 0) ReportFailure(inputs[i], "its conversion ended unexpectedly");
+              if (status < 0 && Interrupted()) {
+                ++leftOut;
+              } else if (status < 0) {
+                ReportFailure(inputs[i], "its conversion ended unexpectedly");
+              }
               all = all && status == kDone;
               ProgressUpdate(++done);
             });
   ProgressEnd();
+  if (leftOut > 0) ReportFailure({}, "interrupted: " + std::to_string(leftOut) + " not converted");
+  std::string reason;
+  if (request.sync && !SyncFolder(request.outputFolder, &reason)) {
+    ReportFailure(request.outputFolder, reason);
+    all = false;
+  }
   return all ? kDone : kFailed;
 }
 

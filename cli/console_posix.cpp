@@ -4,12 +4,14 @@
 #include <initializer_list>
 
 #include "cli/console.h"
+#include "cli/processes.h"
 #include "imagelib/temporary_file.h"
 
 namespace imx {
 namespace {
 
 extern "C" void CleanUpAndEnd(int signal) {
+  EndCopies(signal);
   RemoveTemporaryFiles();
   std::signal(signal, SIG_DFL);
   std::raise(signal);  // takes effect when this handler returns
@@ -28,6 +30,7 @@ void HandleInterrupts() {
     if (std::signal(signal, CleanUpAndEnd) == SIG_IGN) std::signal(signal, SIG_IGN);
   }
   std::signal(SIGXFSZ, SIG_IGN);
+  std::signal(SIGCHLD, SIG_DFL);
 }
 
 bool Interrupted() {

@@ -65,10 +65,11 @@ void SetTexts(const Request& request, ImageRecord& image) {
 }
 
 /// Saves to a file or, for "-", to standard output. False on failure, which has been reported.
-bool SaveOutput(const std::string& output, ImageRecord& image) {
+bool SaveOutput(const std::string& output, const Request& request, ImageRecord& image) {
   FileScope scope(output);
+  const SaveCare care = {request.sync, !request.partOfBatch};
   const SaveResult result =
-      output == "-" ? SaveImageToStream(stdout, &image) : SaveImageSafely(output, &image);
+      output == "-" ? SaveImageToStream(stdout, &image) : SaveImageSafely(output, &image, care);
   const std::string errors = scope.TakeErrors();
   if (result.saved) {
     if (!errors.empty()) ReportFailure(output, errors);
@@ -107,7 +108,7 @@ int Convert(const Request& request, const Conversion& conversion) {
   if (!image || !ApplySteps(request, conversion.input, &image)) return kFailed;
   SetTexts(request, *image);
   SetOutputOptions(request, conversion, *image);
-  return SaveOutput(conversion.output, *image) ? kDone : kFailed;
+  return SaveOutput(conversion.output, request, *image) ? kDone : kFailed;
 }
 
 /// What contradicts itself in the command line; empty when nothing does.
@@ -140,6 +141,8 @@ int RunConvert(const Request& request) {
     ReportFailure(request.outputFolder, "is not a directory");
     return kFailed;
   }
+  if (toFolder && !request.partOfBatch) fault = FindBatchFault(request);
+  if (!fault.empty()) return UsageError("convert", fault);
   if (toFolder && request.operands.size() > 1) return ConvertBatch(request);
   return ReportingOutOfMemory(input, [&] { return Convert(request, {input, output, row}); });
 }

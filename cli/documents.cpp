@@ -17,7 +17,9 @@ constexpr const char* kSummary = "load, show and convert raster images";
 constexpr const char* kNotes =
     "\"-\" stands for standard input or output. The exit status is 0 when everything was done, 1 "
     "when a file could not be loaded, changed or saved, 2 for a usage error. OUTPUT is replaced "
-    "only by a whole new file.";
+    "only by a whole new file; other hard links of the old one keep what it held. With -o no "
+    "output "
+    "may be an input or that of two inputs.";
 
 /// `text` broken between words; every line but the first is indented.
 std::string Wrapped(std::string_view text, std::size_t indent) {
@@ -69,10 +71,14 @@ std::string Troff(std::string_view text) {
   return escaped;
 }
 
+bool IsShown(const Option& option, const Command& command) {
+  return (option.commands & command.bit) && option.help;
+}
+
 std::string OptionNames(const Command& command) {
   std::string names;
   for (const Option& option : Options()) {
-    if (option.commands & command.bit) names.append(option.name).append(" ");
+    if (IsShown(option, command)) names.append(option.name).append(" ");
   }
   return names;
 }
@@ -90,7 +96,7 @@ std::string HelpText() {
 std::string HelpText(const Command& command) {
   std::string text = "usage: " + Usage(command) + "\n" + Wrapped(command.summary, 0) + "\n\n";
   for (const Option& option : Options()) {
-    if (option.commands & command.bit) text += Entry(Spelling(option), option.help);
+    if (IsShown(option, command)) text += Entry(Spelling(option), option.help);
   }
   return text + "\n" + Wrapped(kNotes, 0) + "\n";
 }
@@ -102,7 +108,7 @@ std::string ManualPage() {
   for (const Command& command : Commands()) {
     page += std::string(".SS ") + command.name + "\n" + Troff(command.summary) + "\n";
     for (const Option& option : Options()) {
-      if (!(option.commands & command.bit)) continue;
+      if (!IsShown(option, command)) continue;
       page += ".TP\n.B " + Troff(Spelling(option)) + "\n" + Troff(option.help) + "\n";
     }
   }

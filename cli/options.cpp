@@ -230,6 +230,11 @@ constexpr Option kOptions[] = {
      "save every INPUT in DIR, under its own name with the extension of --type", SetOutputFolder},
     {"--jobs", 'j', "N", kConvert,
      "with -o: files converted at the same time (default: the number of processors)", SetJobs},
+    {"--no-sync", 0, nullptr, kConvert,
+     "do not wait until the new file is on the disk before it replaces the old one: faster, but a "
+     "power cut may then leave an empty or damaged file",
+     SetFlag<&Request::sync, false>},
+    {"--part-of-batch", 0, nullptr, kConvert, nullptr, SetFlag<&Request::partOfBatch, true>},
     {"--frame", 0, "N", kLoading, "frame of an animation, counted from 0 (default 0)",
      SetNumber<&Request::frame, 0, INT32_MAX - 1>},
     {"--raw", 0, "WxH", kLoading, "size of a headerless file", SetRawSize},

@@ -50,6 +50,8 @@ struct Request {
   std::vector<ImageStep> steps;  ///< in the order in which they were given
   std::string outputFolder;      ///< empty: the last operand names the output
   std::optional<std::int32_t> jobs;
+  bool sync = true;
+  bool partOfBatch = false;  ///< one file of many, whose folder another process sees to
 };
 
 /// Exit statuses.
@@ -86,7 +88,7 @@ struct Option {
   /// left out.
   const char* argument;
   unsigned commands;  ///< CommandBit mask
-  const char* help;
+  const char* help;   ///< null: for the program's own copies, not shown
   /// Puts the argument (null when there is none) into the request. Empty, or what is wrong
   /// with it in words that follow the option's name.
   std::string (*apply)(Request& request, const char* value);

@@ -1,5 +1,7 @@
 #include <algorithm>
+#include <vector>
 
+#include "cli/console.h"
 #include "cli/processes.h"
 #include "imagelib/windows_api.h"
 
@@ -19,28 +21,32 @@ std::string Quoted(const std::string& argument) {
   return quoted.append(slashes, '\\') + '"';
 }
 
-/// Null when the copy could not be started.
-HANDLE Start(const std::vector<std::string>& arguments) {
-  char program[MAX_PATH];
-  GetModuleFileNameA(nullptr, program, sizeof program);
-  std::string line = Quoted(program);
-  for (const std::string& argument : arguments) line += ' ' + Quoted(argument);
-  STARTUPINFOA startup = {};
-  startup.cb = sizeof startup;
-  PROCESS_INFORMATION process = {};
-  if (!CreateProcessA(program, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
-                      &process)) {
-    return nullptr;
-  }
-  CloseHandle(process.hThread);
-  return process.hProcess;
+/// How often an interrupt is looked for, and how long the copies, which mostly hear of it as well,
+/// then have to end by themselves.
+constexpr DWORD kSliceMs = 100;
+constexpr int kSlicesToEnd = 30;
+
+std::vector<HANDLE> running;
+
+/// The copies end with the job, and the job with the program, however that ends.
+HANDLE Job() {
+  static const HANDLE job = [] {
+    const HANDLE made = CreateJobObjectA(nullptr, nullptr);
+    JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits = {};
+    limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
+    SetInformationJobObject(made, JobObjectExtendedLimitInformation, &limits, sizeof limits);
+    return made;
+  }();
+  return job;
 }
 
-int ExitStatus(HANDLE process) {
+EndedCopy TakeEnded(std::size_t at) {
+  const HANDLE process = running[at];
+  running.erase(running.begin() + static_cast<std::ptrdiff_t>(at));
   DWORD status = 0;
   const bool known = GetExitCodeProcess(process, &status) != 0;
   CloseHandle(process);
-  return known ? static_cast<int>(status) : -1;
+  return {reinterpret_cast<CopyId>(process), known ? static_cast<int>(status) : -1};
 }
 
 }  // namespace
@@ -51,33 +57,46 @@ int ProcessorCount() {
   return std::max(1, static_cast<int>(info.dwNumberOfProcessors));
 }
 
-void RunCopies(std::size_t count, int jobs,
-               const std::function<std::vector<std::string>(std::size_t)>& argumentsOf,
-               const std::function<void(std::size_t, int)>& ended) {
-  const std::size_t most =
-      std::min<std::size_t>(static_cast<std::size_t>(jobs), MAXIMUM_WAIT_OBJECTS);
-  std::vector<HANDLE> processes;
-  std::vector<std::size_t> indices;
-  std::size_t next = 0;
-  while (next < count || !processes.empty()) {
-    if (next < count && processes.size() < most) {
-      if (HANDLE process = Start(argumentsOf(next))) {
-        processes.push_back(process);
-        indices.push_back(next);
-      } else {
-        ended(next, -1);
-      }
-      ++next;
-      continue;
-    }
-    const DWORD signalled = WaitForMultipleObjects(static_cast<DWORD>(processes.size()),
-                                                   processes.data(), FALSE, INFINITE);
-    const std::size_t at = signalled - WAIT_OBJECT_0;
-    if (at >= processes.size()) return;
-    ended(indices[at], ExitStatus(processes[at]));
-    processes.erase(processes.begin() + static_cast<std::ptrdiff_t>(at));
-    indices.erase(indices.begin() + static_cast<std::ptrdiff_t>(at));
+std::size_t MostCopies() {
+  return MAXIMUM_WAIT_OBJECTS;
+}
+
+CopyId StartCopy(const std::vector<std::string>& arguments) {
+  char program[MAX_PATH];
+  GetModuleFileNameA(nullptr, program, sizeof program);
+  std::string line = Quoted(program);
+  for (const std::string& argument : arguments) line += ' ' + Quoted(argument);
+  STARTUPINFOA startup = {};
+  startup.cb = sizeof startup;
+  PROCESS_INFORMATION process = {};
+  if (!CreateProcessA(program, line.data(), nullptr, nullptr, TRUE, CREATE_SUSPENDED, nullptr,
+                      nullptr, &startup, &process)) {
+    return 0;
   }
+  // Systems whose jobs do not nest may refuse: the copy then ends with its own file.
+  AssignProcessToJobObject(Job(), process.hProcess);
+  ResumeThread(process.hThread);
+  CloseHandle(process.hThread);
+  running.push_back(process.hProcess);
+  return reinterpret_cast<CopyId>(process.hProcess);
+}
+
+EndedCopy WaitForCopy() {
+  int slicesLeft = kSlicesToEnd;
+  while (!running.empty() && slicesLeft > 0) {
+    const DWORD signalled =
+        WaitForMultipleObjects(static_cast<DWORD>(running.size()), running.data(), FALSE, kSliceMs);
+    const std::size_t at = signalled - WAIT_OBJECT_0;
+    if (at < running.size()) return TakeEnded(at);
+    if (signalled != WAIT_TIMEOUT) break;
+    if (Interrupted()) --slicesLeft;
+  }
+  return {0, -1};
+}
+
+void EndCopies(int /*signal*/) {
+  TerminateJobObject(Job(), static_cast<UINT>(-1));
+  for (const HANDLE process : running) WaitForSingleObject(process, kSliceMs * kSlicesToEnd);
 }
 
 }  // namespace imx

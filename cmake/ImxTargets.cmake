@@ -28,6 +28,23 @@ endif()
 if(IMX_FUZZ)
   target_compile_options(imx_flags INTERFACE -fsanitize=fuzzer-no-link)
 endif()
+if(NOT IMX_SANITIZE AND NOT IMX_FUZZ)
+  # What makes a fault harder to exploit; tools/check-hardening shows it. The sanitizers bring checks
+  # of their own.
+  target_compile_options(imx_flags INTERFACE
+    -fstack-protector-strong
+    $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE>
+    $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=2>)
+  if(WIN32)
+    target_link_options(imx_flags INTERFACE -fstack-protector-strong
+      -Wl,--dynamicbase -Wl,--nxcompat -Wl,--large-address-aware)
+  else()
+    set(is_module $<STREQUAL:$<TARGET_PROPERTY:TYPE>,MODULE_LIBRARY>)
+    set(is_program $<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>)
+    target_compile_options(imx_flags INTERFACE $<$<NOT:${is_module}>:-fPIE>)
+    target_link_options(imx_flags INTERFACE $<${is_program}:-pie> -Wl,-z,relro,-z,now)
+  endif()
+endif()
 if(WIN32)
   target_link_options(imx_flags INTERFACE -static)
   target_compile_definitions(imx_flags INTERFACE

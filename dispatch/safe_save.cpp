@@ -25,13 +25,6 @@ SaveResult SystemFailure() {
   return {false, std::strerror(errno)};
 }
 
-/// The folder of `path`, in a form that a file name can be put behind.
-std::string FolderOf(const std::string& path) {
-  const std::size_t separator = path.find_last_of("/\\");
-  if (separator == std::string::npos) return ".";
-  return separator == 0 ? path.substr(0, 1) : path.substr(0, separator);
-}
-
 /// `finalPath` is where the file is meant to be in the end, for savers that write its name into it.
 SaveResult SaveInto(const TemporaryFile& file, const char* finalPath, ImageRecord* image) {
   const RefusalWatch memory;
@@ -58,6 +51,7 @@ SaveResult CopyToStream(const std::string& path, std::FILE* stream) {
 }
 
 SaveResult SaveToStream(std::FILE* stream, ImageRecord* image) {
+  RemoveLeftovers(std::string());
   const TemporaryFile file{std::string()};
   if (!file.ok()) return {false, file.reason()};
   const SaveResult result = SaveInto(file, "", image);
@@ -72,19 +66,24 @@ SaveResult SaveToDevice(const std::string& path, ImageRecord* image) {
   return result;
 }
 
-SaveResult SaveToPath(const std::string& path, ImageRecord* image) {
+SaveResult SaveToPath(const std::string& path, ImageRecord* image, const SaveCare& care) {
+  std::string target, reason;
+  if (!FollowLinks(path, &target, &reason)) return {false, reason};
   const PathKind kind = KindOfPath(path);
   if (kind == PathKind::directory) return {false, "is a directory"};
   if (kind == PathKind::stream) return SaveToDevice(path, image);
-  const std::string target = FollowLinks(path);
-  std::string reason;
   if (!IsWritable(target, &reason)) return {false, reason};
 
-  TemporaryFile file(FolderOf(target));
+  const std::string folder = FolderOf(target);
+  // A link may lead to a folder that the caller knows nothing of.
+  const bool careOfFolder = care.folder || target != path;
+  if (careOfFolder) RemoveLeftovers(folder);
+  TemporaryFile file(folder);
   if (!file.ok()) return {false, file.reason()};
   const SaveResult result = SaveInto(file, path.c_str(), image);
   if (!result.saved) return result;
-  if (!file.MoveTo(target)) return {false, file.reason()};
+  if (!file.MoveTo(target, care.durable)) return {false, file.reason()};
+  if (careOfFolder && care.durable && !SyncFolder(folder, &reason)) return {false, reason};
   return result;
 }
 
@@ -94,8 +93,8 @@ SaveResult SaveImageToStream(std::FILE* stream, ImageRecord* image) {
   return WithinMemory([&] { return SaveToStream(stream, image); }, {false, kOutOfMemory});
 }
 
-SaveResult SaveImageSafely(const std::string& path, ImageRecord* image) {
-  return WithinMemory([&] { return SaveToPath(path, image); }, {false, kOutOfMemory});
+SaveResult SaveImageSafely(const std::string& path, ImageRecord* image, const SaveCare& care) {
+  return WithinMemory([&] { return SaveToPath(path, image, care); }, {false, kOutOfMemory});
 }
 
 }  // namespace imx

@@ -9,9 +9,9 @@ namespace imx {
 /// A loaded library, unloaded at the end of its life.
 class PluginLibrary {
  public:
-  /// Loads `name`, a Windows file name such as "KZLDJPEG.DLL". There the system's own rules find
-  /// it. Elsewhere the name ends in ".so" instead, and the library is looked for beside the
-  /// program, then where the system keeps libraries.
+  /// Loads `name`, a Windows file name such as "KZLDJPEG.DLL"; elsewhere it ends in ".so" instead.
+  /// The library must lie in the program's own folder, unless `name` tells another: one that came
+  /// with a picture, or lies in the current folder, is not run.
   explicit PluginLibrary(const char* name);
   ~PluginLibrary();
   PluginLibrary(const PluginLibrary&) = delete;

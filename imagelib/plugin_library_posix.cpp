@@ -10,8 +10,11 @@
 namespace imx {
 namespace {
 
-/// The program's folder with a closing slash; empty when it is not known.
-std::string ProgramFolder() {
+/// The folder of `name` or, when it tells none, the program's, with a closing slash; empty when
+/// that is not known.
+std::string LibraryFolder(std::string_view name) {
+  const std::size_t folder = name.size() - PathFileName(name).size();
+  if (folder > 0) return std::string(name.substr(0, folder));
   char path[4096];
   const ssize_t length = readlink("/proc/self/exe", path, sizeof path);
   if (length <= 0) return {};
@@ -22,12 +25,14 @@ std::string ProgramFolder() {
 }  // namespace
 
 PluginLibrary::PluginLibrary(const char* name) {
-  const std::string_view base(name);
-  const std::string file =
-      std::string(base.substr(0, base.size() - PathExtension(base).size())) + ".so";
-  const std::string beside = ProgramFolder() + file;
-  const bool isBeside = access(beside.c_str(), F_OK) == 0;
-  handle_ = dlopen(isBeside ? beside.c_str() : file.c_str(), RTLD_NOW | RTLD_LOCAL);
+  const std::string folder = LibraryFolder(name);
+  if (folder.empty()) {
+    error_ = "the program's folder is not known";
+    return;
+  }
+  const std::string_view file = PathFileName(name);
+  const std::string base(file.substr(0, file.size() - PathExtension(file).size()));
+  handle_ = dlopen((folder + base + ".so").c_str(), RTLD_NOW | RTLD_LOCAL);
   if (!handle_) error_ = dlerror();
 }
 

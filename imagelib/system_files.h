@@ -24,24 +24,35 @@ class EndHold {
   EndHold& operator=(const EndHold&) = delete;
 };
 
-/// Creates an empty file of a new name in `directory` (empty: the system's place for temporary
-/// files) that only this user may open. Its path, without an extension; empty on failure, `reason`
-/// then says why.
-std::string CreateUniqueFile(const std::string& directory, std::string* reason);
-
 /// Removes a file if it is there. May be called from a signal handler.
 void RemoveFile(const char* path);
 
-/// The file that writing to `path` would write: where symbolic links lead to, if `path` is one.
-std::string FollowLinks(const std::string& path);
+/// The folder of `path`, in a form that a file name can be put behind.
+std::string FolderOf(const std::string& path);
+
+/// Sets `target` to the file that writing to `path` would write: where symbolic links lead to, if
+/// `path` is one. False when the system would not write through such a link, or should not: in a
+/// folder where everybody may put links (sticky, writable for all), only those of this user and of
+/// the folder's owner are followed. `reason` then says why.
+bool FollowLinks(const std::string& path, std::string* target, std::string* reason);
+
+/// A text that all names of one file or folder have in common and no name of another has. It need
+/// not be there yet if its folder is.
+std::string FileIdentity(const std::string& path);
 
 /// Whether `path` may be written: it can, or it does not exist. `reason` says why not.
 bool IsWritable(const std::string& path, std::string* reason);
 
 /// Moves `from` to `to` in the same folder in one step, replacing what was there. The file gets the
-/// replaced one's permissions, else those of any new file. On failure nothing has changed and
+/// replaced one's permissions, else those of any new file; other hard links of that one keep the
+/// old contents. `durable`: its bytes are on the disk before. On failure nothing has changed and
 /// `reason` says why.
-bool MoveIntoPlace(const std::string& from, const std::string& to, std::string* reason);
+bool MoveIntoPlace(const std::string& from, const std::string& to, bool durable,
+                   std::string* reason);
+
+/// Waits until what was moved within `folder` is on the disk, where that is not done with each
+/// move. False on failure, `reason` then says why.
+bool SyncFolder(const std::string& folder, std::string* reason);
 
 /// The system's words for its last error.
 std::string SystemErrorText();

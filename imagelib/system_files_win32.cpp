@@ -1,22 +1,39 @@
-#include <cstdio>
-
 #include "imagelib/system_files.h"
 #include "imagelib/windows_api.h"
 
 namespace imx {
 namespace {
 
-constexpr int kMostAttempts = 1000;
+constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
 bool Failed(std::string* reason) {
   *reason = SystemErrorText();
   return false;
 }
 
-std::string TemporaryDirectory() {
-  char path[MAX_PATH + 1];
-  const DWORD length = GetTempPathA(sizeof path, path);
-  return length == 0 || length >= sizeof path ? std::string(".") : std::string(path, length);
+/// Whether the bytes of the file are on the disk.
+bool Flush(const std::string& path) {
+  const HANDLE file = CreateFileA(path.c_str(), GENERIC_WRITE, kShareAll, nullptr, OPEN_EXISTING,
+                                  FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return false;
+  const bool flushed = FlushFileBuffers(file) != 0;
+  const DWORD error = GetLastError();
+  CloseHandle(file);
+  SetLastError(error);
+  return flushed;
+}
+
+/// The text that identifies what is at `path`; empty when nothing is.
+std::string ExistingIdentity(const std::string& path) {
+  const HANDLE file = CreateFileA(path.c_str(), 0, kShareAll, nullptr, OPEN_EXISTING,
+                                  FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return {};
+  BY_HANDLE_FILE_INFORMATION info = {};
+  const bool known = GetFileInformationByHandle(file, &info) != 0;
+  CloseHandle(file);
+  if (!known) return {};
+  return std::to_string(info.dwVolumeSerialNumber) + ":" + std::to_string(info.nFileIndexHigh) +
+         ":" + std::to_string(info.nFileIndexLow);
 }
 
 }  // namespace
@@ -41,31 +58,30 @@ PathKind KindOfPath(const std::string& path) {
 EndHold::EndHold() = default;
 EndHold::~EndHold() = default;
 
-std::string CreateUniqueFile(const std::string& directory, std::string* reason) {
-  static DWORD number = GetTickCount();
-  const std::string place = directory.empty() ? TemporaryDirectory() : directory;
-  for (int attempt = 0; attempt < kMostAttempts; ++attempt) {
-    char name[32];
-    std::snprintf(name, sizeof name, "\\imx-%08lx", static_cast<unsigned long>(number++));
-    const std::string path = place + name;
-    const HANDLE file = CreateFileA(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
-                                    FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file != INVALID_HANDLE_VALUE) {
-      CloseHandle(file);
-      return path;
-    }
-    if (GetLastError() != ERROR_FILE_EXISTS) break;
-  }
-  Failed(reason);
-  return {};
-}
-
 void RemoveFile(const char* path) {
   DeleteFileA(path);
 }
 
-std::string FollowLinks(const std::string& path) {
-  return path;  // replacing a file keeps what the system calls by that name
+std::string FolderOf(const std::string& path) {
+  const std::size_t separator = path.find_last_of("/\\:");
+  if (separator == std::string::npos) return ".";
+  return path[separator] == ':' ? path.substr(0, separator + 1) + "."
+                                : path.substr(0, separator == 0 ? 1 : separator);
+}
+
+bool FollowLinks(const std::string& path, std::string* target, std::string* /*reason*/) {
+  *target = path;  // replacing a file keeps what the system calls by that name
+  return true;
+}
+
+std::string FileIdentity(const std::string& path) {
+  const std::string existing = ExistingIdentity(path);
+  if (!existing.empty()) return existing;
+  const std::string folder = FolderOf(path);
+  std::string name = path.substr(path.find_last_of("/\\:") + 1);
+  CharUpperA(name.data());
+  const std::string place = ExistingIdentity(folder);
+  return (place.empty() ? folder : place) + "/" + name;
 }
 
 bool IsWritable(const std::string& path, std::string* reason) {
@@ -75,15 +91,23 @@ bool IsWritable(const std::string& path, std::string* reason) {
   return Failed(reason);
 }
 
-bool MoveIntoPlace(const std::string& from, const std::string& to, std::string* reason) {
+bool MoveIntoPlace(const std::string& from, const std::string& to, bool durable,
+                   std::string* reason) {
+  if (durable && !Flush(from)) return Failed(reason);
   // ReplaceFile keeps the permissions and attributes of the file that it replaces.
   if (KindOfPath(to) == PathKind::regular &&
       ReplaceFileA(to.c_str(), from.c_str(), nullptr, REPLACEFILE_IGNORE_MERGE_ERRORS, nullptr,
                    nullptr)) {
+    if (durable) Flush(to);  // and with it its new name
     return true;
   }
-  if (MoveFileExA(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING)) return true;
+  const DWORD through = durable ? MOVEFILE_WRITE_THROUGH : 0;
+  if (MoveFileExA(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING | through)) return true;
   return Failed(reason);
+}
+
+bool SyncFolder(const std::string& /*folder*/, std::string* /*reason*/) {
+  return true;  // a move waits by itself
 }
 
 }  // namespace imx

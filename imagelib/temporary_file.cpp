@@ -37,20 +37,22 @@ void Forget(const std::string& path) {
 TemporaryFile::TemporaryFile(const std::string& directory) {
   // An end between the two steps would leave the file behind.
   const EndHold hold;
-  path_ = CreateUniqueFile(directory, &reason_);
-  if (ok()) Remember(path_);
+  file_ = CreateUnfinishedFile(directory, &reason_);
+  if (ok()) Remember(path());
 }
 
 TemporaryFile::~TemporaryFile() {
   if (!ok()) return;
-  RemoveFile(path_.c_str());
-  Forget(path_);
+  RemoveFile(path().c_str());
+  Forget(path());
+  LetGo(file_);
 }
 
-bool TemporaryFile::MoveTo(const std::string& target) {
-  if (!MoveIntoPlace(path_, target, &reason_)) return false;
-  Forget(path_);
-  path_.clear();
+bool TemporaryFile::MoveTo(const std::string& target, bool durable) {
+  if (!MoveIntoPlace(path(), target, durable, &reason_)) return false;
+  Forget(path());
+  LetGo(file_);
+  file_ = {};
   return true;
 }
 

@@ -3,6 +3,8 @@
 
 #include <string>
 
+#include "imagelib/unfinished_files.h"
+
 namespace imx {
 
 /// An empty file of a new name, removed at the end of its life unless it was moved.
@@ -14,17 +16,18 @@ class TemporaryFile {
   TemporaryFile(const TemporaryFile&) = delete;
   TemporaryFile& operator=(const TemporaryFile&) = delete;
 
-  bool ok() const { return !path_.empty(); }
-  const std::string& path() const { return path_; }
+  bool ok() const { return !file_.path.empty(); }
+  const std::string& path() const { return file_.path; }
   /// Why the last step failed.
   const std::string& reason() const { return reason_; }
 
-  /// Moves the file to `target` in its folder, replacing what was there. False on failure.
-  bool MoveTo(const std::string& target);
+  /// Moves the file to `target` in its folder, replacing what was there; when `durable`, its bytes
+  /// are on the disk before. False on failure.
+  bool MoveTo(const std::string& target, bool durable);
 
  private:
-  std::string reason_;  // before the path, whose making may set it
-  std::string path_;
+  std::string reason_;
+  UnfinishedFile file_;
 };
 
 /// Removes every temporary file that there is now. For a signal handler that ends the program.

@@ -112,7 +112,7 @@ TEST_F(ArgumentsTest, CompletionAndManualKnowTheOptions) {
     complete_words imx convert --type p
     complete_words imx convert fil)");
   EXPECT_EQ(completed.out,
-            "count convert\n--json\n--no-compress --notice\npic pix pcx ppm png\n\n");
+            "count convert\n--json\n--no-compress --notice --no-sync\npic pix pcx ppm png\n\n");
   EXPECT_EQ(completed.err, "");
   const std::string manual = ImxOutput({"--print-man"});
   EXPECT_THAT(manual, StartsWith(".TH IMX 1\n"));

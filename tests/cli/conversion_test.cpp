@@ -107,17 +107,64 @@ TEST_F(BatchTest, EachFileIsConvertedAsIfAloneHoweverManyProcessesThereAre) {
   }
 }
 
-TEST_F(BatchTest, TwoInputsDoNotShareAnOutput) {
-  temp.Write("picture100.ppm", Pixmap(3, 3));
-  const ProgramResult result = Imx({"convert", "-o", "out", "--type", "gif", "picture100.tga",
-                                    "picture100.ppm", "picture101.tga"});
-  EXPECT_EQ(result.status, 1);
-  EXPECT_THAT(result.err, HasSubstr("imx: picture100.ppm: "));
-  ImxOutput({"convert", "picture100.tga", "alone.gif"});
-  EXPECT_TRUE(SameFiles("out/picture100.gif", "alone.gif"));
-  EXPECT_TRUE(FileExists(temp.file("out/picture101.gif")));
+TEST_F(BatchTest, NoOutputIsAnInputOrThatOfTwo) {
+  ASSERT_EQ(Bash(R"(
+    cp picture100.tga picture200.tga; cp picture100.tga picture300.png
+    mkdir links in; cp picture101.tga in/picture200.ppm
+    ln -s ../picture200.tga links/picture100.tga; ln picture200.tga links/picture101.tga
+    ln -s new.tga links/picture102.tga; ln -s new.tga links/picture103.tga)")
+                .status,
+            0);
+  const std::string folder = temp.path();
+  const struct {
+    std::string arguments, says;
+  } kCases[] = {
+      {"-o . --type tga in/picture200.ppm picture200.tga",
+       "the output ./picture200.tga of in/picture200.ppm is the input picture200.tga"},
+      {"-o in/.. --type tga picture200.tga", "is the input picture200.tga"},
+      {"-o links --type tga picture100.tga picture200.tga", "is the input picture200.tga"},
+      {"-o links --type tga picture101.tga " + folder + "/picture200.tga", "/picture200.tga "},
+      {"-o . --type png --merge picture300.png in/picture200.ppm picture300.tga", "picture300.png"},
+      {"-o links --type tga picture102.tga picture103.tga",
+       "picture102.tga and picture103.tga have the same output links/picture103.tga"},
+      {"-o out --type gif picture200.tga in/picture200.ppm picture101.tga",
+       "picture200.tga and in/picture200.ppm have the same output out/picture200.gif"},
+  };
+  const std::string state = "md5sum *.* */*; ls -l . */ | grep -v total";
+  const std::string before = Bash(state).out;
+  for (const auto& c : kCases) {
+    const ProgramResult result = Bash("imx convert " + c.arguments);
+    EXPECT_EQ(result.status, 2) << c.arguments;
+    EXPECT_THAT(result.err, HasSubstr(c.says));
+    EXPECT_TRUE(Bash(state).out == before) << c.arguments;
+  }
   EXPECT_EQ(Imx({"convert", "-o", "nowhere", "--type", "gif", "picture100.tga"}).err,
             "imx: nowhere: is not a directory\n");
+}
+
+TEST_F(BatchTest, ParentsThatIgnoreTheEndOfChildrenLoseNothing) {
+  const ProgramResult result =
+      Bash("env --ignore-signal=CHLD imx convert -j2 -o out --type gif *.tga; ls out | wc -l");
+  EXPECT_EQ(result.out, std::to_string(kFiles - 1) + "\n");
+  EXPECT_EQ(result.err, "imx: " + Name(kBroken) + ".tga: not an image of a known type\n");
+}
+
+TEST_F(BatchTest, EndingTheParentEndsItsCopies) {
+  for (const char* signal : {"TERM", "INT"}) {
+    const ProgramResult result = Bash(std::string(R"(
+      { printf 'P6 3000 3000 255\n'; head -c 27000000 /dev/zero; } >1.ppm
+      for i in 2 3 4; do ln -f 1.ppm $i.ppm; done
+      signal=)") + signal + R"(
+      env --default-signal=INT imx convert -j2 -o out --type ppm --no-compress [1234].ppm &
+      until (($(ls out | grep -c unfinished) == 2)) || ! kill -0 $!; do :; done
+      kill -$signal $!
+      wait $!
+      echo "status $?"
+      ls out
+      pgrep -f "no-compress .*[1234].ppm")");
+    EXPECT_EQ(result.out, signal == std::string("TERM") ? "status 143\n" : "status 130\n");
+    EXPECT_EQ(result.err, "");
+  }
 }
 
 }  // namespace

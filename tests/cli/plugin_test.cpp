@@ -97,5 +97,15 @@ TEST_F(PluginReferenceDecoderTest, OthersReadWhatIsSaved) {
   EXPECT_LT(Contents("b.jpg").size(), Contents("a.jpg").size() / 2);
 }
 
+TEST_F(PluginReferenceDecoderTest, PlugInsAreThoseBesideTheProgramOnly) {
+  Make({}, "a.jpg");
+  const ProgramResult result = Bash(R"(
+    cp $(dirname $(command -v imx))/*.so .
+    mkdir program; cp $(command -v imx) program
+    LD_LIBRARY_PATH=. program/imx info a.jpg)");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.err, testing::StartsWith("imx: a.jpg: plug-in library KZLDJPEG.DLL: "));
+}
+
 }  // namespace
 }  // namespace imx::test

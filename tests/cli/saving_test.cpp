@@ -84,6 +84,67 @@ TEST_F(SavingTest, AnEndedProgramLeavesTheOldFileAndNothingElse) {
   EXPECT_THAT(temp.Names(), ElementsAre("in.ppm", "out.ppm"));
 }
 
+TEST_F(SavingTest, AKilledSaveLeavesTheOldOrTheNewFileAndTheNextOneCleansUp) {
+  temp.Write("new.ppm", Pixmap(300, 200));
+  for (const std::string type : {"trm", "png", "tif"}) {
+    const ProgramResult result = Bash("type=" + type + R"(
+      export SOURCE_DATE_EPOCH=0
+      imx convert in.ppm old.$type; imx convert new.ppm out.$type; cp out.$type new.$type
+      for kill in {1..7}; do
+        cp old.$type out.$type
+        imx convert new.ppm out.$type & sleep 0.0$((RANDOM % 50 + 10)); kill -KILL $!; wait $!
+        cmp -s out.$type old.$type || cmp -s out.$type new.$type || echo damaged
+      done 2>/dev/null
+      imx convert new.ppm out.$type
+      cmp out.$type new.$type
+      ls | grep unfinished)");
+    EXPECT_EQ(result.out, "") << type;
+  }
+}
+
+TEST_F(SavingTest, LeftoversAreThoseOfThisHostsKilledProcesses) {
+  const ProgramResult result = Bash(R"(
+    { printf 'P6 3000 3000 255\n'; head -c 27000000 /dev/zero; } >large.ppm
+    unfinished() { compgen -G 'imx-unfinished-*'; }
+    start() {
+      imx convert large.ppm $1 --no-compress &
+      until unfinished | grep -q -- "-$!@" || ! kill -0 $!; do :; done
+    }
+    start killed.ppm
+    kill -KILL $!; wait $!
+    name=$(unfinished); cp $name other-program; cp $name ${name/@/@other-}; cp $name ${name}x
+    mv $name $(sed s/[0-9]*@/$$@/ <<<$name)  # the number lives again as another process's
+    start live.ppm
+    imx convert in.ppm out.ppm; echo status $?
+    wait $!; echo status $?
+    unfinished | sort | sed 's/@other-.*/ other/; s/.*x$/longer/; s/[0-9]\+//')");
+  EXPECT_EQ(result.out, "status 0\nstatus 0\nimx-unfinished- other\nlonger\n");
+  EXPECT_TRUE(FileExists(temp.file("other-program")));
+}
+
+TEST_F(SavingTest, ALinkPlantedByAnotherUserIsNotFollowed) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root can make another user's link";
+  const auto save = [this](const std::string& prepare) {
+    return Bash("rm -rf open; mkdir -m 1777 open; echo old >target; cd open; " + prepare +
+                "; imx convert ../in.ppm link --type ppm; cmp -s link ../in.ppm && echo written");
+  };
+  const ProgramResult refused = save("ln -s ../target link; chown -h 12345 link");
+  EXPECT_EQ(refused.err, "imx: link: Permission denied\n");
+  EXPECT_EQ(Contents("target"), "old\n");
+  for (const std::string allowed :
+       {"ln -s ../target link", "ln -s ../target link; chown -h 12345 . link",
+        "chmod 1775 .; ln -s ../target link; chown -h 12345 link"}) {
+    EXPECT_EQ(save(allowed).out, "written\n") << allowed;
+  }
+}
+
+TEST_F(SavingTest, OtherHardLinksKeepTheOldFile) {
+  temp.Write("out.ppm", "the old file");
+  ASSERT_EQ(link(temp.file("out.ppm").c_str(), temp.file("other").c_str()), 0);
+  ImxOutput({"convert", "in.ppm", "out.ppm"});
+  EXPECT_EQ(Contents("other"), "the old file");
+}
+
 TEST_F(SavingTest, TheProgressBarIsForTerminalsOnly) {
   const std::string convert = "convert in.ppm out.ppm --no-compress";
   const auto onTerminal = [this](const std::string& command) {

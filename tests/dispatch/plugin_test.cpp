@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <filesystem>
 #include <functional>
 #include <utility>
 
@@ -10,6 +11,7 @@
 #include "dispatch/plugins.h"
 #include "dispatch/save.h"
 #include "imagelib/guards.h"
+#include "imagelib/plugin_library.h"
 #include "imagelib/save_outcome.h"
 #include "imagelib/text.h"
 #include "tests/dispatch/test_plugin.h"
@@ -242,6 +244,17 @@ TEST_F(PluginTest, TheDispatchLoadsAndSavesThroughTheLibraries) {
   EXPECT_EQ(GetSaveOutcome(), SaveOutcome::failed);
   EXPECT_THAT(SaveFailureReason(), HasSubstr("plug-in library KZSVJPEG.DLL: "));
   EXPECT_THAT(host.errors, IsEmpty()) << "a missing library is no matter of the host's";
+}
+
+TEST_F(PluginTest, WhatLiesInTheCurrentFolderIsNotRun) {
+  namespace fs = std::filesystem;
+  const fs::path program = testing::internal::GetArgvs()[0];
+  for (const fs::path name : {"KZLDJPEG.so", "KZLDJPEG.dll"}) {
+    const fs::path library = program.parent_path() / name;
+    if (fs::exists(library)) fs::copy(library, "PLANTED" + name.extension().string());
+  }
+  EXPECT_TRUE(PluginLibrary(kLibrary).ok());
+  EXPECT_FALSE(PluginLibrary("PLANTED.DLL").ok());
 }
 
 }  // namespace

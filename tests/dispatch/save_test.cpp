@@ -175,7 +175,7 @@ TEST_F(SafeSaveTest, TemporaryFilesEndWithTheirOwnerOrAtAnInterrupt) {
 
   const TemporaryFile live(temp.path());
   TemporaryFile moved(temp.path());
-  ASSERT_TRUE(moved.MoveTo(temp.file("kept")));
+  ASSERT_TRUE(moved.MoveTo(temp.file("kept"), true));
   RemoveTemporaryFiles();
   EXPECT_THAT(temp.Names(), ElementsAre("kept"));
 }
