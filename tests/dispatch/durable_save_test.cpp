@@ -49,7 +49,12 @@ class DurableSaveTest : public LibraryTest {
     diskFails = false;
   }
 
-  const ImageGuard image = Drawing(5, 4);
+  void TearDown() override {
+    image = {};
+    LibraryTest::TearDown();
+  }
+
+  ImageGuard image = Drawing(5, 4);
   const std::string path = temp.Write("a.ppm", "the old file");
 };
 
