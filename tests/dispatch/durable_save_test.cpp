@@ -50,7 +50,7 @@ class DurableSaveTest : public LibraryTest {
   }
 
   void TearDown() override {
-    image = {};
+    image = ImageGuard();
     LibraryTest::TearDown();
   }
 
