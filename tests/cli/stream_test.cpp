@@ -64,6 +64,7 @@ TEST_F(StreamTest, AFullDeviceIsToldAndStaysADevice) {
 }
 
 TEST_F(StreamTest, TemporaryFilesAreGoneHoweverTheProgramEnds) {
+  temp.Write("large.ppm", Pixmap(300, 200));  // more than a pipe holds
   const ProgramResult result = Bash(R"(
     mkdir tmp && export TMPDIR=$PWD/tmp
     imx convert - - --type png <in.ppm >/dev/null
@@ -73,7 +74,7 @@ TEST_F(StreamTest, TemporaryFilesAreGoneHoweverTheProgramEnds) {
     imx info - <pipe 2>/dev/null & exec 3>pipe
     for try in {1..500}; do compgen -G 'tmp/*' >/dev/null && break; sleep 0.01; done
     kill -TERM $!; wait $!; echo "status $?"
-    imx convert in.ppm pipe --type ppm & exec 4<pipe
+    imx convert large.ppm pipe --type ppm & exec 4<pipe
     read -r -n 1 <&4
     kill -HUP $!; wait $!; echo "status $?"
     ls -A tmp)");
