@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include "imagelib/guards.h"
+#include "tests/formats/codec_table.h"
 #include "tests/formats/kept_files.h"
 #include "tests/support/library_test.h"
 
@@ -32,7 +33,7 @@ long CostOfLoading(const Codec& codec, const std::string& path) {
 TEST_F(ResidentMemoryTest, OversizedHeadersCostNothing) {
   constexpr long kMostKilobytes = 256 * 1024;
   for (const Codec& codec : Codecs()) {
-    for (const auto& [name, bytes] : KeptFiles(codec, "oversized_headers")) {
+    for (const auto& [name, bytes] : KeptFiles(codec.name, "oversized_headers")) {
       SCOPED_TRACE(testing::Message() << codec.name << " " << name);
       const long cost = CostOfLoading(codec, temp.Write("promise", bytes));
       EXPECT_GT(cost, 0);

@@ -371,7 +371,7 @@ std::vector<std::uint8_t> RenderByReference(ReferenceRenderer& r, const ImageRec
   if (code == 2 || code == 4 || code == 5) output = Grey(image, palette, entries, code, strength);
   if (code == 1 || code == 3) {
     ChoosePalette(r, image, palette, grown, entries, mode, code == 3);
-    const auto choose = [&](const Colour& v) {
+    const auto choose = [&, mode = mode, code = code](const Colour& v) {
       return mode != 0 ? NearestIndex(r, v) : code == 1 ? CubeIndex(v) : Fixed16Index(v);
     };
     const auto shown = [&](int index) { return palette[index]; };
