@@ -104,11 +104,12 @@ void SetOutputOptions(const Request& request, const Conversion& conversion, Imag
 
 int Convert(const Request& request, const Conversion& conversion) {
   const FileScope scope(conversion.input);
-  ImageGuard image = LoadInput(conversion.input, request);
-  if (!image || !ApplySteps(request, conversion.input, &image)) return kFailed;
-  SetTexts(request, *image);
-  SetOutputOptions(request, conversion, *image);
-  return SaveOutput(conversion.output, request, *image) ? kDone : kFailed;
+  Input input = LoadInput(conversion.input, request);
+  if (!input || !ApplySteps(request, conversion.input, &input)) return kFailed;
+  ImageRecord& image = *input.image;
+  SetTexts(request, image);
+  SetOutputOptions(request, conversion, image);
+  return SaveOutput(conversion.output, request, image) ? input.Status() : kFailed;
 }
 
 /// What contradicts itself in the command line; empty when nothing does.

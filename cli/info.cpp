@@ -78,12 +78,10 @@ int RunInfo(const Request& request) {
   int status = kDone;
   for (const std::string& file : request.operands) {
     if (Interrupted()) return kFailed;
-    const ImageGuard image = LoadInput(file, request);
-    if (!image) {
-      status = kFailed;
-      continue;
-    }
-    request.json ? PrintJson(file, *image) : PrintText(file, *image);
+    const Input input = LoadInput(file, request);
+    if (input.Status() != kDone) status = kFailed;
+    if (!input) continue;
+    request.json ? PrintJson(file, *input.image) : PrintText(file, *input.image);
   }
   return status;
 }

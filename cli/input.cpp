@@ -58,51 +58,52 @@ std::string Advice(const LoadResult& result, const Request& request) {
 }
 
 /// Loads a file that can be sought in. Empty when it cannot be loaded; `fault` says why.
-ImageGuard LoadFile(const std::string& path, const Request& request, FileScope& scope,
-                    std::string* fault) {
+Input LoadFile(const std::string& path, const Request& request, FileScope& scope,
+               std::string* fault) {
   LoadResult result = Load(path.c_str(), ChoicesOf(path, request));
   *fault = scope.TakeErrors();
-  // What the loader said itself is more exact.
+  // What the loader of a damaged file said itself is more exact.
   const bool isSaid = !fault->empty() && (result.failure == LoadFailure::damaged ||
                                           result.failure == LoadFailure::pluginFailed);
   if (result.failure != LoadFailure::none && !isSaid) {
     *fault = result.reason + Advice(result, request);
   }
-  return std::move(result.image);
+  const bool whole = result.image && (result.failure == LoadFailure::none || request.lenient);
+  return {std::move(result.image), whole};
 }
 
-ImageGuard LoadStream(const std::string& name, const Request& request, FileScope& scope,
-                      std::string* fault) {
+Input LoadStream(const std::string& name, const Request& request, FileScope& scope,
+                 std::string* fault) {
   const bool standard = name == "-";
   const FileHandle opened(standard ? nullptr : std::fopen(name.c_str(), "rb"), std::fclose);
   std::FILE* stream = standard ? stdin : opened.get();
   const TemporaryFile file{std::string()};
   if (!stream || !file.ok()) {
     *fault = stream ? file.reason() : std::strerror(errno);
-    return ImageGuard();
+    return Input();
   }
   // The loaders seek, which a pipe cannot.
   *fault = Spool(stream, file.path(), kLongestForm * request.maxMemoryMib * kMib);
-  return fault->empty() ? LoadFile(file.path(), request, scope, fault) : ImageGuard();
+  return fault->empty() ? LoadFile(file.path(), request, scope, fault) : Input();
 }
 
-ImageGuard LoadAny(const std::string& name, const Request& request, std::string* fault) {
+Input LoadAny(const std::string& name, const Request& request, std::string* fault) {
   FileScope scope(name);
   const PathKind kind = name == "-" ? PathKind::stream : KindOfPath(name);
   if (kind == PathKind::stream) return LoadStream(name, request, scope, fault);
   if (kind != PathKind::directory) return LoadFile(name, request, scope, fault);
   *fault = "is a directory";
-  return ImageGuard();
+  return Input();
 }
 
 }  // namespace
 
-ImageGuard LoadInput(const std::string& name, const Request& request) {
+Input LoadInput(const std::string& name, const Request& request) {
   std::string fault;
-  ImageGuard image = WithinMemory([&] { return LoadAny(name, request, &fault); }, ImageGuard());
-  if (!image && fault.empty()) fault = kOutOfMemory;
+  Input input = WithinMemory([&] { return LoadAny(name, request, &fault); }, Input());
+  if (!input && fault.empty()) fault = kOutOfMemory;
   if (!fault.empty()) ReportFailure(name, fault);
-  return image;
+  return input;
 }
 
 }  // namespace imx

@@ -8,8 +8,17 @@
 
 namespace imx {
 
-/// Loads `name` ("-": standard input; other streams too) as the request asks. Empty on failure,
-/// which has been reported on standard error.
-ImageGuard LoadInput(const std::string& name, const Request& request);
+struct Input {
+  ImageGuard image;
+  bool whole = false;  ///< or what is missing is allowed to be (--lenient)
+
+  explicit operator bool() const { return static_cast<bool>(image); }
+  /// The exit status of what was done with the image.
+  int Status() const { return whole ? kDone : kFailed; }
+};
+
+/// Loads `name` ("-": standard input; other streams too) as the request asks. What went wrong has
+/// been reported on standard error.
+Input LoadInput(const std::string& name, const Request& request);
 
 }  // namespace imx

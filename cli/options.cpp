@@ -247,6 +247,9 @@ constexpr Option kOptions[] = {
      "read and write as other programs do, in the named quirks or in all (imx quirks lists them; "
      "default: read so only what the library refuses)",
      SetInterop},
+    {"--lenient", 0, nullptr, kLoading,
+     "a file that ends early, whose rest is then blank, is no failure; it is still told",
+     SetFlag<&Request::lenient, true>},
     {"--max-memory", 0, "MIB", kLoading,
      "the largest image that is accepted, in mebibytes (default 1024)", SetMaxMemory},
     {"--quiet", 'q', nullptr, kLoading, "no progress bar and no messages but errors",

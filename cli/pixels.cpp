@@ -8,8 +8,9 @@
 namespace imx {
 
 int RunPixels(const Request& request) {
-  const ImageGuard image = LoadInput(request.operands[0], request);
-  if (!image) return kFailed;
+  const Input input = LoadInput(request.operands[0], request);
+  if (!input) return kFailed;
+  const ImageGuard& image = input.image;
   const std::size_t rowBytes = std::size_t{4} * static_cast<std::size_t>(image->width);
   for (std::int32_t y = 0; y < image->height;) {
     // Rows that follow each other in memory go out together.
@@ -24,7 +25,7 @@ int RunPixels(const Request& request) {
     }
     y += rows;
   }
-  return kDone;
+  return input.Status();
 }
 
 }  // namespace imx

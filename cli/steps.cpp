@@ -89,16 +89,17 @@ std::string NameOf(const ImageStep& step) {
 
 }  // namespace
 
-bool ApplySteps(const Request& request, const std::string& name, ImageGuard* image) {
-  Canvas canvas{image};
+bool ApplySteps(const Request& request, const std::string& name, Input* input) {
+  Canvas canvas{&input->image};
   canvas.SelectAll();
   for (const ImageStep& step : request.steps) {
-    ImageGuard mergeSource;
+    Input mergeSource;
     if (step.kind == Kind::merge) {
       mergeSource = LoadInput(step.file, request);
       if (!mergeSource) return false;
+      input->whole = input->whole && mergeSource.whole;
     }
-    const std::string reason = Apply(step, mergeSource.get(), canvas);
+    const std::string reason = Apply(step, mergeSource.image.get(), canvas);
     if (reason.empty()) continue;
     ReportFailure(name, NameOf(step) + ": " + reason);
     return false;

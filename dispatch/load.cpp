@@ -29,6 +29,7 @@
 #include "formats/wavefront.h"
 #include "imagelib/file_reader.h"
 #include "imagelib/image.h"
+#include "imagelib/load_outcome.h"
 #include "imagelib/memory_edge.h"
 #include "imagelib/registry.h"
 #include "imagelib/text.h"
@@ -189,6 +190,9 @@ void Explain(LoadResult& result, const LoadBranch& branch) {
     result.want = LoadWant::frame;
     return Fail(result, LoadFailure::choiceMissing, "a frame must be chosen");
   }
+  if (FileEndedEarly(false)) {
+    return Fail(result, LoadFailure::endedEarly, "the file ends early");
+  }
   if (branch.library) {
     return Fail(result, PluginWasFound() ? LoadFailure::pluginFailed : LoadFailure::pluginMissing,
                 PluginFailure());
@@ -220,6 +224,7 @@ LoadResult LoadAsTold(const char* path) {
     return result;
   }
   const RefusalWatch memory;
+  BeginLoadOutcome();
   result.image = ImageGuard(branch->load(path));
   result.frames = Sequence().frameCount;
   if (memory.Refused()) {
@@ -227,6 +232,12 @@ LoadResult LoadAsTold(const char* path) {
     Fail(result, LoadFailure::outOfMemory, kOutOfMemory);
   } else if (result.image) {
     Describe(*result.image, *branch, path);
+    if (result.failure == LoadFailure::empty) return result;
+    if (FileEndedEarly(true)) {
+      Fail(result, LoadFailure::endedEarly, "the file ends early; the rest is blank");
+    } else if (branch->library && !PluginFailure().empty()) {
+      Fail(result, LoadFailure::damaged, PluginFailure() + "; the rest is blank");
+    }
   } else if (result.failure == LoadFailure::none) {
     Explain(result, *branch);
   }

@@ -30,7 +30,7 @@ enum class LoadWant {
   rawLayout,  ///< kind and size: the file may be headerless
 };
 
-/// Why a file was not loaded.
+/// Why a file was not loaded, or not whole.
 enum class LoadFailure {
   none,
   cannotOpen,
@@ -42,7 +42,8 @@ enum class LoadFailure {
   outOfMemory,
   pluginMissing,  ///< the library is not there, or not a plug-in
   pluginFailed,
-  damaged,  ///< the loader refused it; it may have said more through LibError
+  endedEarly,  ///< the file; the image, if there is one, lacks what is missing of it
+  damaged,     ///< the loader refused it; it may have said more through LibError
 };
 
 struct LoadResult {

@@ -1,5 +1,6 @@
 /// What plug-in libraries and the library exchange. A plug-in exports "ImageLoad" or "IMAGELOAD"
-/// (a PluginLoad), "ImageSave" or "IMAGESAVE" (a PluginSave), or both.
+/// (a PluginLoad), "ImageSave" or "IMAGESAVE" (a PluginSave), or both; and with them, if it can
+/// tell, "ImageFault" or "IMAGEFAULT" (a PluginFaultOf).
 #pragma once
 
 #include <cstddef>
@@ -75,5 +76,17 @@ using PluginSave = std::int32_t(IMX_PLUGIN_CALL*)(
     const char* path, PluginRecord* record, void* instance, void* mainWindow, std::int32_t option,
     PluginProgressBegin begin, PluginProgressBegin beginAgain, PluginProgressUpdate update,
     PluginProgressEnd end, PluginAllocate allocate, PluginFree free, PluginNothing nothing);
+
+/// What kept the last load or save from being whole.
+enum PluginFault : std::int32_t {
+  kPluginNoFault = 0,
+  kPluginFileEnded = 1,  ///< the file ends early; the record, if there is one, lacks the rest
+  kPluginNoMemory = 2,
+  kPluginOtherFault = 3,
+};
+
+/// The PluginFault of the plug-in's last load or save. *text: more about it in words for the user,
+/// which live until the next call, or null.
+using PluginFaultOf = std::int32_t(IMX_PLUGIN_CALL*)(const char** text);
 
 }  // namespace imx

@@ -10,6 +10,7 @@
 #include "imagelib/guards.h"
 #include "imagelib/host.h"
 #include "imagelib/image.h"
+#include "imagelib/load_outcome.h"
 #include "imagelib/memory_edge.h"
 #include "imagelib/plugin_library.h"
 #include "imagelib/save_outcome.h"
@@ -233,6 +234,22 @@ std::string Because(const char* library, const std::string& why) {
   return std::string("plug-in library ") + library + ": " + why;
 }
 
+/// Asks the plug-in, if it tells, what went wrong, and notes it. `unsaid`: what is said of a fault
+/// that it has no words for.
+void TakeFault(const PluginLibrary& library, const char* name, bool failed, const char* unsaid) {
+  if (failed) failure = Because(name, unsaid);
+  const auto faultOf = library.Find<PluginFaultOf>({"ImageFault", "IMAGEFAULT"});
+  const char* text = nullptr;
+  const std::int32_t fault = faultOf ? faultOf(&text) : kPluginNoFault;
+  if (fault == kPluginFileEnded) NoteFileEndedEarly();
+  if (fault == kPluginNoMemory) {
+    NoteRefusedMemory();
+    failure = kOutOfMemory;
+  } else if (fault != kPluginNoFault && text) {
+    failure = Because(name, text);
+  }
+}
+
 std::int32_t CallSaver(const ImageRecord& image, const char* path, const char* name,
                        std::int32_t option) {
   const PluginLibrary library(name);
@@ -257,7 +274,7 @@ std::int32_t CallSaver(const ImageRecord& image, const char* path, const char* n
            ServiceBegin, ServiceBegin, ServiceUpdate, ServiceEnd, ServiceAllocate, ServiceFree,
            ServiceNothing);
   CleanUpCall();
-  if (result != 0) failure = Because(name, "it could not save the image");
+  if (result != 0) TakeFault(library, name, true, "it could not save the image");
   return result;
 }
 
@@ -282,7 +299,7 @@ ImageRecord* LoadWithPlugin(const char* path, const char* name) {
       ServiceEnd, ServiceMakeImage, ServiceAllocate, ServiceFree, ServiceNothing);
   ImageRecord* image = TakeImage(returned);
   CleanUpCall();
-  if (!image) failure = Because(name, "it could not load the image");
+  TakeFault(library, name, !image, "it could not load the image");
   return image;
 }
 

@@ -17,7 +17,9 @@ ImageRecord* LoadWithPlugin(const char* path, const char* library);
 std::int32_t SaveWithPlugin(const ImageRecord* image, const char* path, const char* library,
                             std::int32_t option);
 
-/// Why the last of the two calls above failed, in words for the user; empty when it did not.
+/// Why the last of the two calls above failed, or why the image that it gave is not whole, in words
+/// for the user; empty when all went well. An early end of the file is told to load_outcome.h, lack
+/// of memory to memory.h as well.
 const std::string& PluginFailure();
 
 /// Whether the library of the last call was there and had the entry.

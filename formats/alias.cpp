@@ -7,6 +7,7 @@
 #include "imagelib/file_reader.h"
 #include "imagelib/file_writer.h"
 #include "imagelib/guards.h"
+#include "imagelib/load_outcome.h"
 
 namespace imx {
 namespace {
@@ -26,7 +27,10 @@ struct AliasHeader {
 
 bool ReadHeader(FileReader& in, AliasHeader* h) {
   SetFileByteOrder(ByteOrder::big);
-  if (in.remaining() < kHeaderSize) return false;
+  if (in.remaining() < kHeaderSize) {
+    NoteFileEndedEarly();
+    return false;
+  }
   for (std::uint16_t* field : {&h->width, &h->height, &h->xOffset, &h->yOffset, &h->bits}) {
     *field = in.U16();
   }
@@ -60,7 +64,10 @@ bool ReadRow(FileReader& in, const AliasHeader& h, std::uint8_t* pixels) {
     const FileReader::View view = in.Peek(kWindow);
     const std::size_t used = h.IsMatte() ? DecodePackets<true>(view, h.width, pixels, &done)
                                          : DecodePackets<false>(view, h.width, pixels, &done);
-    if (used == 0) return false;
+    if (used == 0) {
+      NoteFileEndedEarly();
+      return false;
+    }
     in.Skip(used);
   }
   return true;

@@ -9,6 +9,7 @@
 #include "imagelib/file_reader.h"
 #include "imagelib/file_writer.h"
 #include "imagelib/guards.h"
+#include "imagelib/load_outcome.h"
 
 namespace imx {
 namespace {
@@ -133,6 +134,7 @@ void ReadRawRows(FileReader& in, const BmpHeader& h, const PixelTable& table, Im
     if (!alphaKnown && AnyAlpha(pixels, h.width)) image->flags |= kFlagAlpha;
     return !in.ended();
   });
+  if (in.ended()) NoteFileEndedEarly();
 }
 
 /// Walks run-length data; the pen never leaves the image.
@@ -142,7 +144,8 @@ class RunLengthDecoder {
                    const PixelTable& table, ImageRecord* image)
       : data_(data), header_(header), table_(table), image_(image) {}
 
-  void Run() {
+  /// False when the data end before the last row is full, without the mark of the bitmap's end.
+  bool Run() {
     while (at_ + 1 < data_.size() && y_ < header_.height) {
       const unsigned count = data_[at_];
       const unsigned value = data_[at_ + 1];
@@ -150,9 +153,11 @@ class RunLengthDecoder {
       if (count > 0) {
         header_.bits == 8 ? Run8(count, value) : Run4(count, value);
       } else if (!Escape(value)) {
-        return;
+        return true;
       }
     }
+    const bool full = y_ >= header_.height || (y_ == header_.height - 1 && x_ >= header_.width);
+    return full && at_ <= data_.size();
   }
 
  private:
@@ -231,7 +236,8 @@ void ReadRunLength(FileReader& in, const BmpHeader& h, const PixelTable& table,
   TrackedBytes data(std::min(claimed, in.remaining()), "allocptr");
   if (!data) return;
   in.Read(data.data(), data.size());
-  RunLengthDecoder(data.span(), h, table, image).Run();
+  const bool whole = RunLengthDecoder(data.span(), h, table, image).Run();
+  if (!whole && in.remaining() == 0) NoteFileEndedEarly();
 }
 
 // Saving.

@@ -7,6 +7,7 @@
 
 #include "imagelib/file_reader.h"
 #include "imagelib/guards.h"
+#include "imagelib/load_outcome.h"
 
 namespace imx {
 namespace {
@@ -216,6 +217,7 @@ ImageRecord* LoadDem(const char* path, const char* displayName) {
   image->depth = 8;
   ProgressScope progress("Loading DEM", 100, 2);
   ReadProfiles(tokens, scale, image.get(), first.column);
+  if (in.ended()) NoteFileEndedEarly();
   return image.release();
 }
 

@@ -8,6 +8,7 @@
 #include "imagelib/byte_order.h"
 #include "imagelib/file_reader.h"
 #include "imagelib/guards.h"
+#include "imagelib/load_outcome.h"
 
 namespace imx {
 namespace {
@@ -32,7 +33,10 @@ struct FlicHeader {
 };
 
 bool ReadHeader(FileReader& in, FlicHeader* h) {
-  if (in.remaining() < kHeaderSize) return false;
+  if (in.remaining() < kHeaderSize) {
+    NoteFileEndedEarly();
+    return false;
+  }
   in.Seek(4);
   for (std::uint16_t* field : {&h->magic, &h->frames, &h->width, &h->height, &h->depth}) {
     *field = in.U16();
@@ -239,6 +243,7 @@ bool ReadChunk(FileReader& in, Area& area) {
   if (in.ended()) return false;
   const std::uint64_t stated = size > kChunkHeaderSize ? size - kChunkHeaderSize : 0;
   // A size that lies reaches at most to the end of the file.
+  if (stated > in.remaining()) NoteFileEndedEarly();
   TrackedBytes data(std::min(stated, in.remaining()), "dptr");
   if (!data) return false;
   in.Read(data.data(), data.size());
@@ -308,7 +313,9 @@ ImageRecord* LoadFlic(const char* path) {
   area.bytes = TrackedBytes(image->pixelCount, "area");
   if (!area.bytes) return nullptr;
   const std::int32_t last = std::min<std::int32_t>(sequence.chosenFrame, header.frames - 1);
-  if (!PlayFrames(in, last, area)) return image.release();
+  const bool stopped = !PlayFrames(in, last, area);
+  if (in.ended()) NoteFileEndedEarly();
+  if (stopped) return image.release();
   ProgressScope progress("Converting FLIC", header.height, 4);
   ForEachRow(header.height, 4, [&](std::int32_t y) {
     const std::uint8_t* indices = area.Row(static_cast<std::size_t>(y));

@@ -9,6 +9,7 @@
 #include "imagelib/file_reader.h"
 #include "imagelib/file_writer.h"
 #include "imagelib/guards.h"
+#include "imagelib/load_outcome.h"
 
 namespace imx {
 namespace {
@@ -218,6 +219,7 @@ void ReadBlocks(FileReader& in, LzwStrings& strings, std::uint8_t screenFlags, I
       default:
         image->depth = (screenFlags & kTableBits) + 1u;
         CopyText(image->formatLabel, "GIF");
+        if (in.ended()) NoteFileEndedEarly();  // without the trailer more frames may be missing
         return;
     }
   }

@@ -14,6 +14,7 @@
 #include "imagelib/guards.h"
 #include "imagelib/host.h"
 #include "imagelib/image.h"
+#include "imagelib/load_outcome.h"
 #include "imagelib/registry.h"
 #include "imagelib/save_outcome.h"
 #include "imagelib/text.h"
@@ -81,6 +82,7 @@ struct BodyPlace {
   std::uint32_t id;  ///< 0 while none was found
   std::uint64_t offset;
   std::uint32_t size;  ///< no more than there is
+  bool cut;            ///< the file has less than the chunk states
 };
 
 /// What the chunks of a file say, whatever their order. The first header and the first body count,
@@ -123,8 +125,9 @@ void ReadText(FileReader& in, std::size_t size, std::size_t most, TextField& tex
   CopyTextCut(text, {characters, count}, most);
 }
 
-/// Takes over one chunk, of which `size` bytes stand in the file.
-void ReadChunk(FileReader& in, std::uint32_t id, std::uint32_t size, IffFile* file) {
+/// Takes over one chunk, of which `size` of `length` bytes stand in the file.
+void ReadChunk(FileReader& in, std::uint32_t id, std::uint32_t size, std::uint32_t length,
+               IffFile* file) {
   switch (id) {
     case kHeader:
       if (!file->hasHeader) ReadHeader(in, size, &file->header);
@@ -141,7 +144,7 @@ void ReadChunk(FileReader& in, std::uint32_t id, std::uint32_t size, IffFile* fi
     case kTrimRgb:
     case kTrimGrey:
     case kTrimRgba:
-      if (file->body.id == 0) file->body = {id, in.position(), size};
+      if (file->body.id == 0) file->body = {id, in.position(), size, size < length};
       break;
     case kAuthor:
       ReadText(in, size, kMostCredit, file->author);
@@ -173,10 +176,11 @@ void ReadChunks(FileReader& in, std::uint64_t formEnd, IffFile* file) {
     const std::uint32_t length = in.U32();
     const std::uint64_t next = in.position() + length;
     const auto size = static_cast<std::uint32_t>(std::min<std::uint64_t>(length, in.remaining()));
-    ReadChunk(in, id, size, file);
+    ReadChunk(in, id, size, length, file);
     in.Seek(next);
     if (length % 2 != 0 && PadByteFollows(in)) in.Skip(1);
   }
+  if (formEnd > in.size() && file->body.id == 0) NoteFileEndedEarly();
 }
 
 /// Whether pixels may change one component of their left neighbour's colour. The size of the
@@ -325,11 +329,14 @@ bool ReadPlanes(FileReader& in, const IffFile& file, const ImageRecord& image) {
 
   ProgressScope progress("Reading IFF", image.height, kProgressExtra);
   std::uint64_t left = file.body.size;
-  for (std::int32_t y = 0; y < image.height && left > 0; ++y) {
-    const bool whole = row.Read(in, &left);
+  bool whole = true;
+  std::int32_t y = 0;
+  for (; y < image.height && left > 0 && whole; ++y) {
+    whole = row.Read(in, &left);
     row.Convert(PixelRow(image, y));
-    if (!whole || ProgressUpdateAbort(y) != 0) break;
+    if (whole && ProgressUpdateAbort(y) != 0) return true;
   }
+  if (file.body.cut && (!whole || y < image.height)) NoteFileEndedEarly();
   return true;
 }
 
@@ -340,6 +347,7 @@ bool ReadTrim(FileReader& in, const BodyPlace& body, ImageRecord* image) {
   in.Read(data.data(), data.size());
   const std::int32_t channels = body.id == kTrimRgba ? 4 : body.id == kTrimRgb ? 3 : 1;
   TrimLoadBody(image, data.data(), body.size, channels);
+  if (body.cut) NoteFileEndedEarly();
   return true;
 }
 

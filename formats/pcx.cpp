@@ -9,6 +9,7 @@
 #include "imagelib/file_reader.h"
 #include "imagelib/file_writer.h"
 #include "imagelib/guards.h"
+#include "imagelib/load_outcome.h"
 
 namespace imx {
 namespace {
@@ -52,7 +53,10 @@ void HeaderFields(Header& h, Byte byte, Word word, Bytes bytes) {
 
 bool ReadHeader(FileReader& in, PcxHeader* header) {
   in.Seek(0);
-  if (in.remaining() < kHeaderSize) return false;
+  if (in.remaining() < kHeaderSize) {
+    NoteFileEndedEarly();
+    return false;
+  }
   HeaderFields(
       *header, [&in](std::uint8_t& field) { field = in.U8(); },
       [&in](std::uint16_t& field) { field = in.U16(); },
@@ -299,6 +303,7 @@ ImageRecord* LoadPcx(std::FILE* file) {
     return !in.ended();
   });
   if (depth == 8 && end != Rows::stopped) MapIndices(in, rowsRead, image.get());
+  if (in.ended()) NoteFileEndedEarly();
   return image.release();
 }
 

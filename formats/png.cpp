@@ -15,6 +15,7 @@
 #include "imagelib/guards.h"
 #include "imagelib/host.h"
 #include "imagelib/image.h"
+#include "imagelib/load_outcome.h"
 #include "imagelib/registry.h"
 #include "imagelib/text.h"
 
@@ -83,6 +84,7 @@ void ReadBytes(png_structp png, png_bytep to, std::size_t count) {
   if (!in.ReadAll(to, count)) png_error(png, "the file ended");
   const bool chunkHeader = (png_get_io_state(png) & PNG_IO_MASK_LOC) == PNG_IO_CHUNK_HDR;
   if (chunkHeader && count == kChunkHeaderSize && LoadU32(to, ByteOrder::big) > in.remaining()) {
+    NoteFileEndedEarly();
     png_error(png, "a chunk is longer than the file");
   }
 }
@@ -197,7 +199,10 @@ bool ReadPicture(Reading& job) {
   // A file too short for its size would fail in the end; it fails before the memory is taken.
   const std::uint64_t bytes =
       std::uint64_t{png_get_rowbytes(job.png, job.info)} * static_cast<std::uint32_t>(height);
-  if (bytes / kMostInflation > job.in.remaining()) png_error(job.png, "the file is too short");
+  if (bytes / kMostInflation > job.in.remaining()) {
+    NoteFileEndedEarly();
+    png_error(job.png, "the file is too short");
+  }
 
   if (!AllocRecord(job, width, height, plan.depth)) return false;
   if (plan.alpha || png_get_valid(job.png, job.info, PNG_INFO_tRNS)) job.image->flags |= kFlagAlpha;

@@ -9,6 +9,7 @@
 #include "imagelib/file_writer.h"
 #include "imagelib/guards.h"
 #include "imagelib/image.h"
+#include "imagelib/load_outcome.h"
 
 namespace imx {
 namespace {
@@ -84,7 +85,8 @@ class SampleScale {
 template <typename ReadRow>
 void ReadRows(const ImageRecord& image, ReadRow&& readRow) {
   for (std::int32_t y = 0; y < image.height; ++y) {
-    if (!readRow(PixelRow(image, y)) || ProgressUpdateAbort(y + 1) != 0) return;
+    if (!readRow(PixelRow(image, y))) return NoteFileEndedEarly();
+    if (ProgressUpdateAbort(y + 1) != 0) return;
   }
 }
 

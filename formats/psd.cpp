@@ -9,6 +9,7 @@
 #include "imagelib/byte_order.h"
 #include "imagelib/file_reader.h"
 #include "imagelib/guards.h"
+#include "imagelib/load_outcome.h"
 
 namespace imx {
 namespace {
@@ -142,7 +143,10 @@ struct ChannelReader {
     if (!packed) return true;
     const std::uint64_t rows =
         std::uint64_t{header.channels} * static_cast<std::uint32_t>(header.height);
-    if (2 * rows > in.remaining()) return Fail("could not read row lengths");
+    if (2 * rows > in.remaining()) {
+      NoteFileEndedEarly();
+      return Fail("could not read row lengths");
+    }
     if (!blocks.Take(&counts, 2 * rows, "psd2")) return Fail("could not get work memory");
     in.Read(counts, static_cast<std::size_t>(2 * rows));
     return true;
@@ -233,7 +237,10 @@ void ReadPicture(ChannelReader& reader, const Palette& palette, ImageRecord* ima
   if (h.HasAlpha() && end == Rows::done) {
     end = ReadChannel(reader, h.ColourChannels(), 3, &rows, image);
   }
-  if (end == Rows::ended) Fail("could not read a scan line");
+  if (end == Rows::ended) {
+    NoteFileEndedEarly();
+    Fail("could not read a scan line");
+  }
 }
 
 }  // namespace

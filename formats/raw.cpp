@@ -8,6 +8,7 @@
 #include "imagelib/file_reader.h"
 #include "imagelib/file_writer.h"
 #include "imagelib/guards.h"
+#include "imagelib/load_outcome.h"
 #include "imagelib/text.h"
 
 namespace imx {
@@ -77,6 +78,7 @@ void ReadRows(FileReader& in, std::int32_t kind, ImageRecord* image, TrackedByte
   ForEachRow(image->height, 1, [&](std::int32_t y) {
     const std::size_t got = in.Read(row.data(), row.size());
     ConvertRow(kind, row.data(), PixelRow(*image, y), got / pixelBytes);
+    if (got < row.size()) NoteFileEndedEarly();
     return got == row.size();
   });
 }
@@ -96,6 +98,7 @@ void ReadChannelRows(FileReader* (&files)[3], ImageRecord* image, TrackedBytes& 
       pixels[1] = from[width];
       pixels[2] = from[2 * width];
     }
+    if (count < width) NoteFileEndedEarly();
     return count == width;
   });
 }

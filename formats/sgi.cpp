@@ -8,6 +8,7 @@
 #include "imagelib/file_reader.h"
 #include "imagelib/file_writer.h"
 #include "imagelib/guards.h"
+#include "imagelib/load_outcome.h"
 
 namespace imx {
 namespace {
@@ -59,7 +60,10 @@ bool CheckHeader(SgiHeader* h) {
 }
 
 bool ReadHeader(FileReader& in, SgiHeader* h) {
-  if (in.remaining() < kHeaderSize) return false;
+  if (in.remaining() < kHeaderSize) {
+    NoteFileEndedEarly();
+    return false;
+  }
   HeaderFields(
       *h, [&in](std::uint8_t& field) { field = in.U8(); },
       [&in](std::uint16_t& field) { field = in.U16(); },
@@ -178,7 +182,10 @@ std::size_t LongestScanline(const SgiHeader& h) {
 }
 
 TrackedBytes ReadTable(FileReader& in, std::uint64_t entries, const char* label) {
-  if (4 * entries > in.remaining()) return {};
+  if (4 * entries > in.remaining()) {
+    NoteFileEndedEarly();
+    return {};
+  }
   TrackedBytes table(4 * entries, label);
   if (table) in.Read(table.data(), table.size());
   return table;

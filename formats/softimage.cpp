@@ -10,6 +10,7 @@
 #include "imagelib/file_reader.h"
 #include "imagelib/file_writer.h"
 #include "imagelib/guards.h"
+#include "imagelib/load_outcome.h"
 
 namespace imx {
 namespace {
@@ -253,6 +254,7 @@ ImageRecord* LoadSoftimage(const char* path) {
       break;
     }
   }
+  if (in.ended()) NoteFileEndedEarly();
   return image.release();
 }
 

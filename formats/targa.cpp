@@ -10,6 +10,7 @@
 #include "imagelib/file_time.h"
 #include "imagelib/file_writer.h"
 #include "imagelib/guards.h"
+#include "imagelib/load_outcome.h"
 
 namespace imx {
 namespace {
@@ -84,7 +85,10 @@ void HeaderFields(Header& h, Byte byte, Word word) {
 }
 
 bool ReadHeader(FileReader& in, TargaHeader* header) {
-  if (in.remaining() < kHeaderSize) return false;
+  if (in.remaining() < kHeaderSize) {
+    NoteFileEndedEarly();
+    return false;
+  }
   HeaderFields(
       *header, [&in](std::uint8_t& field) { field = in.U8(); },
       [&in](std::uint16_t& field) { field = in.U16(); });
@@ -381,6 +385,7 @@ ImageRecord* LoadTarga(std::FILE* file) {
     ConvertRow(header, map, row.data(), PixelRow(*image, bottomUp ? header.height - 1 - y : y));
     return !in.ended();
   });
+  if (end == Rows::ended) NoteFileEndedEarly();
   if (end != Rows::stopped) ReadTargaExtension(in, image.get());
   return image.release();
 }

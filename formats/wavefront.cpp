@@ -8,6 +8,7 @@
 #include "imagelib/file_reader.h"
 #include "imagelib/file_writer.h"
 #include "imagelib/guards.h"
+#include "imagelib/load_outcome.h"
 
 namespace imx {
 namespace {
@@ -29,7 +30,10 @@ struct RlaHeader {
 
 /// Only the active window and the matte count matter.
 bool ReadHeader(FileReader& in, RlaHeader* h) {
-  if (in.remaining() < kHeaderSize) return false;
+  if (in.remaining() < kHeaderSize) {
+    NoteFileEndedEarly();
+    return false;
+  }
   const auto number = [&in] { return static_cast<std::int16_t>(in.U16()); };
   in.Seek(kActiveWindowOffset);
   const std::int32_t left = number(), right = number(), bottom = number(), top = number();
@@ -73,7 +77,10 @@ bool ReadChannel(FileReader& in, std::size_t width, std::uint8_t complement, std
   in.U16();  // the length that the file states does not bound the decoding
   for (std::size_t done = 0; done < width;) {
     const std::size_t used = DecodePackets(in.Peek(kWindow), width, complement, out, &done);
-    if (used == 0) return false;
+    if (used == 0) {
+      NoteFileEndedEarly();
+      return false;
+    }
     in.Skip(used);
   }
   return true;
@@ -157,7 +164,10 @@ ImageRecord* LoadWavefront(const char* path) {
   // The offsets are passed over: scanlines are read in sequence.
   const std::uint64_t tableSize =
       std::uint64_t{4} * static_cast<std::uint32_t>(std::max(header.height, 0));
-  if (tableSize > in.remaining()) return nullptr;
+  if (tableSize > in.remaining()) {
+    NoteFileEndedEarly();
+    return nullptr;
+  }
   in.Seek(kHeaderSize + tableSize);
   ImageGuard image(AllocImage(header.width, header.height, "Wavefront", nullptr));
   if (!image) {

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "imagelib/byte_order.h"
+#include "imagelib/load_outcome.h"
 #include "imagelib/memory.h"
 
 namespace imx {
@@ -33,6 +34,7 @@ FileReader::FileReader(std::FILE* file) : file_(file) {
 FileReader::FileReader(const char* path) : FileReader(OpenForReading(path)) {}
 
 FileReader::~FileReader() {
+  if (ended_) NoteReadPastEnd();
   if (file_) std::fclose(file_);
 }
 

@@ -12,7 +12,8 @@ namespace imx {
 std::FILE* OpenForReading(const char* path);
 
 /// Reads a seekable file from its current position. Owns the file and closes it.
-/// Past the end every read gives zeros and ended() says so; nothing reads beyond the real size.
+/// Past the end every read gives zeros and ended() says so, and when the reader is done
+/// load_outcome.h is told; nothing reads beyond the real size.
 class FileReader {
  public:
   /// Takes over `file` (may be null: then ok() is false and everything reads as zero).

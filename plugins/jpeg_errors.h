@@ -5,8 +5,11 @@
 #include <csetjmp>
 #include <cstdio>
 
-// After <cstdio>, which it needs.
+// After <cstdio>, which they need.
+#include <jerror.h>
 #include <jpeglib.h>
+
+#include "plugins/plugin.h"
 
 namespace imx {
 
@@ -14,6 +17,7 @@ namespace imx {
 struct JpegErrors {
   jpeg_error_mgr manager;
   std::jmp_buf target;
+  bool fileEnded;
 };
 
 /// Fills in the handlers and hangs them on `info`, a libjpeg object that is not created yet.
@@ -24,7 +28,22 @@ void UseJpegErrors(JpegErrors& errors, Info& info) {
   errors.manager.error_exit = [](j_common_ptr common) {
     std::longjmp(static_cast<JpegErrors*>(common->client_data)->target, 1);
   };
-  errors.manager.output_message = [](j_common_ptr) {};
+  errors.manager.emit_message = [](j_common_ptr common, int) {
+    auto& own = *static_cast<JpegErrors*>(common->client_data);
+    own.fileEnded = own.fileEnded || own.manager.msg_code == JWRN_JPEG_EOF;
+  };
+}
+
+/// Notes the error that ended the work.
+template <typename Info>
+void NoteJpegFault(const JpegErrors& errors, Info& info) {
+  if (errors.manager.msg_code == JERR_OUT_OF_MEMORY) return NoteFault(kPluginNoMemory);
+  if (errors.fileEnded || errors.manager.msg_code == JERR_INPUT_EMPTY) {
+    return NoteFault(kPluginFileEnded);
+  }
+  char text[JMSG_LENGTH_MAX];
+  errors.manager.format_message(reinterpret_cast<j_common_ptr>(&info), text);
+  NoteFault(kPluginOtherFault, text);
 }
 
 }  // namespace imx

@@ -97,24 +97,32 @@ void DecodeRows(Decoding& job) {
 
 /// False when libjpeg gave up; the record then holds the rows before the fault, if it was made.
 bool Decode(Decoding& job) {
-  if (setjmp(job.errors.target) != 0) return false;
+  if (setjmp(job.errors.target) != 0) {
+    NoteJpegFault(job.errors, job.info);
+    return false;
+  }
   jpeg_create_decompress(&job.info);
   job.monitor.progress_monitor = LimitScans;
   job.info.progress = &job.monitor;
   jpeg_save_markers(&job.info, JPEG_COM, kLongestComment);
   jpeg_stdio_src(&job.info, job.file.get());
   jpeg_read_header(&job.info, TRUE);
-  if (!IsLongEnough(job)) return false;
+  if (!IsLongEnough(job)) {
+    NoteFault(kPluginFileEnded);
+    return false;
+  }
   job.record = job.host.makeImage(static_cast<std::int32_t>(job.info.image_width),
                                   static_cast<std::int32_t>(job.info.image_height), "JPEG");
   if (!job.record) return false;
   TakeComment(job);
   job.host.begin("Reading JPEG", job.record->height, 5);
   DecodeRows(job);
+  if (job.errors.fileEnded) NoteFault(kPluginFileEnded);
   return true;
 }
 
 PluginRecord* Load(const char* path, const PluginHost& host) {
+  ForgetFault();
   Decoding job(host, path);
   UseJpegErrors(job.errors, job.info);
   if (!job.file) return nullptr;

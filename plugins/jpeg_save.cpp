@@ -47,7 +47,10 @@ void WriteComment(Encoding& job) {
 
 /// False when libjpeg gave up.
 bool Encode(Encoding& job) {
-  if (setjmp(job.errors.target) != 0) return false;
+  if (setjmp(job.errors.target) != 0) {
+    NoteJpegFault(job.errors, job.info);
+    return false;
+  }
   jpeg_create_compress(&job.info);
   jpeg_stdio_dest(&job.info, job.file.get());
   SetFrame(job);
@@ -64,6 +67,7 @@ bool Encode(Encoding& job) {
 
 std::int32_t Save(const char* path, const PluginRecord& record, int quality,
                   const PluginHost& host) {
+  ForgetFault();
   Encoding job{host, record, std::clamp(quality, 1, 100), OpenFile(std::fopen(path, "wb"))};
   UseJpegErrors(job.errors, job.info);
   if (!job.file) return 1;

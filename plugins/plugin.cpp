@@ -17,6 +17,9 @@ bool EveryPixel(const PluginRecord& record, Test&& test) {
   return true;
 }
 
+PluginFault lastFault = kPluginNoFault;
+char faultText[256];
+
 }  // namespace
 
 bool IsGreyRecord(const PluginRecord& record) {
@@ -34,4 +37,20 @@ void SetField(char* field, std::size_t size, std::string_view text) {
   field[length] = 0;
 }
 
+void NoteFault(PluginFault fault, std::string_view text) {
+  if (lastFault != kPluginNoFault) return;
+  lastFault = fault;
+  SetField(faultText, sizeof faultText, text);
+}
+
+void ForgetFault() {
+  lastFault = kPluginNoFault;
+  faultText[0] = 0;
+}
+
 }  // namespace imx
+
+IMX_PLUGIN_EXPORT std::int32_t IMX_PLUGIN_CALL ImageFault(const char** text) {
+  *text = imx::faultText[0] ? imx::faultText : nullptr;
+  return imx::lastFault;
+}

@@ -43,6 +43,13 @@ bool HasAlphaChannel(const PluginRecord& record);
 /// Copies `text`, cut where the field is full.
 void SetField(char* field, std::size_t size, std::string_view text);
 
+/// Notes what the host is told when it asks for the fault of this call; a text is cut to what fits.
+/// The first fault of a call counts.
+void NoteFault(PluginFault fault, std::string_view text = "");
+
+/// To be called where a load or a save begins.
+void ForgetFault();
+
 struct FileCloser {
   void operator()(std::FILE* file) const { std::fclose(file); }
 };

@@ -27,6 +27,33 @@ OpenTiff Open(const char* path, const char* mode) {
   return OpenTiff(TIFFOpen(path, mode));
 }
 
+/// Whether a file that libtiff cannot open ends before its first directory does.
+bool EndsBeforeDirectory(const char* path) {
+  const OpenFile file(std::fopen(path, "rb"));
+  std::uint8_t bytes[8] = {};
+  if (!file || std::fread(bytes, 1, sizeof bytes, file.get()) < sizeof bytes)
+    return file != nullptr;
+  const bool big = bytes[0] == 'M';
+  std::uint32_t offset = 0;
+  for (std::size_t i = 0; i < 4; ++i) offset = offset << 8 | bytes[big ? 4 + i : 7 - i];
+  if (fseeko(file.get(), static_cast<off_t>(offset), SEEK_SET) != 0) return true;
+  if (std::fread(bytes, 1, 2, file.get()) < 2) return true;
+  const int entries = big ? bytes[0] << 8 | bytes[1] : bytes[1] << 8 | bytes[0];
+  return fseeko(file.get(), 0, SEEK_END) == 0 &&
+         ftello(file.get()) < static_cast<off_t>(offset) + 2 + 12 * entries;
+}
+
+/// Whether the file has less of the pixels than its directory promises.
+bool EndsBeforePixels(TIFF* tiff, std::uint64_t fileSize) {
+  const std::uint32_t count =
+      TIFFIsTiled(tiff) ? TIFFNumberOfTiles(tiff) : TIFFNumberOfStrips(tiff);
+  for (std::uint32_t i = 0; i < count; ++i) {
+    const std::uint64_t offset = TIFFGetStrileOffset(tiff, i);
+    if (offset > fileSize || TIFFGetStrileByteCount(tiff, i) > fileSize - offset) return true;
+  }
+  return false;
+}
+
 template <typename Value>
 Value Tag(TIFF* tiff, std::uint32_t tag) {
   Value value{};
@@ -58,6 +85,12 @@ bool HoldsRecordRows(TIFF* tiff, std::int32_t width) {
          kinds[0] == EXTRASAMPLE_UNASSALPHA && TIFFScanlineSize(tiff) == tmsize_t{4} * width;
 }
 
+void NoteUnread(TIFF* tiff) {
+  const std::uint64_t fileSize = TIFFGetSizeProc(tiff)(TIFFClientdata(tiff));
+  NoteFault(EndsBeforePixels(tiff, fileSize) ? kPluginFileEnded : kPluginOtherFault,
+            "not all of its pixels could be read");
+}
+
 /// Whether any row could be read.
 bool ReadRecordRows(TIFF* tiff, PluginRecord& record, const PluginHost& host) {
   std::int32_t y = 0;
@@ -65,6 +98,7 @@ bool ReadRecordRows(TIFF* tiff, PluginRecord& record, const PluginHost& host) {
          TIFFReadScanline(tiff, RecordRow(record, y), static_cast<std::uint32_t>(y)) == 1) {
     host.update(y++);
   }
+  if (y < record.height) NoteUnread(tiff);
   return y > 0;
 }
 
@@ -92,12 +126,17 @@ bool ReadAnyKind(TIFF* tiff, PluginRecord& record) {
       tiff, static_cast<std::uint32_t>(record.width), static_cast<std::uint32_t>(record.height),
       reinterpret_cast<std::uint32_t*>(record.pixels), ORIENTATION_TOPLEFT, 1);
   const bool any = DivideByAlpha(record);
+  if (read != 1) NoteUnread(tiff);
   return read == 1 || any;
 }
 
 PluginRecord* Load(const char* path, const PluginHost& host) {
+  ForgetFault();
   const OpenTiff tiff = Open(path, "rm");  // read, not mapped: a file can shrink meanwhile
-  if (!tiff) return nullptr;
+  if (!tiff) {
+    if (EndsBeforeDirectory(path)) NoteFault(kPluginFileEnded);
+    return nullptr;
+  }
   const std::uint64_t fileSize = TIFFGetSizeProc(tiff.get())(TIFFClientdata(tiff.get()));
   const auto width = Tag<std::uint32_t>(tiff.get(), TIFFTAG_IMAGEWIDTH);
   const auto height = Tag<std::uint32_t>(tiff.get(), TIFFTAG_IMAGELENGTH);
@@ -178,6 +217,7 @@ bool WriteRows(TIFF* tiff, const PluginRecord& record, const RowLayout& layout,
 
 std::int32_t Save(const char* path, const PluginRecord& record, bool compress,
                   const PluginHost& host) {
+  ForgetFault();
   const OpenTiff tiff = Open(path, "w");
   if (!tiff) return 1;
   const RowLayout layout = ChooseLayout(record);

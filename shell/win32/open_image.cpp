@@ -72,6 +72,8 @@ OpenOutcome OpenImageFile(const std::string& path, const std::string& fileTitle)
     return OpenOutcome::noMemory;
   }
   if (!result.image) return OpenOutcome::noImage;
+  if (result.failure != LoadFailure::none)
+    ReportFile(path, "It is not whole: " + result.reason + ".");
   ImageGuard image = std::move(result.image);
   CopyTextCut(image->name, LoadedImageName(fileTitle, image->frame));
   CopyTextCut(image->path, path);

@@ -71,7 +71,7 @@ using FailureTest = ProgramTest;
 TEST_F(FailureTest, WhatIsNoImageIsSaidInOneLineAndNothingIsWritten) {
   temp.Write("empty.trm", "");
   temp.Write("text.trm", "just some words\n");
-  temp.Write("form.iff", "FORM\0\0\0\4AIFF");
+  temp.Write("form.iff", std::string_view("FORM\0\0\0\4AIFF", 12));
   temp.Write("cut.png", "\x89PNG\r\n\x1A\n");
   temp.Write("a.jpg", std::string_view("\xFF\xD8\xFF\xE0\0\x10JFIF\0\1\2\0\0\1\0\1\0\0", 20));
   mkdir(temp.file("folder").c_str(), 0777);
@@ -79,8 +79,8 @@ TEST_F(FailureTest, WhatIsNoImageIsSaidInOneLineAndNothingIsWritten) {
       {"empty.trm", "imx: empty.trm: is empty\n"},
       {"text.trm", "imx: text.trm: not an image of a known type\n"},
       {"form.iff", "imx: form.iff: not a readable IFF image\n"},
-      {"cut.png", "imx: cut.png: PNG Reader Unrecoverable Error\n"},
-      {"a.jpg", "imx: a.jpg: plug-in library KZLDJPEG.DLL: it could not load the image\n"},
+      {"cut.png", "imx: cut.png: the file ends early\n"},
+      {"a.jpg", "imx: a.jpg: the file ends early\n"},
       {"folder", "imx: folder: is a directory\n"},
       {"missing.png", "imx: missing.png: No such file or directory\n"},
       {"text.trm/below.png", "imx: text.trm/below.png: Not a directory\n"},
@@ -97,6 +97,39 @@ TEST_F(FailureTest, WhatIsNoImageIsSaidInOneLineAndNothingIsWritten) {
     }
   }
   EXPECT_EQ(temp.Names(), before);
+}
+
+TEST_F(FailureTest, AFileThatEndsEarlyIsConvertedAndToldAndFailsUnlessThatIsAllowed) {
+  temp.Write("whole.ppm", Pixmap(40, 30));
+  const std::string says = ": the file ends early; the rest is blank\n";
+  for (const char* type : {"ppm", "bmp", "gif", "pcx", "pic", "pix", "rla", "iff", "fs", "trm",
+                           "jpg", "red", "tga", "png", "rgb", "tif"}) {
+    const std::string name = std::string("a.") + type;
+    ImxOutput({"convert", "--no-compress", "whole.ppm", name});
+    const std::string bytes = Contents(name);
+    const std::size_t half = bytes.size() / (type == std::string("tga") ? 8 : 2);
+    temp.Write(name, bytes.substr(0, half));
+    const ProgramResult strict = Imx({"convert", "--raw", "40x30", name, "out.bmp"});
+    EXPECT_EQ(strict.status, 1) << name;
+    const bool isRefused =
+        type == std::string("png") || type == std::string("rgb") || type == std::string("tif");
+    EXPECT_EQ(strict.err, "imx: " + name + (isRefused ? ": the file ends early\n" : says));
+    EXPECT_NE(FileExists(temp.file("out.bmp")), isRefused) << name;
+    const ProgramResult lenient = Imx({"convert", "--lenient", "--raw=40x30", name, "out.bmp"});
+    EXPECT_EQ(lenient.status, isRefused ? 1 : 0) << name;
+    EXPECT_EQ(lenient.err, strict.err);
+    std::remove(temp.file("out.bmp").c_str());
+  }
+  ImxOutput({"convert", "whole.ppm", "cut.gif"});
+  temp.Write("cut.gif", Contents("cut.gif").substr(0, 900));
+  for (const std::vector<std::string>& arguments :
+       {std::vector<std::string>{"info", "cut.gif"},
+        {"pixels", "cut.gif"},
+        {"count", "cut.gif"},
+        {"convert", "--merge", "cut.gif", "whole.ppm", "out.ppm"}}) {
+    EXPECT_EQ(Imx(arguments).status, 1) << arguments[0];
+    EXPECT_EQ(Imx(arguments).err, "imx: cut.gif" + says) << arguments[0];
+  }
 }
 
 TEST_F(FailureTest, TooLargeAnImageIsRefusedBeforeItsMemoryIsTaken) {

@@ -83,7 +83,7 @@ const std::vector<Codec>& Codecs() {
        .load = LoadPath<LoadIff>,
        .savings = {{"plain", SaveWith<SaveIff, 0, 0>, Kept::rgb},
                    {"packed", SaveWith<SaveIff, 0, 1>, Kept::rgb}}},
-      {.name = "dib", .load = LoadPackedBitmap},
+      {.name = "dib", .load = LoadPackedBitmap, .isFile = false},
       {.name = "pcx",
        .load = LoadPath<LoadPcx>,
        .savings = {{"24", SaveWith<SavePcx, 24>, Kept::rgb},

@@ -29,6 +29,7 @@ struct Codec {
   const char* name;  ///< also of its fuzz target and of its folders in fuzz/
   ImageRecord* (*load)(const char* path);
   std::vector<Saving> savings = {};
+  bool isFile = true;  ///< else what others have taken out of a file
   /// Makes checksums right again after bytes were changed at random; may be null.
   void (*repair)(Bytes& file) = nullptr;
 };

@@ -6,6 +6,7 @@
 #include <random>
 
 #include "dispatch/plugins.h"
+#include "imagelib/load_outcome.h"
 #include "tests/support/fault_injection.h"
 #include "tests/support/library_test.h"
 #include "tests/support/pictures.h"
@@ -110,14 +111,30 @@ TEST_F(PluginCodecTest, RowsBeforeAFaultAreKept) {
   const ImageGuard fromJpeg = LoadBytes(kJpegLoader, jpeg);
   ASSERT_TRUE(fromJpeg);
   EXPECT_NEAR(PixelAt(*fromJpeg, 20, 20).r, PixelAt(*picture, 20, 20).r, 40);
+  EXPECT_TRUE(FileEndedEarly(true));
+  for (const std::size_t length : {jpeg.size() / 2, std::size_t{100}, std::size_t{3}}) {
+    BeginLoadOutcome();
+    jpeg.resize(length);
+    EXPECT_TRUE(FileEndedEarly(static_cast<bool>(LoadBytes(kJpegLoader, jpeg)))) << length;
+  }
 
   Bytes tiff = Saved(kTiff, *picture, 1);  // two strips, the second from row 109 on
+  for (const std::size_t length : {tiff.size() * 9 / 10, tiff.size() / 2, std::size_t{5}}) {
+    BeginLoadOutcome();
+    EXPECT_FALSE(LoadBytes(kTiff, Bytes(tiff.data(), tiff.data() + length)));
+    EXPECT_TRUE(FileEndedEarly(false)) << length << ": the directory stands at the end";
+  }
+  BeginLoadOutcome();
+  EXPECT_TRUE(LoadBytes(kTiff, tiff));
+  EXPECT_EQ(PluginFailure(), "");
   std::fill_n(tiff.begin() + static_cast<std::ptrdiff_t>(tiff.size() * 8 / 10), 100,
               std::uint8_t{0xFF});
   const ImageGuard fromTiff = LoadBytes(kTiff, tiff);
   ASSERT_TRUE(fromTiff);
   EXPECT_EQ(PixelAt(*fromTiff, 20, 20), PixelAt(*picture, 20, 20));
   EXPECT_EQ(PixelAt(*fromTiff, 20, 159), (Rgba{0, 0, 0, 0}));
+  EXPECT_THAT(PluginFailure(), testing::HasSubstr("not all of its pixels"));
+  EXPECT_FALSE(FileEndedEarly(true)) << "damaged, not cut";
 }
 
 // Sizes that nothing in the file stands behind take no memory.

@@ -205,6 +205,7 @@ TEST_F(ViewerTest, AsksForWhatFilesDoNotTell) {
   for (std::uint8_t i = 0; i < 3 * 4 * 2; ++i) triples.push_back(i);
   const std::string raw = temp.Write("shot.bin", triples);
   const std::string gone = temp.file("gone.png");
+  const std::string cut = temp.Write("cut.ppm", std::string_view("P6 2 2 255 abcd"));
   const std::string clip = temp.Write("clip.flc", Flic(6));
   const std::string film = IMX_SOURCE_DIR "/tests/formats/fixtures/cinepak.avi";
   ViewerRun run({clip, film});
@@ -218,7 +219,7 @@ TEST_F(ViewerTest, AsksForWhatFilesDoNotTell) {
   EXPECT_NEAR(PixelAt(*filmed, 5, 5).r, 4 * 40, 9);
   run.ExpectShown(second, *filmed);
 
-  EXPECT_TRUE(DropFiles(run.program(), run.window(), {raw, gone, raw}));
+  EXPECT_TRUE(DropFiles(run.program(), run.window(), {raw, gone, cut, raw}));
   if (run.Expect("RAW Image Loader Guide")) {
     SetControlText(run.dialog(), IDC_RAW_WIDTH, "2");
     SetControlText(run.dialog(), IDC_RAW_HEIGHT, "4");
@@ -228,6 +229,7 @@ TEST_F(ViewerTest, AsksForWhatFilesDoNotTell) {
   run.PressButton(IDC_SWAP);
   run.PressButton(IDOK);
   run.ExpectAndClose("Failure", "No image could be loaded from\n" + gone);
+  run.ExpectAndClose("Failure", cut + "\nIt is not whole: the file ends early; the rest is blank.");
   // The size stays for the next file, the kind does not.
   if (run.Expect("RAW Image Loader Guide")) {
     EXPECT_EQ(ControlTextOf(run.dialog(), IDC_RAW_WIDTH), "4");
@@ -235,6 +237,7 @@ TEST_F(ViewerTest, AsksForWhatFilesDoNotTell) {
   }
   run.PressButton(IDCANCEL);
   const HWND shot = run.Image(3, "shot.bin");
+  run.Close(run.Image(4, "cut.ppm"));
   const ImageGuard wanted = Solid(4, 2, {0, 0, 0, 255});
   for (int i = 0; i < 8; ++i) {
     const auto value = [i](int channel) { return static_cast<std::uint8_t>(3 * i + channel); };
