@@ -11,7 +11,6 @@
 #include "imagelib/unfinished_files.h"
 
 namespace imx {
-namespace {}  // namespace
 
 std::string BatchOutput(const Request& request, const std::string& input) {
   const std::string name(PathFileName(input));
@@ -42,8 +41,7 @@ int ConvertBatch(const Request& request) {
   const auto argumentsOf = [&](std::size_t i) {
     std::vector<std::string> arguments = {"convert"};
     arguments.insert(arguments.end(), request.options.begin(), request.options.end());
-    // The bar counts files, so the copies show none.
-    arguments.insert(arguments.end(), {"--quiet", "--part-of-batch", "--", inputs[i]});
+    arguments.insert(arguments.end(), {"--part-of-batch", "--", inputs[i]});
     return arguments;
   };
   bool all = true;

@@ -1,3 +1,4 @@
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -23,6 +24,16 @@ void MakeStandardStreamsBinary() {}
 
 bool StandardErrorIsTerminal() {
   return isatty(STDERR_FILENO) != 0;
+}
+
+int TerminalColumns() {
+  winsize size = {};
+  const bool known = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+  return known ? size.ws_col : 80;
+}
+
+std::vector<std::string> ExpandName(const std::string& operand) {
+  return {operand};
 }
 
 void HandleInterrupts() {

@@ -13,12 +13,14 @@ namespace {
 
 constexpr int kTitleWidth = 30;
 constexpr int kBarWidth = 30;
-constexpr int kLineWidth = kTitleWidth + kBarWidth + 9;  // "title [bar] 100%"
+constexpr int kBarFrame = 9;  // " [", "] 100%" and a column of air
 
 /// The bar on the terminal.
 struct ProgressBar {
   bool wanted = false;  ///< standard error is a terminal and nobody asked for quiet
   bool shown = false;
+  int shownWidth = 0;
+  bool another = false;  ///< another process may have drawn one on the line
   char title[kTitleWidth + 1] = "";
   std::int32_t total = 0;
   std::int32_t position = 0;
@@ -34,8 +36,9 @@ std::int32_t faultsShown = 0;
 constexpr std::size_t kMostKeptErrors = 4;
 
 void EraseBar() {
+  if (bar.another) std::fprintf(stderr, "\r%*s\r", TerminalColumns() - 1, "");
   if (!bar.shown) return;
-  std::fprintf(stderr, "\r%*s\r", kLineWidth, "");
+  std::fprintf(stderr, "\r%*s\r", bar.shownWidth, "");
   bar.shown = false;
   bar.drawnPercent = -1;
 }
@@ -47,9 +50,14 @@ void DrawBar() {
   if (percent == bar.drawnPercent) return;
   static constexpr char kMarks[] = "##############################";
   static_assert(sizeof kMarks == kBarWidth + 1);
-  const auto filled = static_cast<int>(percent * kBarWidth / 100);
-  std::fprintf(stderr, "\r%-*s [%-*.*s] %3d%%", kTitleWidth, bar.title, kBarWidth, filled, kMarks,
-               static_cast<int>(percent));
+  // On a narrow terminal first the bar shrinks and then the title; a line never wraps.
+  const int spare = std::max(0, TerminalColumns() - 1 - kBarFrame);
+  const int title = std::min(kTitleWidth, spare);
+  const int width = std::min(kBarWidth, spare - title);
+  const auto filled = static_cast<int>(percent * width / 100);
+  bar.shownWidth = std::fprintf(stderr, "\r%-*.*s [%-*.*s] %3d%%", title, title, bar.title, width,
+                                filled, kMarks, static_cast<int>(percent)) -
+                   1;
   std::fflush(stderr);
   bar.shown = true;
   bar.drawnPercent = percent;
@@ -146,9 +154,11 @@ int EndProgress(void* /*argument*/) {
 
 }  // namespace
 
-void InstallHost(bool quiet) {
+void InstallHost(bool quiet, bool partOfBatch) {
   quietHost = quiet;
-  bar.wanted = !quiet && StandardErrorIsTerminal();
+  const bool onTerminal = !quiet && StandardErrorIsTerminal();
+  bar.wanted = onTerminal && !partOfBatch;
+  bar.another = onTerminal && partOfBatch;
   Host() = {Message,      Error,         BeginProgress, UpdateProgress, EndProgress,
             StepProgress, BeginProgress, StepProgress,  UpdateProgress};
   Services().note = Note;

@@ -11,7 +11,8 @@
 namespace imx {
 
 /// Fills the library's callbacks. `quiet`: no progress bar, and no texts but errors.
-void InstallHost(bool quiet);
+/// `partOfBatch`: the bar belongs to another process, which may have left it on the line.
+void InstallHost(bool quiet, bool partOfBatch);
 
 /// One clear line on standard error: "imx: FILE: what". What could upset a terminal is shown as
 /// '?'. Takes no memory.

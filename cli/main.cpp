@@ -36,7 +36,7 @@ std::string ReadEnvironment(Request* request) {
 }
 
 int RunCommand(const Command& command, const Request& request) {
-  InstallHost(request.quiet);
+  InstallHost(request.quiet, request.partOfBatch);
   const int status = ReportingOutOfMemory({}, [&] { return command.run(request); });
   LibraryShutdown();
   return status == kDone && GetMemoryCounters().faults > 0 ? kFailed : status;

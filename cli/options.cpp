@@ -6,6 +6,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "cli/console.h"
 #include "cli/host.h"
 #include "imagelib/registry.h"
 #include "imagelib/text.h"
@@ -301,7 +302,7 @@ std::string ParseArguments(const Command& command, std::span<const std::string> 
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     const std::string& argument = arguments[i];
     if (optionsOver || argument.size() < 2 || argument[0] != '-') {
-      request->operands.push_back(argument);
+      for (std::string& name : ExpandName(argument)) request->operands.push_back(std::move(name));
       continue;
     }
     if (argument == "--") {

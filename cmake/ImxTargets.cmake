@@ -3,7 +3,7 @@
 # Interface target carrying the flags; every target links it, libraries publicly.
 add_library(imx_flags INTERFACE)
 target_compile_features(imx_flags INTERFACE cxx_std_20)
-target_include_directories(imx_flags INTERFACE ${CMAKE_SOURCE_DIR})
+target_include_directories(imx_flags INTERFACE ${PROJECT_SOURCE_DIR})
 target_compile_definitions(imx_flags INTERFACE _FILE_OFFSET_BITS=64)
 target_compile_options(imx_flags INTERFACE
   -Wall -Wextra -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast -Wnon-virtual-dtor

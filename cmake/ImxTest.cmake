@@ -26,7 +26,7 @@ function(imx_test)
   endif()
   add_executable(${TEST_NAME} ${TEST_SOURCES})
   target_link_libraries(${TEST_NAME} PRIVATE imx_flags ${TEST_LINKS} GTest::gmock GTest::gtest_main)
-  target_compile_definitions(${TEST_NAME} PRIVATE IMX_SOURCE_DIR="${CMAKE_SOURCE_DIR}")
+  target_compile_definitions(${TEST_NAME} PRIVATE IMX_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
   set_target_properties(${TEST_NAME} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${IMX_TEST_DIR})
 
   set(schedule parallel)

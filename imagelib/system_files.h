@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 namespace imx {
 
@@ -11,6 +12,9 @@ enum class PathKind {
   directory,
   stream,  ///< a pipe, a device: can neither be sought in nor replaced
 };
+
+/// The characters that end the folder part of a path.
+extern const std::string_view kPathSeparators;
 
 /// What `path` names; symbolic links are followed.
 PathKind KindOfPath(const std::string& path);

@@ -10,6 +10,8 @@
 #include "imagelib/system_files.h"
 
 namespace imx {
+
+const std::string_view kPathSeparators = "/";
 namespace {
 
 constexpr int kMostLinks = 40;  // as many as the kernel follows

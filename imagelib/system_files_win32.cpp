@@ -1,7 +1,10 @@
 #include "imagelib/system_files.h"
+#include "imagelib/text.h"
 #include "imagelib/windows_api.h"
 
 namespace imx {
+
+const std::string_view kPathSeparators = kWindowsPathSeparators;
 namespace {
 
 constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
@@ -21,6 +24,16 @@ bool Flush(const std::string& path) {
   CloseHandle(file);
   SetLastError(error);
   return flushed;
+}
+
+/// `name` as the file system compares it: its characters in capitals, in bytes of UTF-16.
+std::string UpperCase(std::string_view name) {
+  const int size = static_cast<int>(name.size());
+  std::wstring wide(name.size(), L'\0');
+  wide.resize(static_cast<std::size_t>(
+      MultiByteToWideChar(CP_ACP, 0, name.data(), size, wide.data(), size)));
+  CharUpperBuffW(wide.data(), static_cast<DWORD>(wide.size()));
+  return std::string(reinterpret_cast<const char*>(wide.data()), wide.size() * sizeof(wchar_t));
 }
 
 /// The text that identifies what is at `path`; empty when nothing is.
@@ -63,7 +76,7 @@ void RemoveFile(const char* path) {
 }
 
 std::string FolderOf(const std::string& path) {
-  const std::size_t separator = path.find_last_of("/\\:");
+  const std::size_t separator = path.find_last_of(kPathSeparators);
   if (separator == std::string::npos) return ".";
   return path[separator] == ':' ? path.substr(0, separator + 1) + "."
                                 : path.substr(0, separator == 0 ? 1 : separator);
@@ -78,10 +91,8 @@ std::string FileIdentity(const std::string& path) {
   const std::string existing = ExistingIdentity(path);
   if (!existing.empty()) return existing;
   const std::string folder = FolderOf(path);
-  std::string name = path.substr(path.find_last_of("/\\:") + 1);
-  CharUpperA(name.data());
   const std::string place = ExistingIdentity(folder);
-  return (place.empty() ? folder : place) + "/" + name;
+  return (place.empty() ? folder : place) + "/" + UpperCase(PathFileName(path));
 }
 
 bool IsWritable(const std::string& path, std::string* reason) {

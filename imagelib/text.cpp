@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "imagelib/system_files.h"
+
 namespace imx {
 namespace {
 
@@ -40,7 +42,11 @@ bool EndsWithNoCase(std::string_view text, std::string_view ending) {
 }
 
 std::string_view PathFileName(std::string_view path) {
-  const std::size_t separator = path.find_last_of("/\\");
+  return PathFileName(path, kPathSeparators);
+}
+
+std::string_view PathFileName(std::string_view path, std::string_view separators) {
+  const std::size_t separator = path.find_last_of(separators);
   return separator == std::string_view::npos ? path : path.substr(separator + 1);
 }
 

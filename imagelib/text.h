@@ -21,10 +21,15 @@ bool EndsWithNoCase(std::string_view text, std::string_view ending);
 /// Whether both are the same; ASCII letters compare without regard to case.
 bool EqualNoCase(std::string_view a, std::string_view b);
 
+/// What separates the parts of Windows paths, on any system.
+inline constexpr std::string_view kWindowsPathSeparators = "/\\:";
+
 /// `path` from the last dot of its file name on, dot included; empty when the name has no dot.
 std::string_view PathExtension(std::string_view path);
 
-/// The file name at the end of `path` (after the last separator, of either kind).
+/// The file name at the end of `path`, behind the last of `separators`; by default those of the
+/// system.
 std::string_view PathFileName(std::string_view path);
+std::string_view PathFileName(std::string_view path, std::string_view separators);
 
 }  // namespace imx

@@ -27,7 +27,7 @@ std::string SaveStartName(const std::string& name) {
 }
 
 std::string FolderOfPath(const std::string& path) {
-  return path.substr(0, path.size() - PathFileName(path).size());
+  return path.substr(0, path.size() - PathFileName(path, kWindowsPathSeparators).size());
 }
 
 std::string SaveFailureText(const std::string& path, const std::string& reason) {

@@ -1,5 +1,7 @@
 #include "imagelib/text.h"
 
+#include "imagelib/system_files.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
@@ -28,10 +30,11 @@ TEST(Text, ComparisonIgnoresCaseOfAsciiLettersOnly) {
 }
 
 TEST(Text, PathsOfBothSystems) {
-  EXPECT_EQ(PathFileName("a/b\\c.d"), "c.d");
+  EXPECT_EQ(PathFileName("a/b\\c.d", kWindowsPathSeparators), "c.d");
+  EXPECT_EQ(PathFileName("a\\b\\c.d"), kPathSeparators == "/" ? "a\\b\\c.d" : "c.d");
   EXPECT_EQ(PathExtension("a.b/c.tar.gz"), ".gz");
   EXPECT_EQ(PathExtension("a.b/c"), "");
-  EXPECT_EQ(PathExtension("a.b\\c."), ".");
+  EXPECT_EQ(PathExtension("a.b/c."), ".");
 }
 
 }  // namespace

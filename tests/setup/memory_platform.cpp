@@ -21,12 +21,12 @@ MemoryPlatform& self(void* context) {
 
 // Empty for a name without a directory.
 std::string parentOf(const std::string& path) {
-  return path.substr(0, path.size() - std::min(path.size(), PathFileName(path).size() + 1));
+  return path.substr(0, path.size() - std::min(path.size(), PathFileName(path, kWindowsPathSeparators).size() + 1));
 }
 
 FileEntry entryOf(const std::string& path, const Node& node) {
   FileEntry entry;
-  copyPath(entry.name, PathFileName(path));
+  copyPath(entry.name, PathFileName(path, kWindowsPathSeparators));
   entry.attributes = node.isDirectory ? kDirectoryAttribute : 0;
   entry.sizeLow = static_cast<std::uint32_t>(node.content.size());
   entry.sizeHigh = node.sizeHigh;
