@@ -95,7 +95,7 @@ std::string HelpText() {
 std::string HelpText(const Command& command) {
   std::string text = "usage: " + Usage(command) + "\n" + Wrapped(command.summary, 0) + "\n\n";
   for (const Option& option : Options()) {
-    if (IsShown(option, command)) text += Entry(Spelling(option), option.help);
+    if (IsShown(option, command)) text += Entry(Spelling(option), HelpOf(option));
   }
   return text + "\n" + Wrapped(kNotes, 0) + "\n";
 }
@@ -108,7 +108,7 @@ std::string ManualPage() {
     page += std::string(".SS ") + command.name + "\n" + Troff(command.summary) + "\n";
     for (const Option& option : Options()) {
       if (!IsShown(option, command)) continue;
-      page += ".TP\n.B " + Troff(Spelling(option)) + "\n" + Troff(option.help) + "\n";
+      page += ".TP\n.B " + Troff(Spelling(option)) + "\n" + Troff(HelpOf(option)) + "\n";
     }
   }
   page += ".SH QUIRKS\n";

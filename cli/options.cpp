@@ -23,6 +23,22 @@ std::optional<std::int64_t> Number(std::string_view text, std::int64_t least, st
   return value;
 }
 
+using Choices = std::span<const char* const>;
+
+/// "a, b LAST c"
+std::string Listed(Choices choices, const std::string& last) {
+  std::string text;
+  for (std::size_t i = 0; i < choices.size(); ++i) {
+    if (i > 0) text += i + 1 < choices.size() ? ", " : " " + last + " ";
+    text += choices[i];
+  }
+  return text;
+}
+
+std::string NeedsOneOf(Choices choices) {
+  return "needs one of " + Listed(choices, "and");
+}
+
 std::string SetMaxMemory(Request& request, const char* value) {
   constexpr std::int64_t kMost = std::int64_t{1} << 40;
   const auto number = Number(value, 1, kMost);
@@ -37,20 +53,15 @@ std::string SetType(Request& request, const char* value) {
   return {};
 }
 
+constexpr const char* kDepths[] = {"32", "24", "8", "4", "1"};
+
 std::string SetDepth(Request& request, const char* value) {
   const auto number = Number(value, 1, 32);
-  constexpr std::int64_t kDepths[] = {32, 24, 8, 4, 1};
-  if (!number || std::find(std::begin(kDepths), std::end(kDepths), *number) == std::end(kDepths)) {
-    return "needs one of 32, 24, 8, 4 and 1";
+  if (!number || std::none_of(std::begin(kDepths), std::end(kDepths),
+                              [&](const char* depth) { return Number(depth, 1, 32) == number; })) {
+    return NeedsOneOf(kDepths);
   }
   request.depth = static_cast<std::int32_t>(*number);
-  return {};
-}
-
-std::string SetQuality(Request& request, const char* value) {
-  const auto number = Number(value, 0, 100);
-  if (!number) return "needs a number from 0 to 100";
-  request.quality = static_cast<std::int32_t>(*number);
   return {};
 }
 
@@ -84,16 +95,15 @@ std::string SetRawSize(Request& request, const char* value) {
 }
 
 /// In the order of the layout codes.
-constexpr const char* kRawKinds[] = {"grey", "red", "green", "blue", "rgb",      "rbg",
-                                     "gbr",  "grb", "bgr",   "brg",  "rgb-files"};
+constexpr const char* kRawKindChoices[] = {"grey", "red", "green", "blue", "rgb",      "rbg",
+                                           "gbr",  "grb", "bgr",   "brg",  "rgb-files"};
+static_assert(std::size(kRawKindChoices) == kRawKinds);
 
 std::string SetRawKind(Request& request, const char* value) {
   const auto* found =
-      std::find(std::begin(kRawKinds), std::end(kRawKinds), std::string_view(value));
-  if (found == std::end(kRawKinds)) {
-    return "needs one of grey red green blue rgb rbg gbr grb bgr brg rgb-files";
-  }
-  request.rawKind = static_cast<std::int32_t>(found - kRawKinds);
+      std::find(std::begin(kRawKindChoices), std::end(kRawKindChoices), std::string_view(value));
+  if (found == std::end(kRawKindChoices)) return NeedsOneOf(kRawKindChoices);
+  request.rawKind = static_cast<std::int32_t>(found - kRawKindChoices);
   return {};
 }
 
@@ -192,16 +202,16 @@ constexpr Option kOptions[] = {
     {"--type", 0, "EXT", kConvert, "the type to save as (default: by the extension of OUTPUT)",
      SetType},
     {"--depth", 0, "BITS", kConvert,
-     "32, 24, 8, 4 or 1 bits per pixel, as far as the type has them (default: 32 for an image with "
-     "alpha, else 24, else the type's first)",
-     SetDepth},
+     "{} bits per pixel, as far as the type has them (default: 32 for an image with alpha, else "
+     "24, else the type's first)",
+     SetDepth, kDepths},
     {"--compress", 0, nullptr, kConvert, "compress, for types that can (default)",
      SetFlag<&Request::compress, true>},
     {"--no-compress", 0, nullptr, kConvert, "do not compress", SetFlag<&Request::compress, false>},
     {"--interlace", 0, nullptr, kConvert, "interlace, for types that can",
      SetFlag<&Request::interlace, true>},
     {"--quality", 0, "N", kConvert, "quality from 0 to 100, for types that have it (default 100)",
-     SetQuality},
+     SetNumber<&Request::quality, 0, 100>},
     {"--author", 0, "TEXT", kConvert, "set the author", SetText<&Request::author>},
     {"--comment", 0, "TEXT", kConvert, "set the comment", SetText<&Request::comment>},
     {"--notice", 0, "TEXT", kConvert, "set the rights notice", SetText<&Request::notice>},
@@ -239,10 +249,8 @@ constexpr Option kOptions[] = {
     {"--frame", 0, "N", kLoading, "frame of an animation, counted from 0 (default 0)",
      SetNumber<&Request::frame, 0, INT32_MAX - 1>},
     {"--raw", 0, "WxH", kLoading, "size of a headerless file", SetRawSize},
-    {"--raw-as", 0, "KIND", kLoading,
-     "layout of a headerless file: grey, red, green, blue, rgb, rbg, gbr, grb, bgr, brg or "
-     "rgb-files (default: by its name)",
-     SetRawKind},
+    {"--raw-as", 0, "KIND", kLoading, "layout of a headerless file: {} (default: by its name)",
+     SetRawKind, kRawKindChoices},
     {"--exact", 0, nullptr, kLoading, "read and write in the library's own way only", SetExact},
     {"--interop", 0, "[=NAME,...]", kLoading,
      "read and write as other programs do, in the named quirks or in all (imx quirks lists them; "
@@ -294,6 +302,13 @@ std::string CheckOperandCount(const Command& command, const Request& request) {
 
 std::span<const Option> Options() {
   return kOptions;
+}
+
+std::string HelpOf(const Option& option) {
+  std::string help = option.help;
+  const std::size_t place = help.find("{}");
+  if (place != std::string::npos) help.replace(place, 2, Listed(option.choices, "or"));
+  return help;
 }
 
 std::string ParseArguments(const Command& command, std::span<const std::string> arguments,

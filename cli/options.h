@@ -89,11 +89,16 @@ struct Option {
   /// left out.
   const char* argument;
   unsigned commands;  ///< CommandBit mask
-  const char* help;   ///< null: for the program's own copies, not shown
+  /// "{}" in it stands for the choices; null: for the program's own copies, not shown
+  const char* help;
   /// Puts the argument (null when there is none) into the request. Empty, or what is wrong
   /// with it in words that follow the option's name.
   std::string (*apply)(Request& request, const char* value);
+  std::span<const char* const> choices = {};  ///< what it takes, where that can be listed
 };
+
+/// The option's help with its choices.
+std::string HelpOf(const Option& option);
 
 std::span<const Command> Commands();
 std::span<const Option> Options();

@@ -1,26 +1,30 @@
 #include "setup/core/page_machine.h"
 
+#include <iterator>
+
 namespace imx {
 
-bool isSkipped(WizardPage page, const InstallSettings& settings) {
-  return page == WizardPage::documentation && settings.installGlint == 0;
+bool isSkipped(Page page, const InstallSettings& settings) {
+  return page == Page::documentation && settings.installGlint == 0;
 }
 
-WizardPage nextPage(WizardPage page, const InstallSettings& settings) {
+std::optional<Page> nextPage(Page page, const InstallSettings& settings) {
   const bool withoutGlint = settings.installGlint == 0;
   switch (page) {
-    case WizardPage::welcome:
-      return WizardPage::components;
-    case WizardPage::documentation:
-      if (withoutGlint) return WizardPage::locations;
+    case Page::welcome:
+      return Page::components;
+    case Page::documentation:
+      if (withoutGlint) return Page::locations;
       break;
-    case WizardPage::locations:
-      if (withoutGlint && settings.navStep == -1) return WizardPage::components;
+    case Page::locations:
+      if (withoutGlint && settings.navStep == -1) return Page::components;
       break;
     default:
       break;
   }
-  return static_cast<WizardPage>(static_cast<std::int32_t>(page) + settings.navStep);
+  const std::int32_t next = static_cast<std::int32_t>(page) + settings.navStep;
+  if (next >= static_cast<std::int32_t>(std::size(kCourse))) return std::nullopt;
+  return static_cast<Page>(next);
 }
 
 }  // namespace imx

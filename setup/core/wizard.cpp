@@ -21,27 +21,6 @@ constexpr const char* kTooLittleSpace =
     "Using the locations you selected, there is not enough space available.\n\n"
     "Reassign compenents or make more space available.";
 
-Page dialogOf(WizardPage page) {
-  switch (page) {
-    case WizardPage::welcome:
-      return Page::welcome;
-    case WizardPage::components:
-      return Page::components;
-    case WizardPage::documentation:
-      return Page::documentation;
-    case WizardPage::locations:
-      return Page::locations;
-    case WizardPage::programGroup:
-      return Page::programGroup;
-    case WizardPage::confirmation:
-      return Page::confirmation;
-    case WizardPage::storage:
-    case WizardPage::install:
-      break;
-  }
-  return Page::storage;
-}
-
 void countAndCheckSpace(const Platform& platform, InstallSettings& settings) {
   runInstall(platform, settings, kCountMode);
   settings.expectedFiles = settings.runningFiles;
@@ -54,18 +33,18 @@ void countAndCheckSpace(const Platform& platform, InstallSettings& settings) {
 
 // Shows pages until one is left by Exit (false) or the installation is due (true).
 bool runPages(const Platform& platform, InstallSettings& settings) {
-  WizardPage page = WizardPage::welcome;
-  while (page != WizardPage::install) {
-    if (isSkipped(page, settings)) {
+  std::optional<Page> page = Page::welcome;
+  while (page) {
+    if (isSkipped(*page, settings)) {
       settings.installDocs = 0;
     } else {
-      if (page == WizardPage::storage) countAndCheckSpace(platform, settings);
+      if (page == Page::storage) countAndCheckSpace(platform, settings);
       // The storage page keeps the confirmation's answer: leaving it by Exit goes on to install.
-      if (!platform.showPage(platform.context, dialogOf(page)) || settings.pageAccepted == 0) {
+      if (!platform.showPage(platform.context, *page) || settings.pageAccepted == 0) {
         return false;
       }
     }
-    page = nextPage(page, settings);
+    page = nextPage(*page, settings);
   }
   return true;
 }

@@ -411,23 +411,24 @@ void commandAbortQuery(const PageView& view, int id, ControlEvent) {
 
 struct PageDefinition {
   const char* resource;
+  const char* title;
   void (*open)(const PageView& view);
   void (*command)(const PageView& view, int id, ControlEvent event);
 };
 
 // In the order of Page.
 constexpr PageDefinition kPages[] = {
-    {"IDIALOG1", openWelcome, commandWelcome},
-    {"IDIALOG2", openComponents, commandComponents},
-    {"IDIALOG4", openDocumentation, commandDocumentation},
-    {"IDIALOG3", openLocations, commandLocations},
-    {"IDIALOG5", openProgramGroup, commandProgramGroup},
-    {"INSTALLINFO", openConfirmation, commandPlain},
-    {"SPACEDLG", openStorage, commandPlain},
-    {"HALTDLG", openHalted, commandMessage},
-    {"USERHALT", openAbortQuery, commandAbortQuery},
-    {"REQCHANGE", openChangeRequired, commandMessage},
-    {"ALLDONE", openFinished, commandMessage},
+    {"IDIALOG1", "Welcome", openWelcome, commandWelcome},
+    {"IDIALOG2", "Choose Components", openComponents, commandComponents},
+    {"IDIALOG4", "Large Component Query", openDocumentation, commandDocumentation},
+    {"IDIALOG3", "Install Locations", openLocations, commandLocations},
+    {"IDIALOG5", "Program Group Selection", openProgramGroup, commandProgramGroup},
+    {"INSTALLINFO", "Installation Confirmation", openConfirmation, commandPlain},
+    {"SPACEDLG", "Storage Requirements", openStorage, commandPlain},
+    {"HALTDLG", "Wizard Halted", openHalted, commandMessage},
+    {"USERHALT", "Abort Installation?", openAbortQuery, commandAbortQuery},
+    {"REQCHANGE", "Information Requires Change", openChangeRequired, commandMessage},
+    {"ALLDONE", "Wizard Finished", openFinished, commandMessage},
 };
 static_assert(std::size(kPages) == kPageCount);
 
@@ -439,6 +440,10 @@ const PageDefinition& definitionOf(Page page) {
 
 const char* pageResource(Page page) {
   return definitionOf(page).resource;
+}
+
+const char* pageTitle(Page page) {
+  return definitionOf(page).title;
 }
 
 void openPage(Page page, const PageView& view) {

@@ -5,24 +5,10 @@
 #include <cstddef>
 
 #include "setup/core/install_settings.h"
+#include "setup/core/page_machine.h"
 #include "setup/core/platform.h"
 
 namespace imx {
-
-enum class Page {
-  welcome,
-  components,
-  documentation,
-  locations,
-  programGroup,
-  confirmation,
-  storage,
-  halted,
-  abortQuery,
-  changeRequired,
-  finished,
-};
-inline constexpr int kPageCount = 11;
 
 /// What a page does to its window. `window` goes first into every function; controls are named by
 /// the numbers of resources/wizard_ids.h.
@@ -60,6 +46,9 @@ enum class ControlEvent {
 
 /// The page's dialog template, by resource name.
 const char* pageResource(Page page);
+
+/// The title of the page's window, as the template has it.
+const char* pageTitle(Page page);
 
 /// Fills the page's controls; called once, before the page is seen.
 void openPage(Page page, const PageView& view);

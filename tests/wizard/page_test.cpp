@@ -6,6 +6,7 @@
 #include <string>
 
 #include "resources/wizard_ids.h"
+#include "setup/core/wizard_pages.h"
 #include "tests/wizard/setup_run.h"
 
 namespace imx::test {
@@ -91,11 +92,10 @@ TEST_F(WizardPages, EveryRejectedLocationIsToldOf) {
 }
 
 TEST(WizardExit, EndsItOnEveryPageBeforeTheStorage) {
-  for (const char* const page :
-       {"Welcome", "Choose Components", "Large Component Query", "Install Locations",
-        "Program Group Selection", "Installation Confirmation"}) {
+  for (const Page page : kCourse) {
+    if (page == Page::storage) continue;
     SetupRun run(SampleMedium());
-    run.NextTo(page);
+    run.NextTo(pageTitle(page));
     run.PressButton(IDC_EXIT);
     run.ExpectEnd();
   }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "resources/wizard_ids.h"
+#include "setup/core/wizard_pages.h"
 
 namespace imx::test {
 
@@ -16,11 +17,9 @@ std::string SetupProgram() {
 SetupRun::SetupRun(const std::string& medium) : DrivenRun(SetupProgram(), medium) {}
 
 void SetupRun::NextTo(const std::string& title) {
-  for (const char* const page :
-       {"Welcome", "Choose Components", "Large Component Query", "Install Locations",
-        "Program Group Selection", "Installation Confirmation", "Storage Requirements"}) {
-    Expect(page);
-    if (page == title) return;
+  for (const Page page : kCourse) {
+    Expect(pageTitle(page));
+    if (pageTitle(page) == title) return;
     PressButton(IDC_NEXT);
   }
 }

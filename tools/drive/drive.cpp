@@ -10,9 +10,11 @@
 #include <cctype>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 #include <string>
 
 #include "resources/wizard_ids.h"
+#include "setup/core/wizard_pages.h"
 #include "tools/drive/screen_picture.h"
 #include "tools/drive/window_driver.h"
 
@@ -29,23 +31,14 @@ struct Arguments {
   std::string pictures;
 };
 
-/// A page of the wizard and the button that goes on.
-struct Answer {
-  const char* title;
-  int button;
-};
-
-const char kLastTitle[] = "Wizard Finished";
-const Answer kAnswers[] = {
-    {"Welcome", IDC_NEXT},
-    {"Choose Components", IDC_NEXT},
-    {"Large Component Query", IDC_NEXT},
-    {"Install Locations", IDC_NEXT},
-    {"Program Group Selection", IDC_NEXT},
-    {"Installation Confirmation", IDC_NEXT},
-    {"Storage Requirements", IDC_NEXT},
-    {kLastTitle, IDC_OK},
-};
+/// The button that goes on from the page with this title; 0 for none of an untroubled installation.
+int WayOn(const std::string& title) {
+  if (title == pageTitle(Page::finished)) return IDC_OK;
+  return std::any_of(std::begin(kCourse), std::end(kCourse),
+                     [&](Page page) { return title == pageTitle(page); })
+             ? IDC_NEXT
+             : 0;
+}
 
 struct Run {
   Arguments arguments;
@@ -105,15 +98,14 @@ void PrintDialog(HWND dialog, const std::string& title) {
 
 /// Presses the way on. A dialog that is no page of an untroubled installation is closed as a fault.
 void AnswerDialog(Run& run, HWND dialog, const std::string& title) {
-  const auto* const answer = std::find_if(std::begin(kAnswers), std::end(kAnswers),
-                                          [&](const Answer& a) { return title == a.title; });
-  if (answer == std::end(kAnswers)) {
+  const int button = WayOn(title);
+  if (button == 0) {
     Fail(run, "unexpected dialog \"" + title + "\"");
     if (!Press(dialog, IDC_OK)) PostMessageA(dialog, WM_CLOSE, 0, 0);
     return;
   }
-  run.finished = run.finished || title == kLastTitle;
-  if (!Press(dialog, answer->button)) {
+  run.finished = run.finished || title == pageTitle(Page::finished);
+  if (!Press(dialog, button)) {
     Fail(run, "the way on is disabled in \"" + title + "\"");
     PostMessageA(dialog, WM_CLOSE, 0, 0);
   }
@@ -158,7 +150,7 @@ void DriveDialogs(Run& run) {
     PrintDialog(dialog, title);
     TakePicture(run, title);
     AnswerDialog(run, dialog, title);
-    if (title == "Storage Requirements") WatchCopying(run);
+    if (title == pageTitle(Page::storage)) WatchCopying(run);
     std::fflush(stdout);
     previous = dialog;
   }
@@ -194,7 +186,8 @@ int DriveSetup(const Arguments& arguments) {
   } else if (status != 0) {
     Fail(run, "the setup program ended with status " + std::to_string(status));
   }
-  if (!run.finished) Fail(run, std::string("\"") + kLastTitle + "\" was not reached");
+  if (!run.finished)
+    Fail(run, std::string("\"") + pageTitle(Page::finished) + "\" was not reached");
   EndProgram(&run.program);
   std::printf("\n%s\n", run.faulty ? "The installation went wrong." : "Installed.");
   return run.faulty ? 1 : 0;
