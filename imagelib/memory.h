@@ -75,7 +75,8 @@ void SetAllocationGate(AllocationGate gate);
 
 // Blocks that a codec frees together.
 
-/// A group id that no registered block carries.
+/// A group id for AllocGrouped: 1, 2, 3 ... After 2^32 of them ids come again, and those that a
+/// registered block carries are passed over; never the same twice among live groups.
 std::uint32_t NewGroupId();
 
 /// AllocMem into *owner, registered under `group`. 0 when done; 1 on failure, *owner null.
