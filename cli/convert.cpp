@@ -1,5 +1,7 @@
 #include <algorithm>
 #include <cstdint>
+#include <cstdio>
+#include <cstring>
 #include <string>
 
 #include "cli/batch.h"
@@ -9,6 +11,7 @@
 #include "cli/steps.h"
 #include "dispatch/safe_save.h"
 #include "formats/codec_state.h"
+#include "imagelib/host.h"
 #include "imagelib/image.h"
 #include "imagelib/registry.h"
 #include "imagelib/system_files.h"
@@ -64,6 +67,26 @@ void SetTexts(const Request& request, ImageRecord& image) {
   if (request.notice) CopyText(image.notice, *request.notice);
 }
 
+void WarnOfText(const char* name, const char* text, std::size_t kept) {
+  const std::size_t length = std::strlen(text);
+  if (length <= kept) return;
+  char line[80];
+  if (kept == 0) {
+    std::snprintf(line, sizeof line, "the %s is lost: this type keeps none", name);
+  } else {
+    std::snprintf(line, sizeof line, "the %s is cut to %zu bytes", name, kept);
+  }
+  LibMessage(line);
+}
+
+/// A line for each text that the row's files cannot keep whole.
+void WarnOfTexts(std::int32_t row, const ImageRecord& image) {
+  const TextLimits limits = TypeTextLimits(row);
+  WarnOfText("author", image.author, limits.author);
+  WarnOfText("comment", image.comment, limits.comment);
+  WarnOfText("rights notice", image.notice, limits.notice);
+}
+
 /// Saves to a file or, for "-", to standard output. False on failure, which has been reported.
 bool SaveOutput(const std::string& output, const Request& request, ImageRecord& image) {
   FileScope scope(output);
@@ -73,6 +96,7 @@ bool SaveOutput(const std::string& output, const Request& request, ImageRecord& 
   const std::string errors = scope.TakeErrors();
   if (result.saved) {
     if (!errors.empty()) ReportFailure(output, errors);
+    WarnOfTexts(image.saveType, image);
     return true;
   }
   const std::string& why = result.reason.empty() ? errors : result.reason;

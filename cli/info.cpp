@@ -40,8 +40,12 @@ void PrintJson(const std::string& file, const ImageRecord& image) {
   object.Add("width", image.width);
   object.Add("height", image.height);
   object.Add("depth", image.depth);
-  object.Add("frame", image.frame);
-  if (IsSequenceFrame(image)) object.Add("frames", Sequence().frameCount);
+  if (IsSequenceFrame(image)) {
+    object.Add("frame", image.frame - 1);
+    object.Add("frames", Sequence().frameCount);
+  } else {
+    object.Add("frame", "null");
+  }
   object.Add("flags", image.flags);
   object.Add("alpha", image.flags & kFlagAlpha ? "true" : "false");
   object.Add("paletteCount", image.paletteCount);
@@ -60,7 +64,7 @@ void PrintText(const std::string& file, const ImageRecord& image) {
   std::printf("%s\n", Printable(file).c_str());
   PrintField("format", image.formatLabel);
   PrintField("size", std::to_string(image.width) + " x " + std::to_string(image.height));
-  PrintField("depth", std::to_string(image.depth) + " bits");
+  if (image.depth != 0) PrintField("depth", std::to_string(image.depth) + " bits");
   PrintField("alpha", image.flags & kFlagAlpha ? "yes" : "no");
   PrintField("palette", std::to_string(image.paletteCount) + " entries");
   if (IsSequenceFrame(image)) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <string_view>
@@ -10,6 +11,7 @@
 #include "cli/host.h"
 #include "imagelib/registry.h"
 #include "imagelib/text.h"
+#include "render/render.h"
 
 namespace imx {
 namespace {
@@ -74,6 +76,14 @@ std::string SetNumber(Request& request, const char* value) {
   return {};
 }
 
+std::string SetRenderMode(Request& request, const char* value) {
+  const auto number = Number(value, kRenderFixed, kRenderGiven);
+  if (!number) return "needs one of 0, 1, 2 and 4";
+  if (*number == kRenderPrevious) return "needs an earlier picture, of which there is none";
+  request.renderMode = static_cast<std::int32_t>(*number);
+  return {};
+}
+
 std::string SetRenderBits(Request& request, const char* value) {
   const auto number = Number(value, 1, 8);
   if (!number) return "needs a number from 1 to 8";
@@ -133,7 +143,9 @@ std::string AddFactor(Request& request, const char* value) {
   ImageStep step{kind};
   const char* end = value + std::strlen(value);
   const auto [stop, error] = std::from_chars(value, end, step.factor);
-  if (error != std::errc() || stop != end) return "needs a number";
+  if (error != std::errc() || stop != end || !std::isfinite(step.factor) || step.factor <= 0) {
+    return "needs a number above 0";
+  }
   request.steps.push_back(step);
   return {};
 }
@@ -167,6 +179,11 @@ template <std::optional<std::string> Request::*field>
 std::string SetText(Request& request, const char* value) {
   if (std::strlen(value) >= kTextSize - 1) return "takes at most 254 bytes";
   request.*field = value;
+  return {};
+}
+
+std::string Strip(Request& request, const char* /*value*/) {
+  request.author = request.comment = request.notice = std::string();
   return {};
 }
 
@@ -215,6 +232,7 @@ constexpr Option kOptions[] = {
     {"--author", 0, "TEXT", kConvert, "set the author", SetText<&Request::author>},
     {"--comment", 0, "TEXT", kConvert, "set the comment", SetText<&Request::comment>},
     {"--notice", 0, "TEXT", kConvert, "set the rights notice", SetText<&Request::notice>},
+    {"--strip", 0, nullptr, kConvert, "drop author, comment and rights notice", Strip},
     {"--region", 0, "L,T,R,B", kConvert,
      "the region of the operations that follow, in pixels, all edges included (default: the whole "
      "image, also after an operation that made a new one)",
@@ -228,9 +246,9 @@ constexpr Option kOptions[] = {
      AddFactor<ImageStep::Kind::resample>},
     {"--merge", 0, "FILE", kConvert, "put FILE, resampled, into the region", AddMerge},
     {"--render-mode", 0, "N", kConvert,
-     "palette of reduced depths: 0 fixed, 1 grey, 2 built from the image (default), 3 the one "
-     "rendered before, 4 as 2 or given",
-     SetNumber<&Request::renderMode, 0, 4>},
+     "palette of reduced depths: 0 fixed, 1 grey, 2 built from the image (default), 4 that of the "
+     "loaded image",
+     SetRenderMode},
     {"--ordered", 0, nullptr, kConvert, "ordered dither instead of error diffusion",
      SetFlag<&Request::ordered, true>},
     {"--strength", 0, "PCT", kConvert, "strength of the dither in percent (default 100)",
@@ -267,10 +285,12 @@ constexpr Option kOptions[] = {
      SetFlag<&Request::help, true>},
 };
 
-/// One argument that is an option, split where it carries its value.
+/// One argument that is an option, split where it carries its value or, behind a short option
+/// without one, more short options.
 struct Spelled {
   const Option* option = nullptr;
   std::optional<std::string> value;
+  std::string more;  ///< the argument that is left, with its dash
 };
 
 /// "--name", "--name=value", "-n" or "-nvalue".
@@ -281,9 +301,14 @@ Spelled Find(const Command& command, const std::string& argument) {
   for (const Option& option : kOptions) {
     if (!(option.commands & command.bit)) continue;
     if (isLong ? name != option.name : name[1] != option.shortName) continue;
-    Spelled found{&option, std::nullopt};
+    Spelled found{&option, std::nullopt, {}};
     if (isLong && equals != std::string::npos) found.value = argument.substr(equals + 1);
-    if (!isLong && argument.size() > 2) found.value = argument.substr(2);
+    if (isLong || argument.size() == 2) return found;
+    if (option.argument) {
+      found.value = argument.substr(2);
+    } else {
+      found.more = "-" + argument.substr(2);
+    }
     return found;
   }
   return {};
@@ -296,6 +321,38 @@ std::string CheckOperandCount(const Command& command, const Request& request) {
     return "does not take '" + request.operands[command.mostOperands] + "'";
   }
   return {};
+}
+
+/// What is wrong with the arguments taken together. Empty when nothing is.
+std::string CheckTogether(const Command& command, const Request& request) {
+  if (request.help) return {};
+  const auto& operands = request.operands;
+  if (std::find(operands.begin(), operands.end(), "") != operands.end()) {
+    return "was given an empty file name";
+  }
+  if (request.rawKind >= 0 && request.rawWidth == 0) return "--raw-as needs --raw WxH as well";
+  return CheckOperandCount(command, request);
+}
+
+/// Puts one option into the request; `next` is the argument behind it, null behind the last, and
+/// `tookNext` tells whether it was used. Empty, or what is wrong.
+std::string ApplyOption(Spelled spelled, const std::string* next, Request* request,
+                        bool* tookNext) {
+  const Option& option = *spelled.option;
+  const bool mayLack = option.argument && option.argument[0] == '[';
+  *tookNext = option.argument && !mayLack && !spelled.value && next;
+  if (*tookNext) {
+    spelled.value = *next;
+    request->options.push_back(*next);
+  }
+  if (option.argument && !mayLack && !spelled.value) {
+    return std::string(option.name) + " needs " + option.argument;
+  }
+  if (!option.argument && spelled.value) return std::string(option.name) + " takes no value";
+  const char* value = spelled.value ? spelled.value->c_str() : nullptr;
+  const std::string fault = option.apply(*request, value);
+  if (fault.empty()) return {};
+  return std::string(option.name) + (value ? " '" + *spelled.value + "' " : " ") + fault;
 }
 
 }  // namespace
@@ -320,30 +377,20 @@ std::string ParseArguments(const Command& command, std::span<const std::string> 
       for (std::string& name : ExpandName(argument)) request->operands.push_back(std::move(name));
       continue;
     }
-    if (argument == "--") {
-      optionsOver = true;
-      continue;
-    }
-    Spelled spelled = Find(command, argument);
-    const Option* option = spelled.option;
-    if (!option) return "has no option '" + argument + "'";
-    request->options.push_back(argument);
-    const bool mayLack = option->argument && option->argument[0] == '[';
-    if (option->argument && !mayLack && !spelled.value && i + 1 < arguments.size()) {
-      spelled.value = arguments[++i];
-      request->options.push_back(arguments[i]);
-    }
-    if (option->argument && !mayLack && !spelled.value) {
-      return std::string(option->name) + " needs " + option->argument;
-    }
-    if (!option->argument && spelled.value) return std::string(option->name) + " takes no value";
-    const char* value = spelled.value ? spelled.value->c_str() : nullptr;
-    const std::string fault = option->apply(*request, value);
-    if (!fault.empty()) {
-      return std::string(option->name) + (value ? " '" + *spelled.value + "' " : " ") + fault;
+    optionsOver = argument == "--";
+    for (std::string rest = optionsOver ? "" : argument; !rest.empty();) {
+      const Spelled spelled = Find(command, rest);
+      if (!spelled.option) return "has no option '" + rest + "'";
+      if (rest == argument) request->options.push_back(argument);
+      const std::string* next = i + 1 < arguments.size() ? &arguments[i + 1] : nullptr;
+      bool tookNext = false;
+      const std::string fault = ApplyOption(spelled, next, request, &tookNext);
+      if (!fault.empty()) return fault;
+      i += tookNext ? 1 : 0;
+      rest = spelled.more;
     }
   }
-  return request->help ? std::string() : CheckOperandCount(command, *request);
+  return CheckTogether(command, *request);
 }
 
 int UsageError(const char* command, const std::string& what) {

@@ -15,7 +15,8 @@ RenderCode RenderCodeForDepth(std::int32_t bits) {
 
 bool RenderIndexed(const ImageRecord& image, RenderCode code, IndexedImage* indexed) {
   const RenderSettings& settings = Rendering();
-  indexed->palette = {};
+  // What mode 4 renders to is the image's own palette; in the others the entries are only filled.
+  indexed->palette = settings.renderMode == kRenderGiven ? image.palette : Palette{};
   indexed->width = static_cast<std::size_t>(image.width);
   indexed->indices = RenderImage(image, indexed->palette, code, settings.renderMode,
                                  settings.renderOrdered != 0, true, settings.renderStrength);

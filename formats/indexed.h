@@ -24,7 +24,8 @@ struct IndexedImage {
 /// The colour request for 8 or 4 bits, black and white for 1.
 RenderCode RenderCodeForDepth(std::int32_t bits);
 
-/// Renders with the library's current settings. False when memory runs out.
+/// Renders with the library's current settings; in mode 4 to the image's own palette. False when
+/// memory runs out.
 bool RenderIndexed(const ImageRecord& image, RenderCode code, IndexedImage* indexed);
 
 }  // namespace imx

@@ -153,6 +153,28 @@ std::int32_t TypeRowByExtension(const char* extension) {
   return -1;
 }
 
+TextLimits TypeTextLimits(std::int32_t row) {
+  // The record itself holds no more.
+  constexpr std::size_t kWhole = 254;
+  // Credits of IFF files are cut to this when they are read back.
+  constexpr std::size_t kIffCredit = 98;
+  switch (Registry(row).type) {
+    case kTypeTarga:
+      return {.author = 40, .comment = kWhole};
+    case kTypePng:
+      return {.author = kWhole, .comment = kWhole};
+    case kTypeTrim:
+    case kTypeIff:
+    case kTypeFramestore:
+      return {.author = kIffCredit, .comment = kWhole, .notice = kIffCredit};
+    case kTypeJpeg:
+    case kTypeTiff:
+      return {.comment = kWhole};
+    default:
+      return {};
+  }
+}
+
 std::int32_t DepthChoiceCount(std::int32_t row) {
   std::int32_t count = 0;
   while (DepthChoiceBit(row, count) >= 0) ++count;

@@ -1,6 +1,7 @@
 /// The format registry: one table of the file types, and questions about its rows.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 namespace imx {
@@ -65,6 +66,14 @@ std::int32_t SaverPosition(std::int32_t row);
 std::int32_t SaverRow(std::int32_t position);
 /// First row with this extension (no dot; case is ignored), or -1.
 std::int32_t TypeRowByExtension(const char* extension);
+
+/// Bytes that the row's saver keeps of an image's texts; 0 where it keeps none.
+struct TextLimits {
+  std::size_t author = 0;
+  std::size_t comment = 0;
+  std::size_t notice = 0;
+};
+TextLimits TypeTextLimits(std::int32_t row);
 
 /// Number of depths that the row offers.
 std::int32_t DepthChoiceCount(std::int32_t row);

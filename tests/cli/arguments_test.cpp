@@ -50,6 +50,13 @@ TEST_F(ArgumentsTest, UsageErrorsAreOneLineAndChangeNothing) {
       {{"convert", "a.ppm", "b.ppm", "--quality", "-1"}, "from 0 to 100"},
       {{"convert", "a.ppm", "b.ppm", "--author", std::string(255, 'x')}, "at most 254 bytes"},
       {{"convert", "a.ppm", "b.ppm", "--no-such"}, "no option '--no-such'"},
+      {{"convert", "a.ppm", "b.ppm", "--gamma", "nan"}, "needs a number above 0"},
+      {{"convert", "a.ppm", "b.ppm", "--gamma", "inf"}, "needs a number above 0"},
+      {{"convert", "a.ppm", "b.ppm", "--rescale", "0"}, "needs a number above 0"},
+      {{"convert", "a.ppm", "b.gif", "--render-mode", "3"}, "'3' needs an earlier picture"},
+      {{"info", "--raw-as", "grey", "a.ppm"}, "--raw-as needs --raw WxH"},
+      {{"info", ""}, "an empty file name"},
+      {{"convert", "-qx", "a.ppm", "b.ppm"}, "no option '-x'"},
       {{"info", "--max-memory", "99999999999999999999", "a.ppm"}, "mebibytes from 1"},
   };
   for (const auto& c : kCases) {

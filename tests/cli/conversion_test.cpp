@@ -55,17 +55,23 @@ TEST_F(ConversionTest, TheInputIsOpenedToBeTestedAndToBeLoaded) {
 
 TEST_F(ConversionTest, TextsAreSetAndSurvive) {
   temp.Write("in.ppm", Pixmap(3, 3));
-  const auto textsOf = [this](const std::string& conversion, const std::string& result) {
-    EXPECT_EQ(Bash("imx convert " + conversion + " " + result).err, "");
+  const auto textsOf = [this](const std::string& conversion, const std::string& result,
+                              const std::string& warning = "") {
+    EXPECT_EQ(Bash("imx convert " + conversion + " " + result).err, warning);
     const std::string json = ImxOutput({"info", "--json", result});
     const std::size_t begin = json.find("\"author\"");
     return json.substr(begin, json.find('}') - begin);
   };
   EXPECT_EQ(textsOf("in.ppm --author 'Ann Author' --comment 'Some words' --notice rights", "a.trm"),
             R"("author":"Ann Author","comment":"Some words","notice":"rights")");
-  EXPECT_EQ(textsOf("a.trm", "b.png"),
-            R"("author":"Ann Author","comment":"Some words","notice":"")")
-      << "PNG has no place for the notice";
+  EXPECT_EQ(textsOf("a.trm --clip --rescale 2 --resample 2", "b.png",
+                    "imx: b.png: the rights notice is lost: this type keeps none\n"),
+            R"("author":"Ann Author","comment":"Some words","notice":"")");
+  const std::string forty(40, 'n');
+  EXPECT_EQ(textsOf("in.ppm --author " + forty + "n", "c.tga",
+                    "imx: c.tga: the author is cut to 40 bytes\n"),
+            "\"author\":\"" + forty + R"(","comment":"","notice":"")");
+  EXPECT_EQ(textsOf("a.trm --strip", "c.trm"), R"("author":"","comment":"","notice":"")");
   EXPECT_EQ(Tool({"identify", "-format", "%[Author]|%[Description]", "b.png"}),
             "Ann Author|Some words");
   EXPECT_EQ(textsOf("a.trm --author '' --notice other", "d.trm"),
@@ -89,7 +95,7 @@ class BatchTest : public ProgramTest {
 };
 
 TEST_F(BatchTest, EachFileIsConvertedAsIfAloneHoweverManyProcessesThereAre) {
-  for (const char* jobs : {"", "-j1", "-j3", "-j50"}) {
+  for (const char* jobs : {"", "-j1", "-j3", "-qj50"}) {
     SCOPED_TRACE(jobs);
     const ProgramResult result = Bash(std::string(R"(
       rm -rf out; mkdir out

@@ -19,11 +19,11 @@ TEST_F(InfoTest, JsonHoldsTheRecordInItsOrder) {
   temp.Write("plain.ppm", Pixmap(5, 4));
   EXPECT_EQ(ImxOutput({"info", "--json", "alpha.png", "plain.ppm"}),
             R"({"file":"alpha.png","formatLabel":"PNG","fileType":23,"width":3,"height":2,)"
-            R"("depth":32,"frame":0,"flags":1,"alpha":true,"paletteCount":256,)"
+            R"("depth":32,"frame":null,"flags":1,"alpha":true,"paletteCount":256,)"
             R"("extension":".png","author":"","comment":"","notice":""})"
             "\n"
             R"({"file":"plain.ppm","formatLabel":"PPM","fileType":23,"width":5,"height":4,)"
-            R"("depth":24,"frame":0,"flags":0,"alpha":false,"paletteCount":256,)"
+            R"("depth":24,"frame":null,"flags":0,"alpha":false,"paletteCount":256,)"
             R"("extension":"","author":"","comment":"","notice":""})"
             "\n");
 }

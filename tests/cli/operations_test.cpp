@@ -124,5 +124,13 @@ TEST_F(OperationsTest, AFileOfFewerBitsGetsNoMoreColoursThanItCanName) {
   }
 }
 
+TEST_F(OperationsTest, TheLoadedPaletteIsRenderedTo) {
+  temp.Write("noise.ppm", Pixmap(64, 64));
+  ImxOutput({"convert", "noise.ppm", "few.bmp", "--depth", "8", "--render-bits", "3"});
+  EXPECT_EQ(Bash("imx convert few.bmp few.ppm && ppmtoilbm -quiet few.ppm > few.iff").err, "");
+  ImxOutput({"convert", "few.iff", "same.bmp", "--depth", "8", "--render-mode", "4"});
+  EXPECT_TRUE(Decoded("same.bmp") == Decoded("few.bmp"));
+}
+
 }  // namespace
 }  // namespace imx::test
