@@ -90,6 +90,7 @@ void WarnOfTexts(std::int32_t row, const ImageRecord& image) {
 /// Saves to a file or, for "-", to standard output. False on failure, which has been reported.
 bool SaveOutput(const std::string& output, const Request& request, ImageRecord& image) {
   FileScope scope(output);
+  const QuirkScope quirks(request.quirks);
   const SaveCare care = {request.sync, !request.partOfBatch};
   const SaveResult result =
       output == "-" ? SaveImageToStream(stdout, &image) : SaveImageSafely(output, &image, care);

@@ -9,6 +9,7 @@
 #include "cli/host.h"
 #include "dispatch/load.h"
 #include "formats/raw.h"
+#include "imagelib/host.h"
 #include "imagelib/image.h"
 #include "imagelib/system_files.h"
 #include "imagelib/temporary_file.h"
@@ -46,6 +47,11 @@ LoadChoices ChoicesOf(const std::string& path, const Request& request) {
   // With its size told, a name that tells the layout is enough.
   if (choices.rawKind < 0 && choices.rawWidth > 0) choices.rawKind = RawKindByName(path.c_str());
   choices.maxBytes = request.maxMemoryMib * kMib;
+  choices.way = ReadingWay::atNeed;
+  if (request.interop) {
+    choices.way = *request.interop ? ReadingWay::interop : ReadingWay::exact;
+    choices.quirks = request.quirks;
+  }
   return choices;
 }
 
@@ -62,6 +68,7 @@ Input LoadFile(const std::string& path, const Request& request, FileScope& scope
                std::string* fault) {
   LoadResult result = Load(path.c_str(), ChoicesOf(path, request));
   *fault = scope.TakeErrors();
+  if (!result.note.empty()) LibMessage(result.note.c_str());
   // What the loader of a damaged file said itself is more exact.
   const bool isSaid = !fault->empty() && (result.failure == LoadFailure::damaged ||
                                           result.failure == LoadFailure::pluginFailed);

@@ -47,7 +47,7 @@ struct Request {
   std::int32_t strength = 100;  ///< of the dither, in percent
   std::optional<std::int32_t> renderBits;
   std::optional<bool> interop;   ///< read and write as other programs do; unset = read so at need
-  QuirkSet quirks;               ///< what `interop` turns on
+  QuirkSet quirks;               ///< what `interop` turns on; none otherwise
   std::vector<ImageStep> steps;  ///< in the order in which they were given
   std::string outputFolder;      ///< empty: the last operand names the output
   std::optional<std::int32_t> jobs;

@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "dispatch/file_tests.h"
 #include "dispatch/plugins.h"
@@ -28,6 +29,7 @@
 #include "formats/targa.h"
 #include "formats/wavefront.h"
 #include "imagelib/file_reader.h"
+#include "imagelib/host.h"
 #include "imagelib/image.h"
 #include "imagelib/load_outcome.h"
 #include "imagelib/memory_edge.h"
@@ -244,10 +246,84 @@ LoadResult LoadAsTold(const char* path) {
   return result;
 }
 
+/// Takes what the library says as errors while it lives, and says it at the end.
+class HeldErrors {
+ public:
+  HeldErrors() : before_(Host().error) {
+    texts_.clear();
+    Hold(true);
+  }
+  ~HeldErrors() {
+    Hold(false);
+    for (const std::string& text : texts_) LibError(text.c_str());
+    texts_.clear();
+  }
+  HeldErrors(const HeldErrors&) = delete;
+  HeldErrors& operator=(const HeldErrors&) = delete;
+
+  void Hold(bool hold) { Host().error = hold ? Keep : before_; }
+  void Forget() { texts_.clear(); }
+
+ private:
+  static int Keep(void* text) {
+    WithinMemory([text] { return texts_.emplace_back(static_cast<const char*>(text)), true; },
+                 false);
+    return 0;
+  }
+
+  static inline std::vector<std::string> texts_;
+  const HostFunction before_;
+};
+
 LoadResult OutOfMemory() {
   LoadResult result;
   Fail(result, LoadFailure::outOfMemory, kOutOfMemory);
   return result;
+}
+
+void CheckFrame(LoadResult& result, const LoadChoices& choices) {
+  if (result.frames <= 0 || choices.frame < result.frames) return;
+  result.image = ImageGuard();
+  Fail(result, LoadFailure::noSuchFrame,
+       "there is no frame " + std::to_string(choices.frame) + ": the last of " +
+           std::to_string(result.frames) + " is " + std::to_string(result.frames - 1));
+}
+
+/// Load with exactly these quirks.
+LoadResult LoadWith(const char* path, const LoadChoices& choices, const QuirkSet& quirks) {
+  const QuirkScope scope(quirks);
+  SetImageCeiling(choices.maxBytes);
+  Sequence() = {};
+  Sequence().chosenFrame = choices.frame;
+  Raw() = {false, choices.rawKind, choices.rawWidth, choices.rawHeight};
+  LoadResult result = WithinMemory([path] { return LoadAsTold(path); }, OutOfMemory());
+  if (result.failure == LoadFailure::empty) result.image = ImageGuard();
+  CheckFrame(result, choices);
+  if (result.image && choices.way == ReadingWay::atNeed) {
+    const QuirkSet applied = scope.applied(), shown = scope.shown();
+    if (applied.any()) {
+      result.note = "read as other programs do (" + QuirkNames(applied) + "); --exact refuses it";
+    } else if (shown.any()) {
+      result.note = "other programs read it otherwise: --interop=" + QuirkNames(shown, ",");
+    }
+  }
+  return result;
+}
+
+/// Whether a file that the library's own way gives nothing of may be one of another way.
+bool OthersMayReadIt(const LoadResult& result) {
+  if (result.image) return false;
+  switch (result.failure) {
+    case LoadFailure::notKnown:
+    case LoadFailure::choiceMissing:
+    case LoadFailure::noSuchFrame:
+    case LoadFailure::pluginFailed:
+    case LoadFailure::endedEarly:
+    case LoadFailure::damaged:
+      return true;
+    default:
+      return false;
+  }
 }
 
 }  // namespace
@@ -260,13 +336,18 @@ std::string OversizedText(std::uint64_t bytes) {
 }
 
 LoadResult Load(const char* path, const LoadChoices& choices) {
-  SetImageCeiling(choices.maxBytes);
-  Sequence() = {};
-  Sequence().chosenFrame = choices.frame;
-  Raw() = {false, choices.rawKind, choices.rawWidth, choices.rawHeight};
-  LoadResult result = WithinMemory([path] { return LoadAsTold(path); }, OutOfMemory());
-  if (result.failure == LoadFailure::empty) result.image = ImageGuard();
-  return result;
+  if (choices.way != ReadingWay::atNeed) {
+    const bool asOthers = choices.way == ReadingWay::interop;
+    return LoadWith(path, choices, asOthers ? choices.quirks : QuirkSet());
+  }
+  HeldErrors errors;
+  LoadResult own = LoadWith(path, choices, QuirkSet());
+  if (!OthersMayReadIt(own)) return own;
+  errors.Hold(false);
+  LoadResult others = LoadWith(path, choices, choices.quirks);
+  const bool helped = others.image && !others.note.empty();
+  if (helped) errors.Forget();
+  return helped ? std::move(others) : std::move(own);
 }
 
 ImageRecord* LoadImage(const char* path) {

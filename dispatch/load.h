@@ -5,8 +5,16 @@
 #include <string>
 
 #include "imagelib/guards.h"
+#include "imagelib/quirks.h"
 
 namespace imx {
+
+/// How the named quirks (quirks.h) are read.
+enum class ReadingWay {
+  exact,    ///< the library's own way
+  atNeed,   ///< its own way and, where that gives nothing, LoadChoices::quirks
+  interop,  ///< LoadChoices::quirks
+};
 
 /// What a loader must be told beyond the file.
 struct LoadChoices {
@@ -15,6 +23,8 @@ struct LoadChoices {
   std::int32_t rawWidth = 0;  ///< of a headerless file, in pixels; 0 = not known
   std::int32_t rawHeight = 0;
   std::uint64_t maxBytes = UINT64_MAX;  ///< pixels that take more than this are refused
+  ReadingWay way = ReadingWay::exact;
+  QuirkSet quirks = AllQuirks();  ///< read as other programs do, where `way` allows it
 };
 
 /// What a file is taken for.
@@ -37,6 +47,7 @@ enum class LoadFailure {
   empty,
   notKnown,       ///< of no known type, even with a raw layout chosen
   choiceMissing,  ///< see LoadResult::want
+  noSuchFrame,    ///< the sequence has LoadResult::frames of them
   aboveLimit,     ///< the pixels take more than LoadChoices::maxBytes
   tooLarge,       ///< the pixels take more than any image can have
   outOfMemory,
@@ -52,8 +63,11 @@ struct LoadResult {
   LoadWant want = LoadWant::nothing;
   std::int32_t frames = 0;  ///< of a sequence
   LoadFailure failure = LoadFailure::none;
-  std::string
-      reason;  ///< the failure in words that follow the file's name; empty when there is none
+  /// The failure in words that follow the file's name; empty when there is none.
+  std::string reason;
+  /// In such words: that the file was read as other programs do although the host did not ask for
+  /// it, or that it shows by itself that they read it otherwise. Empty when neither is so.
+  std::string note;
 };
 
 /// Why an image of `bytes` of pixels is refused, in the words of LoadResult::reason.

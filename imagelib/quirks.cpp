@@ -154,10 +154,10 @@ QuirkSet AllQuirks() {
   return QuirkSet().set();
 }
 
-std::string QuirkNames(const QuirkSet& set) {
+std::string QuirkNames(const QuirkSet& set, const char* between) {
   std::string names;
   for (const QuirkRow& row : kRows) {
-    if (set[row.id]) names.append(names.empty() ? "" : ", ").append(row.name);
+    if (set[row.id]) names.append(names.empty() ? "" : between).append(row.name);
   }
   return names;
 }

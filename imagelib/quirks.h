@@ -82,8 +82,8 @@ const char* QuirkDirection(const QuirkRow& row);
 /// Other programs' way in everything.
 QuirkSet AllQuirks();
 
-/// The names of the quirks in `set`, in the table's order, with ", " between them.
-std::string QuirkNames(const QuirkSet& set);
+/// The names of the quirks in `set`, in the table's order.
+std::string QuirkNames(const QuirkSet& set, const char* between = ", ");
 
 /// Whether other programs' way holds in this place. Asked only where it makes a difference to the
 /// file at hand; a quirk asked while it is on counts as applied.

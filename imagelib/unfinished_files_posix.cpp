@@ -78,6 +78,8 @@ UnfinishedFile CreateUnfinishedFile(const std::string& folder, std::string* reas
     close(file);
   }
   *reason = SystemErrorText();
+  // Nobody named that folder, so the reason does.
+  if (folder.empty()) *reason = FolderOrTemporary(folder) + ": " + *reason;
   return {};
 }
 

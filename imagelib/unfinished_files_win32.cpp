@@ -57,6 +57,8 @@ UnfinishedFile CreateUnfinishedFile(const std::string& folder, std::string* reas
     if (GetLastError() != ERROR_FILE_EXISTS) break;
   }
   *reason = SystemErrorText();
+  // Nobody named that folder, so the reason does.
+  if (folder.empty()) *reason = FolderOrTemporary(folder) + ": " + *reason;
   return {};
 }
 

@@ -132,6 +132,16 @@ TEST_F(FailureTest, AFileThatEndsEarlyIsConvertedAndToldAndFailsUnlessThatIsAllo
   }
 }
 
+TEST_F(FailureTest, FramesThatAreNotThereAreNamedWithTheRange) {
+  temp.Write("a.flc", ReadFile(IMX_SOURCE_DIR "/fuzz/samples/flic/flc"));
+  for (const char* file : {"a.flc", IMX_SOURCE_DIR "/tests/formats/fixtures/cinepak.avi"}) {
+    const ProgramResult result = Imx({"pixels", "--frame", "99", file});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.out, "");
+    EXPECT_THAT(result.err, HasSubstr(": there is no frame 99: the last of "));
+  }
+}
+
 TEST_F(FailureTest, TooLargeAnImageIsRefusedBeforeItsMemoryIsTaken) {
   temp.Write("huge.ppm", "P6 20000 20000 255\nabc");
   temp.Write("beyond.ppm", "P6 65536 65536 255\nabc");
