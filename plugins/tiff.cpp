@@ -1,5 +1,4 @@
-// KZldTIFF: loads and saves TIFF files (TIFF 6.0) through libtiff. What is loaded is the first
-// picture in the file.
+// KZldTIFF: loads and saves TIFF files (TIFF 6.0) through libtiff.
 
 #include <tiffio.h>
 
@@ -7,154 +6,12 @@
 #include <memory>
 
 #include "plugins/plugin.h"
+#include "plugins/tiff_load.h"
 
 namespace imx {
 namespace {
 
-/// No coding makes more pixels of a byte: a blank fax page at high resolution comes near it.
-constexpr std::uint64_t kMostPixelsForByte = 65536;
 constexpr std::uint64_t kStripBytes = 64 * 1024;
-
-struct TiffCloser {
-  void operator()(TIFF* tiff) const { TIFFClose(tiff); }
-};
-using OpenTiff = std::unique_ptr<TIFF, TiffCloser>;
-
-/// libtiff prints its complaints unless it is told not to.
-OpenTiff Open(const char* path, const char* mode) {
-  TIFFSetErrorHandler(nullptr);
-  TIFFSetWarningHandler(nullptr);
-  return OpenTiff(TIFFOpen(path, mode));
-}
-
-/// Whether a file that libtiff cannot open ends before its first directory does.
-bool EndsBeforeDirectory(const char* path) {
-  const OpenFile file(std::fopen(path, "rb"));
-  std::uint8_t bytes[8] = {};
-  if (!file || std::fread(bytes, 1, sizeof bytes, file.get()) < sizeof bytes)
-    return file != nullptr;
-  const bool big = bytes[0] == 'M';
-  std::uint32_t offset = 0;
-  for (std::size_t i = 0; i < 4; ++i) offset = offset << 8 | bytes[big ? 4 + i : 7 - i];
-  if (fseeko(file.get(), static_cast<off_t>(offset), SEEK_SET) != 0) return true;
-  if (std::fread(bytes, 1, 2, file.get()) < 2) return true;
-  const int entries = big ? bytes[0] << 8 | bytes[1] : bytes[1] << 8 | bytes[0];
-  return fseeko(file.get(), 0, SEEK_END) == 0 &&
-         ftello(file.get()) < static_cast<off_t>(offset) + 2 + 12 * entries;
-}
-
-/// Whether the file has less of the pixels than its directory promises.
-bool EndsBeforePixels(TIFF* tiff, std::uint64_t fileSize) {
-  const std::uint32_t count =
-      TIFFIsTiled(tiff) ? TIFFNumberOfTiles(tiff) : TIFFNumberOfStrips(tiff);
-  for (std::uint32_t i = 0; i < count; ++i) {
-    const std::uint64_t offset = TIFFGetStrileOffset(tiff, i);
-    if (offset > fileSize || TIFFGetStrileByteCount(tiff, i) > fileSize - offset) return true;
-  }
-  return false;
-}
-
-template <typename Value>
-Value Tag(TIFF* tiff, std::uint32_t tag) {
-  Value value{};
-  TIFFGetFieldDefaulted(tiff, tag, &value);
-  return value;
-}
-
-void TakeTexts(TIFF* tiff, PluginRecord& record) {
-  const auto take = [tiff](std::uint32_t tag, char* field, std::size_t size) {
-    char* text = nullptr;
-    if (TIFFGetField(tiff, tag, &text) == 1) SetField(field, size, text);
-  };
-  take(TIFFTAG_IMAGEDESCRIPTION, record.comment, kPluginTextSize);
-  take(TIFFTAG_ARTIST, record.author, sizeof record.author);
-  take(TIFFTAG_COPYRIGHT, record.notice, sizeof record.notice);
-}
-
-/// Rows of R, G, B and a plain alpha, as the record wants them. libtiff's general way would
-/// multiply the colours by alpha and lose some.
-bool HoldsRecordRows(TIFF* tiff, std::int32_t width) {
-  std::uint16_t extras = 0;
-  std::uint16_t* kinds = nullptr;
-  TIFFGetFieldDefaulted(tiff, TIFFTAG_EXTRASAMPLES, &extras, &kinds);
-  return !TIFFIsTiled(tiff) && Tag<std::uint16_t>(tiff, TIFFTAG_BITSPERSAMPLE) == 8 &&
-         Tag<std::uint16_t>(tiff, TIFFTAG_SAMPLESPERPIXEL) == 4 &&
-         Tag<std::uint16_t>(tiff, TIFFTAG_PLANARCONFIG) == PLANARCONFIG_CONTIG &&
-         Tag<std::uint16_t>(tiff, TIFFTAG_PHOTOMETRIC) == PHOTOMETRIC_RGB &&
-         Tag<std::uint16_t>(tiff, TIFFTAG_ORIENTATION) == ORIENTATION_TOPLEFT && extras == 1 &&
-         kinds[0] == EXTRASAMPLE_UNASSALPHA && TIFFScanlineSize(tiff) == tmsize_t{4} * width;
-}
-
-void NoteUnread(TIFF* tiff) {
-  const std::uint64_t fileSize = TIFFGetSizeProc(tiff)(TIFFClientdata(tiff));
-  NoteFault(EndsBeforePixels(tiff, fileSize) ? kPluginFileEnded : kPluginOtherFault,
-            "not all of its pixels could be read");
-}
-
-/// Whether any row could be read.
-bool ReadRecordRows(TIFF* tiff, PluginRecord& record, const PluginHost& host) {
-  std::int32_t y = 0;
-  while (y < record.height &&
-         TIFFReadScanline(tiff, RecordRow(record, y), static_cast<std::uint32_t>(y)) == 1) {
-    host.update(y++);
-  }
-  if (y < record.height) NoteUnread(tiff);
-  return y > 0;
-}
-
-/// Undoes the multiplication by alpha. Whether there was any pixel that is not all zero.
-bool DivideByAlpha(PluginRecord& record) {
-  bool any = false;
-  for (std::int32_t y = 0; y < record.height; ++y) {
-    std::uint8_t* pixel = RecordRow(record, y);
-    for (std::int32_t x = 0; x < record.width; ++x, pixel += 4) {
-      const int alpha = pixel[3];
-      any = any || alpha != 0;
-      if (alpha == 0 || alpha == 255) continue;
-      for (int c = 0; c < 3; ++c) {
-        pixel[c] = static_cast<std::uint8_t>(std::min(255, (pixel[c] * 255 + alpha / 2) / alpha));
-      }
-    }
-  }
-  return any;
-}
-
-/// Every other kind of TIFF, by libtiff's own conversion; its words are R, G, B, A in memory. A
-/// fault leaves the rest of the picture as it was made.
-bool ReadAnyKind(TIFF* tiff, PluginRecord& record) {
-  const int read = TIFFReadRGBAImageOriented(
-      tiff, static_cast<std::uint32_t>(record.width), static_cast<std::uint32_t>(record.height),
-      reinterpret_cast<std::uint32_t*>(record.pixels), ORIENTATION_TOPLEFT, 1);
-  const bool any = DivideByAlpha(record);
-  if (read != 1) NoteUnread(tiff);
-  return read == 1 || any;
-}
-
-PluginRecord* Load(const char* path, const PluginHost& host) {
-  ForgetFault();
-  const OpenTiff tiff = Open(path, "rm");  // read, not mapped: a file can shrink meanwhile
-  if (!tiff) {
-    if (EndsBeforeDirectory(path)) NoteFault(kPluginFileEnded);
-    return nullptr;
-  }
-  const std::uint64_t fileSize = TIFFGetSizeProc(tiff.get())(TIFFClientdata(tiff.get()));
-  const auto width = Tag<std::uint32_t>(tiff.get(), TIFFTAG_IMAGEWIDTH);
-  const auto height = Tag<std::uint32_t>(tiff.get(), TIFFTAG_IMAGELENGTH);
-  if (width > INT32_MAX || height > INT32_MAX ||
-      std::uint64_t{width} * height / kMostPixelsForByte > fileSize) {
-    return nullptr;
-  }
-  PluginRecord* const record =
-      host.makeImage(static_cast<std::int32_t>(width), static_cast<std::int32_t>(height), "TIFF");
-  if (!record) return nullptr;
-  TakeTexts(tiff.get(), *record);
-  host.begin("Reading TIFF", record->height, 5);
-  const bool read = HoldsRecordRows(tiff.get(), record->width)
-                        ? ReadRecordRows(tiff.get(), *record, host)
-                        : ReadAnyKind(tiff.get(), *record);
-  host.end();
-  return read ? record : nullptr;
-}
 
 /// Gives memory back to the host.
 struct HostBlockFreer {
@@ -217,8 +74,7 @@ bool WriteRows(TIFF* tiff, const PluginRecord& record, const RowLayout& layout,
 
 std::int32_t Save(const char* path, const PluginRecord& record, bool compress,
                   const PluginHost& host) {
-  ForgetFault();
-  const OpenTiff tiff = Open(path, "w");
+  const OpenTiff tiff = OpenTiffFile(path, "w");
   if (!tiff) return 1;
   const RowLayout layout = ChooseLayout(record);
   SetTags(tiff.get(), record, layout, compress);
@@ -234,8 +90,13 @@ std::int32_t Save(const char* path, const PluginRecord& record, bool compress,
 IMX_PLUGIN_EXPORT imx::PluginRecord* IMX_PLUGIN_CALL ImageLoad(
     const char* path, void*, void*, imx::PluginProgressBegin begin, imx::PluginProgressBegin,
     imx::PluginProgressUpdate update, imx::PluginProgressEnd end, imx::PluginMakeImage makeImage,
-    imx::PluginAllocate, imx::PluginFree, imx::PluginNothing) {
-  return imx::Load(path, {.begin = begin, .update = update, .end = end, .makeImage = makeImage});
+    imx::PluginAllocate allocate, imx::PluginFree free, imx::PluginNothing) {
+  return imx::LoadTiffPicture(path, {.begin = begin,
+                                     .update = update,
+                                     .end = end,
+                                     .makeImage = makeImage,
+                                     .allocate = allocate,
+                                     .free = free});
 }
 
 IMX_PLUGIN_EXPORT std::int32_t IMX_PLUGIN_CALL

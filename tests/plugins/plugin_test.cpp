@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <cstdlib>
 #include <functional>
+#include <map>
 #include <random>
 
 #include "dispatch/plugins.h"
 #include "imagelib/load_outcome.h"
+#include "tests/formats/format_test.h"
 #include "tests/support/fault_injection.h"
 #include "tests/support/library_test.h"
 #include "tests/support/pictures.h"
@@ -98,10 +100,157 @@ TEST_F(PluginCodecTest, TiffComesBackTheSame) {
   EXPECT_EQ(PixelAt(*LoadBytes(kTiff, Saved(kTiff, *zero, 0)), 1, 0), (Rgba{4, 5, 6, 255}));
 }
 
+struct TiffFields {
+  std::uint32_t width = 2, height = 1, bits = 8, samples = 1, photometric = 1;
+  std::uint32_t orientation = 1, planes = 1, format = 1;
+  int extra = -1;  // what the sample behind the colours is; -1 = not said
+  std::uint32_t tile = 0;
+};
+
+/// A file, low byte first, with its data in one strip, or in one for each plane or tile.
+Bytes TiffFile(const TiffFields& f, const Bytes& data, std::uint32_t pieces = 1) {
+  using Words = std::vector<std::uint32_t>;
+  const auto size = static_cast<std::uint32_t>(data.size());
+  Words offsets, sizes(pieces, size / pieces);
+  for (std::uint32_t i = 0; i < pieces; ++i) offsets.push_back(8 + i * (size / pieces));
+  std::map<std::uint32_t, Words> tags = {{256, {f.width}},
+                                         {257, {f.height}},
+                                         {258, Words(f.samples, f.bits)},
+                                         {259, {1}},
+                                         {262, {f.photometric}},
+                                         {273, offsets},
+                                         {274, {f.orientation}},
+                                         {277, {f.samples}},
+                                         {278, {f.height}},
+                                         {279, sizes},
+                                         {284, {f.planes}},
+                                         {339, Words(f.samples, f.format)}};
+  if (f.extra >= 0) tags[338] = {static_cast<std::uint32_t>(f.extra)};
+  if (f.tile > 0) {
+    for (const std::uint32_t tag : {273u, 278u, 279u}) tags.erase(tag);
+    tags[322] = tags[323] = {f.tile};
+    tags[324] = offsets;
+    tags[325] = sizes;
+  }
+  if (f.photometric == 6) tags[530] = {1, 1};
+  if (f.photometric == 3) tags[320] = Words(3u << f.bits, 0x4200);
+  const auto count = static_cast<std::uint32_t>(tags.size());
+  ByteBuilder file = LittleEndian(), behind = LittleEndian();
+  file.U8('I').U8('I').U16(42).U32(8 + size).Raw(data.data(), size).U16(count);
+  for (const auto& [tag, words] : tags) {
+    file.U16(tag).U16(4).U32(static_cast<std::uint32_t>(words.size()));
+    if (words.size() == 1) {
+      file.U32(words[0]);
+      continue;
+    }
+    file.U32(8 + size + 2 + 12 * count + 4 + static_cast<std::uint32_t>(behind.size()));
+    for (const std::uint32_t word : words) behind.U32(word);
+  }
+  return file.U32(0).bytes() + behind.bytes();
+}
+
+TEST_F(PluginCodecTest, TiffSamplesOfEveryWidth) {
+  using Row = std::vector<Rgba>;
+  const auto grey = [](int a, int b) {
+    const auto x = static_cast<std::uint8_t>(a), y = static_cast<std::uint8_t>(b);
+    return Row{{x, x, x, 255}, {y, y, y, 255}};
+  };
+  const struct {
+    TiffFields fields;
+    Bytes data;
+    Row pixels;
+  } files[] = {
+      {{.bits = 1}, {0x40}, grey(0, 255)},
+      {{.bits = 2}, {0x60}, grey(85, 170)},
+      {{.bits = 3}, {0x74}, grey(109, 182)},
+      {{.bits = 6, .photometric = 0}, {0x05, 0xF0}, grey(251, 130)},
+      {{.bits = 10}, {0xFF, 0xC0, 0x10}, grey(255, 0)},
+      {{.bits = 12}, {0x80, 0x0F, 0x00}, grey(128, 239)},
+      {{.bits = 14}, {0x20, 0x00, 0xFF, 0xF0}, grey(32, 64)},
+      {{.bits = 16}, {0xFF, 0x7F, 0x00, 0x80}, grey(127, 128)},
+      {{.bits = 24}, {0, 0, 0x80, 0xFF, 0xFF, 0xFF}, grey(128, 255)},
+      {{.bits = 32}, {0, 0, 0, 0x40, 0xFF, 0xFF, 0xFF, 0xFF}, grey(64, 255)},
+      {{.bits = 32, .format = 3}, {0, 0, 0, 0x3F, 0, 0, 0xC0, 0xFF}, grey(128, 0)},
+      {{.bits = 32, .format = 3}, {0, 0, 0x80, 0x40, 0, 0, 0, 0xBF}, grey(255, 0)},
+      {{.bits = 4, .photometric = 3}, {0x1F}, grey(0x42, 0x42)},
+      {{.width = 1, .bits = 16, .samples = 4, .photometric = 5},
+       {0, 0, 0xFF, 0xFF, 0, 0x80, 0, 0x40},
+       {{191, 0, 95, 255}}},
+      {{.width = 1, .samples = 3, .photometric = 2, .planes = 2}, {1, 2, 3}, {{1, 2, 3, 255}}},
+      // Alpha that nothing was multiplied by, said and not said, and that the colours hold.
+      {{.width = 1, .samples = 4, .photometric = 2, .extra = 2}, {9, 8, 7, 5}, {{9, 8, 7, 5}}},
+      {{.width = 1, .samples = 4, .photometric = 2, .extra = 0}, {9, 8, 7, 5}, {{9, 8, 7, 5}}},
+      {{.width = 1, .samples = 4, .photometric = 2}, {9, 8, 7, 5}, {{9, 8, 7, 5}}},
+      {{.width = 1, .samples = 4, .photometric = 2, .extra = 1}, {9, 8, 7, 51}, {{45, 40, 35, 51}}},
+      {{.width = 1, .samples = 2, .extra = 2}, {9, 5}, {{9, 9, 9, 5}}},
+      {{.width = 1, .bits = 16, .samples = 2, .extra = 2}, {0, 9, 5, 5}, {{9, 9, 9, 5}}},
+  };
+  for (const auto& file : files) {
+    const std::uint32_t planes = file.fields.planes == 2 ? file.fields.samples : 1;
+    const ImageGuard image = LoadBytes(kTiff, TiffFile(file.fields, file.data, planes));
+    EXPECT_EQ(Pixels(image), file.pixels) << file.fields.bits << " " << PluginFailure();
+  }
+}
+
+TEST_F(PluginCodecTest, TiffOrientations) {
+  // 1 2 3 over 4 5 6, as it is shown in each orientation.
+  const std::vector<int> shown[] = {{1, 2, 3, 4, 5, 6}, {3, 2, 1, 6, 5, 4}, {6, 5, 4, 3, 2, 1},
+                                    {4, 5, 6, 1, 2, 3}, {1, 4, 2, 5, 3, 6}, {4, 1, 5, 2, 6, 3},
+                                    {6, 3, 5, 2, 4, 1}, {3, 6, 2, 5, 1, 4}};
+  for (std::uint32_t orientation = 1; orientation <= 8; ++orientation) {
+    SCOPED_TRACE(orientation);
+    TiffFields fields = {.width = 3, .height = 2, .orientation = orientation};
+    const ImageGuard plain = LoadBytes(kTiff, TiffFile(fields, {1, 2, 3, 4, 5, 6}));
+    fields.samples = 3;
+    fields.photometric = 6;  // luminance and no colour, which libtiff converts
+    Bytes colour;
+    for (std::uint8_t y = 1; y <= 6; ++y) colour = colour + Bytes{y, 128, 128};
+    const ImageGuard converted = LoadBytes(kTiff, TiffFile(fields, colour));
+    for (const ImageGuard* image : {&plain, &converted}) {
+      ASSERT_TRUE(*image);
+      EXPECT_EQ(image->get()->width, orientation > 4 ? 2 : 3);
+      std::vector<int> greens;
+      for (const Rgba& pixel : Pixels(*image)) greens.push_back(pixel.g);
+      EXPECT_EQ(greens, shown[orientation - 1]);
+    }
+  }
+}
+
+TEST_F(PluginCodecTest, TiffTilesOfAnySize) {
+  // Four tiles of 16 x 16 on a picture of 20 x 18.
+  Bytes data;
+  for (std::uint8_t tile = 1; tile <= 4; ++tile) data = data + Bytes(256, tile);
+  const ImageGuard image =
+      LoadBytes(kTiff, TiffFile({.width = 20, .height = 18, .tile = 16}, data, 4));
+  ASSERT_TRUE(image) << PluginFailure();
+  EXPECT_EQ(PixelAt(*image, 15, 15).r, 1);
+  EXPECT_EQ(PixelAt(*image, 16, 15).r, 2);
+  EXPECT_EQ(PixelAt(*image, 15, 17).r, 3);
+  EXPECT_EQ(PixelAt(*image, 19, 17).r, 4);
+}
+
+TEST_F(PluginCodecTest, TiffsThatAreNotReadHaveAReason) {
+  const std::pair<TiffFields, const char*> files[] = {
+      {{.bits = 16, .format = 3}, "floating-point samples of 16 bits"},
+      {{.bits = 64}, "samples of 64 bits"},
+      {{.bits = 8, .format = 5}, "complex samples"},
+      {{.photometric = 5}, "too few samples"},
+      {{.photometric = 32803}, "PhotometricInterpretation"},
+      {{.samples = 100}, "100 samples to a pixel"},
+      {{.width = 60000, .height = 60000}, "too short for its picture"},
+      {{.height = 16, .tile = 32752}, "too short for its tiles"}};
+  for (const auto& [fields, reason] : files) {
+    EXPECT_FALSE(LoadBytes(kTiff, TiffFile(fields, Bytes(400, 1)))) << reason;
+    EXPECT_THAT(PluginFailure(), testing::HasSubstr(reason));
+  }
+}
+
 TEST_F(PluginCodecTest, DamagedFilesDoNoHarm) {
   LoadDamaged(kJpegLoader, Saved(kJpegSaver, *PhotoLike(40, 30), 70));
   LoadDamaged(kTiff, Saved(kTiff, *PhotoLike(20, 15), 1));
   LoadDamaged(kTiff, Saved(kTiff, *AlphaGradient(20, 15), 0));
+  LoadDamaged(kTiff, TiffFile({.width = 20, .height = 18, .bits = 12, .samples = 2, .tile = 16},
+                              Bytes(4 * 768, 77), 4));
 }
 
 TEST_F(PluginCodecTest, RowsBeforeAFaultAreKept) {
