@@ -249,8 +249,8 @@ TEST_F(PluginCodecTest, DamagedFilesDoNoHarm) {
   LoadDamaged(kJpegLoader, Saved(kJpegSaver, *PhotoLike(40, 30), 70));
   LoadDamaged(kTiff, Saved(kTiff, *PhotoLike(20, 15), 1));
   LoadDamaged(kTiff, Saved(kTiff, *AlphaGradient(20, 15), 0));
-  LoadDamaged(kTiff, TiffFile({.width = 20, .height = 18, .bits = 12, .samples = 2, .tile = 16},
-                              Bytes(4 * 768, 77), 4));
+  LoadDamaged(kTiff,
+              TiffFile({.width = 20, .height = 18, .bits = 4, .tile = 16}, Bytes(512, 77), 4));
 }
 
 TEST_F(PluginCodecTest, RowsBeforeAFaultAreKept) {
