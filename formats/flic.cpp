@@ -16,6 +16,8 @@ namespace {
 constexpr std::uint32_t kHeaderSize = 128;
 constexpr std::uint32_t kFrameHeaderSize = 16;
 constexpr std::uint32_t kChunkHeaderSize = 6;
+/// Within a frame the user is asked after every run of this many.
+constexpr std::uint64_t kBytesBetweenStops = 1 << 16;
 constexpr std::uint16_t kFliMagic = 0xAF11, kFlcMagic = 0xAF12, kFrameType = 0xF1FA;
 
 enum ChunkType : std::uint16_t {
@@ -79,10 +81,25 @@ class ChunkData {
 /// The index buffer that the frames are played into.
 struct Area {
   TrackedBytes bytes;
+  TrackedBytes written;  // a byte for each row, set where it may hold more than black
   std::size_t width = 0, height = 0;
-  bool black = true;  // many black chunks in a row cost no more than one
 
-  std::uint8_t* Row(std::size_t y) { return bytes.data() + y * width; }
+  const std::uint8_t* Row(std::size_t y) const { return bytes.data() + y * width; }
+  /// The row, to be written to.
+  std::uint8_t* Open(std::size_t y) {
+    written[y] = 1;
+    return bytes.data() + y * width;
+  }
+  /// Blackens the rows that were written since the last time, however many chunks ask for it.
+  void Clear() {
+    std::uint8_t* const end = written.data() + height;
+    for (std::uint8_t* mark = written.data();; *mark = 0) {
+      const auto rest = static_cast<std::size_t>(end - mark);
+      mark = static_cast<std::uint8_t*>(std::memchr(mark, 1, rest));
+      if (!mark) return;
+      std::memset(bytes.data() + (height - static_cast<std::size_t>(end - mark)) * width, 0, width);
+    }
+  }
 };
 
 /// The start index grows by the skips alone, not by the counts of earlier packets.
@@ -106,7 +123,7 @@ bool DecodeColours(ChunkData data, unsigned shift) {
 /// Whole frame, row by row. Stops quietly where the data end.
 bool DecodeByteRun(ChunkData data, Area& area) {
   for (std::size_t y = 0; y < area.height && !data.ended(); ++y) {
-    std::uint8_t* row = area.Row(y);
+    std::uint8_t* row = area.Open(y);
     data.U8();  // packet count
     for (std::size_t x = 0; x < area.width && !data.ended();) {
       const int code = data.I8();
@@ -152,7 +169,7 @@ bool DecodeByteDelta(ChunkData data, Area& area) {
   for (std::size_t y = first; y < first + count && !data.ended(); ++y) {
     const unsigned packets = data.U8();
     packetSum += packets;
-    if (!DecodeByteDeltaLine(data, area, area.Row(y), packets)) return false;
+    if (packets > 0 && !DecodeByteDeltaLine(data, area, area.Open(y), packets)) return false;
     if (packetSum >= data.size()) break;
   }
   return true;
@@ -161,7 +178,9 @@ bool DecodeByteDelta(ChunkData data, Area& area) {
 /// One line of a word delta. Pairs at or past the row's end are not written, and a literal pair
 /// that is not written is not consumed either; a packet that ends past the row ends the line.
 void DecodeWordDeltaLine(ChunkData& data, Area& area, std::size_t y, unsigned packets) {
-  std::uint8_t* row = area.Row(y);
+  if (packets == 0) return;
+  std::uint8_t* row = area.Open(y);
+  if (y + 1 < area.height) area.Open(y + 1);
   std::size_t x = 0;
   for (unsigned packet = 0; packet < packets && !data.ended(); ++packet) {
     x += data.U8();
@@ -198,7 +217,7 @@ bool DecodeWordDelta(ChunkData data, Area& area) {
       case 1:
         return false;
       case 2:
-        area.Row(y)[area.width - 1] = static_cast<std::uint8_t>(word);
+        area.Open(y)[area.width - 1] = static_cast<std::uint8_t>(word);
         break;
       default:
         y += 0x10000u - word;  // the word's magnitude as a negative number
@@ -209,10 +228,16 @@ bool DecodeWordDelta(ChunkData data, Area& area) {
   return true;
 }
 
+void CopyLiteral(std::span<const std::uint8_t> bytes, Area& area) {
+  for (std::size_t y = 0; y < area.height && !bytes.empty(); ++y) {
+    const std::size_t count = std::min(bytes.size(), area.width);
+    std::memcpy(area.Open(y), bytes.data(), count);
+    bytes = bytes.subspan(count);
+  }
+}
+
 bool DecodeChunk(std::uint16_t type, std::span<const std::uint8_t> bytes, Area& area) {
   const ChunkData data(bytes);
-  const bool wasBlack = area.black;
-  area.black = type == kBlack;
   switch (type) {
     case kColour256:
       return DecodeColours(data, 0);
@@ -223,20 +248,28 @@ bool DecodeChunk(std::uint16_t type, std::span<const std::uint8_t> bytes, Area& 
     case kByteDelta:
       return DecodeByteDelta(data, area);
     case kBlack:
-      if (!wasBlack) std::memset(area.bytes.data(), 0, area.bytes.size());
+      area.Clear();
       return true;
     case kByteRun:
       return DecodeByteRun(data, area);
     case kLiteralCopy:
-      std::memcpy(area.bytes.data(), bytes.data(), std::min(bytes.size(), area.bytes.size()));
+      CopyLiteral(bytes, area);
       return true;
     default:
       return true;
   }
 }
 
+/// The frames of a file, played one after the other.
+struct Player {
+  FileReader& in;
+  Area& area;
+  std::uint64_t played = 0;  // bytes of chunks so far
+};
+
 /// Reads the sub-chunk at the position, and goes behind it. False when it cannot be decoded.
-bool ReadChunk(FileReader& in, Area& area) {
+bool ReadChunk(Player& player) {
+  FileReader& in = player.in;
   const std::uint64_t start = in.position();
   const std::uint32_t size = in.U32();
   const std::uint16_t type = in.U16();
@@ -244,16 +277,33 @@ bool ReadChunk(FileReader& in, Area& area) {
   const std::uint64_t stated = size > kChunkHeaderSize ? size - kChunkHeaderSize : 0;
   // A size that lies reaches at most to the end of the file.
   if (stated > in.remaining()) NoteFileEndedEarly();
-  TrackedBytes data(std::min(stated, in.remaining()), "dptr");
+  const std::uint64_t held = std::min(stated, in.remaining());
+  // Frames that lie over each other could play the same bytes without end.
+  player.played += kChunkHeaderSize + held;
+  if (player.played > in.size()) return false;
+  TrackedBytes data(held, "dptr");
   if (!data) return false;
   in.Read(data.data(), data.size());
-  const bool decoded = DecodeChunk(type, data.span(), area);
+  const bool decoded = DecodeChunk(type, data.span(), player.area);
   in.Seek(std::min(start + std::max<std::uint64_t>(size, kChunkHeaderSize), in.size()));
   return decoded;
 }
 
-/// Plays the next frame into the area. False when it cannot be decoded.
-bool PlayFrame(FileReader& in, Area& area) {
+/// Reads the sub-chunks of frame k, asking the user between long ones.
+Rows PlayChunks(Player& player, std::int32_t k, std::uint16_t chunks) {
+  std::uint64_t nextStop = player.played + kBytesBetweenStops;
+  for (std::uint16_t chunk = 0; chunk < chunks; ++chunk) {
+    if (!ReadChunk(player)) return Rows::ended;
+    if (player.played < nextStop) continue;
+    if (ProgressUpdateAbort(k) != 0) return Rows::stopped;
+    nextStop = player.played + kBytesBetweenStops;
+  }
+  return Rows::done;
+}
+
+/// Plays frame k, the next one, into the area.
+Rows PlayFrame(Player& player, std::int32_t k) {
+  FileReader& in = player.in;
   std::uint64_t start = in.position();
   std::uint32_t size = in.U32();
   std::uint16_t type = in.U16();
@@ -267,19 +317,25 @@ bool PlayFrame(FileReader& in, Area& area) {
     chunks = in.U16();
   }
   in.Seek(start + kFrameHeaderSize);
-  if (in.ended()) return false;
-  for (std::uint16_t chunk = 0; type == kFrameType && chunk < chunks; ++chunk) {
-    if (!ReadChunk(in, area)) return false;
+  if (in.ended()) return Rows::ended;
+  if (type == kFrameType) {
+    const Rows end = PlayChunks(player, k, chunks);
+    if (end != Rows::done) return end;
   }
   in.Seek(std::min(start + std::max(size, kFrameHeaderSize), in.size()));
-  return true;
+  return Rows::done;
 }
 
-/// Plays frames 0 .. last. False on a stop.
+/// Plays frames 0 .. last, or those that can be decoded. False on a stop.
 bool PlayFrames(FileReader& in, std::int32_t last, Area& area) {
   ProgressScope progress("Loading AutoDesk FLIC", last + 1, 1);
-  return ForEachRow(last + 1, 1, [&](std::int32_t) { return PlayFrame(in, area); }) !=
-         Rows::stopped;
+  Player player{in, area};
+  Rows end = Rows::done;
+  const Rows frames = ForEachRow(last + 1, 1, [&](std::int32_t k) {
+    end = PlayFrame(player, k);
+    return end == Rows::done;
+  });
+  return frames != Rows::stopped && end != Rows::stopped;
 }
 
 /// Whether a row shows nothing but black in the colour of index 0, as rows without data do. Their
@@ -311,7 +367,8 @@ ImageRecord* LoadFlic(const char* path) {
   area.width = header.width;
   area.height = header.height;
   area.bytes = TrackedBytes(image->pixelCount, "area");
-  if (!area.bytes) return nullptr;
+  area.written = TrackedBytes(header.height, "area rows");
+  if (!area.bytes || !area.written) return nullptr;
   const std::int32_t last = std::min<std::int32_t>(sequence.chosenFrame, header.frames - 1);
   const bool stopped = !PlayFrames(in, last, area);
   if (in.ended()) NoteFileEndedEarly();

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "formats/indexed.h"
 #include "formats/pixel_rows.h"
@@ -22,6 +23,8 @@ constexpr std::int32_t kPassStep[kPasses] = {8, 8, 4, 2};
 constexpr std::int32_t kNextPassStart[kPasses] = {4, 2, 1, 0};
 constexpr std::int32_t kLargestCodeSize = 11;  // its clear code still fits 12 bits
 constexpr std::int32_t kMostWidth = 12;
+/// Of those that are only counted.
+constexpr std::uint32_t kStringsBetweenStops = 1 << 16;
 constexpr std::int32_t kWriteError = -3;
 constexpr std::int32_t kIndexBits = 8;
 
@@ -93,16 +96,36 @@ class FrameWriter {
     order_.interlaced = interlaced;
   }
 
-  /// Stores indices, row by row. False on a stop.
+  /// Pixels of the whole frame, after which it starts over.
+  std::uint64_t Size() const { return static_cast<std::uint64_t>(order_.height) * width_; }
+
+  /// Goes to pixel number `index` of the frame in the order in which the data hold them.
+  void GoTo(std::uint64_t index) {
+    order_ = {order_.height, order_.interlaced};
+    for (std::uint64_t rows = index / width_; rows > 0; --rows) order_.Advance();
+    x_ = static_cast<std::size_t>(index % width_);
+  }
+
+  /// Whether the next `count` pixels lie past the image, within a row.
+  bool Drops(std::size_t count) const {
+    return First() >= image_->pixelCount && x_ + count <= width_;
+  }
+
+  bool Stopped() const { return ProgressUpdateAbort(order_.row) != 0; }
+
+  /// Stores indices, row by row; passes over as many pixels when `indices` is null. False on a
+  /// stop.
   bool Put(const std::uint8_t* indices, std::size_t count) {
     while (count > 0) {
       const std::size_t part = std::min(count, width_ - x_);
-      Store(indices, part);
-      indices += part;
+      if (indices) {
+        Store(indices, part);
+        indices += part;
+      }
       count -= part;
       x_ += part;
       if (x_ < width_) return true;
-      if (ProgressUpdateAbort(order_.row) != 0) return false;
+      if (Stopped()) return false;
       x_ = 0;
       order_.Advance();
     }
@@ -110,9 +133,12 @@ class FrameWriter {
   }
 
  private:
+  /// The image's pixel that the next index goes to.
+  std::uint64_t First() const { return static_cast<std::uint64_t>(order_.row) * width_ + x_; }
+
   /// Pixels past the image are dropped.
   void Store(const std::uint8_t* indices, std::size_t count) {
-    const std::uint64_t first = static_cast<std::uint64_t>(order_.row) * width_ + x_;
+    const std::uint64_t first = First();
     if (first >= image_->pixelCount) return;
     const std::size_t room = image_->pixelCount - static_cast<std::size_t>(first);
     RowFromIndices(indices, colours_, image_->pixels + 4 * static_cast<std::size_t>(first),
@@ -126,21 +152,13 @@ class FrameWriter {
   RowOrder order_;
 };
 
-/// Decodes one image's data. False on a stop.
-bool DecodeImage(FileReader& in, LzwStrings& strings, FrameWriter& frame) {
-  const std::int32_t codeSize = in.U8();
-  CodeReader codes(in);
-  if (codeSize < 1 || codeSize > kLargestCodeSize) {
-    codes.Finish();
-    return true;
-  }
+/// Visits the codes that have a string, in order, until the data end or the visit returns false.
+template <typename Visit>
+void ForEachString(CodeReader& codes, LzwStrings& strings, std::int32_t codeSize, Visit visit) {
   const std::int32_t clear = 1 << codeSize;
   std::int32_t width = codeSize + 1;
   std::int32_t limit = 2 * clear;
   std::int32_t previous = LzwStrings::kNone;
-  // Strings are short, most of them: many are put at once.
-  std::uint8_t text[2 * LzwStrings::kMostCodes];
-  std::size_t held = 0;
   strings.Reset(codeSize);
   for (std::int32_t code; (code = codes.Next(width)) >= 0;) {
     if (code == clear) {
@@ -164,17 +182,76 @@ bool DecodeImage(FileReader& in, LzwStrings& strings, FrameWriter& frame) {
         limit *= 2;
       }
     }
-    strings.Copy(code, text + held);
-    held += strings.Length(code);
-    if (held >= LzwStrings::kMostCodes) {
-      if (!frame.Put(text, held)) return false;
-      held = 0;
-    }
+    if (!visit(code)) return;
     previous = code;
   }
-  if (!frame.Put(text, held)) return false;
+}
+
+/// Collects strings, which are short, most of them, and puts many into the frame at once.
+class StringWriter {
+ public:
+  StringWriter(const LzwStrings& strings, FrameWriter& frame) : strings_(strings), frame_(frame) {}
+
+  /// The string without its first `left` pixels. False on a stop.
+  bool Put(std::int32_t code, std::size_t left = 0) {
+    const std::size_t length = strings_.Length(code);
+    if (frame_.Drops(held_ + length)) {
+      return frame_.Put(nullptr, length - left + std::exchange(held_, 0));
+    }
+    strings_.Copy(code, text_ + held_);
+    if (left > 0) std::memmove(text_ + held_, text_ + held_ + left, length - left);
+    held_ += length - left;
+    return held_ < LzwStrings::kMostCodes || Flush();
+  }
+  bool Flush() { return frame_.Put(text_, std::exchange(held_, 0)); }
+
+ private:
+  const LzwStrings& strings_;
+  FrameWriter& frame_;
+  std::size_t held_ = 0;
+  std::uint8_t text_[2 * LzwStrings::kMostCodes];
+};
+
+/// Puts the strings at the position into the frame, from pixel `first` of the data on, until the
+/// frame is full; counts all pixels of the data. False on a stop.
+bool PutStrings(FileReader& in, LzwStrings& strings, std::int32_t codeSize, std::uint64_t first,
+                FrameWriter& frame, std::uint64_t* total) {
+  CodeReader codes(in);
+  StringWriter writer(strings, frame);
+  frame.GoTo(first % frame.Size());
+  const std::uint64_t last = first + frame.Size();
+  std::uint32_t passedOver = 0;
+  bool stopped = false;
+  *total = 0;
+  ForEachString(codes, strings, codeSize, [&](std::int32_t code) {
+    const std::uint64_t start = *total;
+    *total += strings.Length(code);
+    if (*total > first && start < last) {
+      stopped = !writer.Put(code, start < first ? static_cast<std::size_t>(first - start) : 0);
+    } else {
+      stopped = ++passedOver % kStringsBetweenStops == 0 && frame.Stopped();
+    }
+    return !stopped;
+  });
+  if (stopped || !writer.Flush()) return false;
   codes.Finish();
   return true;
+}
+
+/// Decodes one image's data. False on a stop.
+bool DecodeImage(FileReader& in, LzwStrings& strings, FrameWriter& frame) {
+  const std::int32_t codeSize = in.U8();
+  if (codeSize < 1 || codeSize > kLargestCodeSize) {
+    CodeReader(in).Finish();
+    return true;
+  }
+  const std::uint64_t start = in.position();
+  std::uint64_t total = 0;
+  if (!PutStrings(in, strings, codeSize, 0, frame, &total)) return false;
+  if (total <= frame.Size()) return true;
+  // What follows a full frame starts over at its first row: of all the pixels only the last count.
+  in.Seek(start);
+  return PutStrings(in, strings, codeSize, total - frame.Size(), frame, &total);
 }
 
 void ReadColours(FileReader& in, std::uint8_t flags, PixelTable* colours) {

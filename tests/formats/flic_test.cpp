@@ -121,6 +121,16 @@ TEST_F(FlicTest, WordDelta) {
       << "data that run out end their chunk alone";
 }
 
+TEST_F(FlicTest, BlackClearsWhateverWasWritten) {
+  const Bytes black = FlicChunk(13, {});
+  for (const Bytes& chunk :
+       {FlicChunk(7, {1, 0, 1, 0, 2, 1, 21, 22}), FlicChunk(7, {1, 0, 0xFF, 0xFF, 9, 0x80, 0, 0}),
+        FlicChunk(12, {1, 0, 1, 0, 1, 1, 1, 9}), FlicChunk(15, {0, 3, 9}), FlicChunk(16, {9, 9})}) {
+    EXPECT_THAT(AfterDigits(3, 2, {black, chunk}), testing::Contains(testing::Ge(9)));
+    EXPECT_THAT(AfterDigits(3, 2, {black, chunk, black}), testing::Each(0));
+  }
+}
+
 TEST_F(FlicTest, PassesOverPrefixChunks) {
   const Bytes prefix = FlicFrame({FlicChunk(1, {1, 2, 3})}, 0xF100);
   const Bytes frame = FlicFrame({FlicChunk(16, {1, 2})});
@@ -134,6 +144,11 @@ TEST_F(FlicTest, StopWhilePlayingLeavesTheImageBlack) {
   host.stopAt = 1;
   EXPECT_THAT(Pixels(LoadFrame(FlicFile(kFlc, 1, 1, {frame, frame}), 1)),
               ElementsAre(Rgba{0, 0, 0, 0}));
+  // The second question comes within a long frame.
+  host.Clear();
+  host.stopAt = 1;
+  LoadFrame(FlicFile(kFlc, 1, 1, {FlicFrame({FlicChunk(16, Bytes(70000, 9))})}), 0);
+  EXPECT_EQ(host.progress.size(), 1u) << "went on to the conversion";
 }
 
 }  // namespace

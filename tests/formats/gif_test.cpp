@@ -195,6 +195,28 @@ TEST_F(GifTest, InterlacedRowsOfEveryHeight) {
   }
 }
 
+TEST_F(GifTest, OfTooManyPixelsTheLastAreSeen) {
+  for (const int flags : {0, kGifInterlaced}) {
+    // Frames below the screen's size and above it, as narrow as a string and much wider.
+    for (const auto& [width, height] : {std::pair{1, 1}, {3, 5}, {7, 9}, {90, 8}}) {
+      for (const bool runs : {false, true}) {
+        SCOPED_TRACE(testing::Message() << width << 'x' << height << ' ' << flags << ' ' << runs);
+        const Bytes rows = InterlacedOrder(height);
+        const Bytes pixels = runs ? Bytes(5000, 2) : NoiseBytes(5000, 1, 4);
+        std::vector<int> wanted(6 * 7, -1);
+        for (std::size_t i = 0; i < pixels.size(); ++i) {
+          const std::size_t line = i / static_cast<std::size_t>(width) % rows.size();
+          const std::size_t row = flags ? rows[line] : line;
+          const std::size_t at =
+              row * static_cast<std::size_t>(width) + i % static_cast<std::size_t>(width);
+          if (at < wanted.size()) wanted[at] = pixels[i];
+        }
+        EXPECT_EQ(Entries(File(6, 7, GifFrame(0, 0, width, height, flags), pixels)), wanted);
+      }
+    }
+  }
+}
+
 TEST_F(GifTest, HeaderAsWritten) {
   const Bytes file = Saved<SaveGif>(*Drawing(300, 7), 0);
   EXPECT_EQ(Part(file, 0, 13),
