@@ -16,7 +16,7 @@ int main(int argc, char** argv) {
         argc > 1 ? std::string(argv[1]) + "/" + input.name : temp.file(input.name);
     const Bytes bytes = input.make();
     WriteFile(path, bytes);
-    const Cost cost = CostOfLoading(path);
+    const Cost cost = CostOf(input, path);
     std::printf("%-32s %9zu bytes %6.2f s %7.0f MB%s\n", input.name, bytes.size(), cost.seconds,
                 cost.megabytes, cost.ended ? "" : "  did not end");
     std::fflush(stdout);

@@ -176,10 +176,7 @@ bool WantsRawLayout(const FileStart& start, const LoadBranch* branch) {
   return !RawSizeFits(start);
 }
 
-std::string Mebibytes(std::uint64_t bytes) {
-  constexpr std::uint64_t kMib = 1024 * 1024;
-  return std::to_string((bytes + kMib - 1) / kMib);
-}
+constexpr std::uint64_t kMib = 1024 * 1024;
 
 /// Why the branch's loader gave no image.
 void Explain(LoadResult& result, const LoadBranch& branch) {
@@ -227,11 +224,16 @@ LoadResult LoadAsTold(const char* path) {
   }
   const RefusalWatch memory;
   BeginLoadOutcome();
+  const MemoryBudget budget(ImageCeiling());
   result.image = ImageGuard(branch->load(path));
   result.frames = Sequence().frameCount;
   if (memory.Refused()) {
     result.image = ImageGuard();
-    Fail(result, LoadFailure::outOfMemory, kOutOfMemory);
+    if (budget.Exceeded()) {
+      Fail(result, LoadFailure::aboveLimit, AboveLimitText());
+    } else {
+      Fail(result, LoadFailure::outOfMemory, kOutOfMemory);
+    }
   } else if (result.image) {
     Describe(*result.image, *branch, path);
     if (result.failure == LoadFailure::empty) return result;
@@ -329,10 +331,15 @@ bool OthersMayReadIt(const LoadResult& result) {
 }  // namespace
 
 std::string OversizedText(std::uint64_t bytes) {
-  const std::string size = "its pixels take " + Mebibytes(bytes) + " MiB, ";
+  const std::string size =
+      "its pixels take " + std::to_string((bytes + kMib - 1) / kMib) + " MiB, ";
   const std::uint64_t limit = ImageCeiling();
   if (bytes <= limit) return size + "more than an image can have";
-  return size + "the limit is " + std::to_string(limit / (1024 * 1024));
+  return size + "the limit is " + std::to_string(limit / kMib);
+}
+
+std::string AboveLimitText() {
+  return "it takes more memory than the limit of " + std::to_string(ImageCeiling() / kMib) + " MiB";
 }
 
 LoadResult Load(const char* path, const LoadChoices& choices) {

@@ -22,7 +22,7 @@ struct LoadChoices {
   std::int32_t rawKind = -1;  ///< layout code of a headerless file (raw.h); -1 = by its name
   std::int32_t rawWidth = 0;  ///< of a headerless file, in pixels; 0 = not known
   std::int32_t rawHeight = 0;
-  std::uint64_t maxBytes = UINT64_MAX;  ///< pixels that take more than this are refused
+  std::uint64_t maxBytes = UINT64_MAX;  ///< what the load may take in all
   ReadingWay way = ReadingWay::exact;
   QuirkSet quirks = AllQuirks();  ///< read as other programs do, where `way` allows it
 };
@@ -48,7 +48,7 @@ enum class LoadFailure {
   notKnown,       ///< of no known type, even with a raw layout chosen
   choiceMissing,  ///< see LoadResult::want
   noSuchFrame,    ///< the sequence has LoadResult::frames of them
-  aboveLimit,     ///< the pixels take more than LoadChoices::maxBytes
+  aboveLimit,     ///< it takes more than LoadChoices::maxBytes
   tooLarge,       ///< the pixels take more than any image can have
   outOfMemory,
   pluginMissing,  ///< the library is not there, or not a plug-in
@@ -72,6 +72,9 @@ struct LoadResult {
 
 /// Why an image of `bytes` of pixels is refused, in the words of LoadResult::reason.
 std::string OversizedText(std::uint64_t bytes);
+
+/// Why a budget of as many bytes was exceeded by something else than the pixels.
+std::string AboveLimitText();
 
 /// Loads `path` as chosen. The choices become the process-wide state that the codecs have
 /// (codec_state.h, SetImageCeiling). Nothing is thrown: memory that runs out is a failure.

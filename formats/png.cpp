@@ -4,7 +4,6 @@
 
 #include <csetjmp>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 
 #include "formats/codec_state.h"
@@ -42,6 +41,9 @@ constexpr png_uint_32 kLongestSide = 0x7FFFFFFF;
 constexpr std::size_t kChunkHeaderSize = 8;  // length, type
 /// A compressed text that inflates beyond this is passed over; 255 characters of it are kept.
 constexpr png_alloc_size_t kLongestText = 128 * 1024;
+/// Every row takes its time, however short. A picture of more rows than this is refused when the
+/// file has not even a byte for each.
+constexpr std::int32_t kMostEmptyRows = 1 << 24;
 /// Deflate makes at most this many bytes of one.
 constexpr std::uint64_t kMostInflation = 1032;
 
@@ -50,15 +52,15 @@ void JumpBack(png_structp png, png_const_charp) {
 }
 void Ignore(png_structp, png_const_charp) {}
 
-/// libpng's memory. Without it libpng drops a text and goes on, so what is refused is noted.
+/// libpng's memory, its rows and texts, counts as the library's own.
 png_voidp TakeMemory(png_structp, png_alloc_size_t size) {
-  void* block = std::malloc(size);
-  if (!block) NoteRefusedMemory();
-  return block;
+  if (size <= UINT32_MAX) return AllocMem(static_cast<std::uint32_t>(size), 1, "libpng");
+  NoteRefusedMemory();
+  return nullptr;
 }
 
 void GiveBackMemory(png_structp, png_voidp block) {
-  std::free(block);
+  FreeMem(block);
 }
 
 // Reading
@@ -74,19 +76,42 @@ struct Reading {
   png_infop info = nullptr;
   ImageGuard image;
   TrackedArray<png_bytep> rows;
+  TextField author = {};
+  TextField comment = {};
+  std::uint32_t textFlags = 0;  ///< of the record
   const char* fault = nullptr;
 };
+
+/// Keeps the texts that count of those that libpng has, and releases them all.
+void TakeTexts(Reading& job) {
+  png_textp texts = nullptr;
+  const int count = png_get_text(job.png, job.info, &texts, nullptr);
+  for (int i = 0; i < count; ++i) {
+    const char* text = texts[i].text ? texts[i].text : "";
+    if (std::strcmp(texts[i].key, kAuthorKey) == 0) {
+      CopyTextCut(job.author, text);
+      job.textFlags |= kFlagHasAuthor;
+    } else if (std::strcmp(texts[i].key, kDescriptionKey) == 0) {
+      CopyTextCut(job.comment, text);
+      job.textFlags |= kFlagHasComment;
+    }
+  }
+  png_free_data(job.png, job.info, PNG_FREE_TEXT, -1);
+}
 
 /// libpng takes a chunk's memory before it reads the chunk, so a length beyond the end of the file
 /// is met here.
 void ReadBytes(png_structp png, png_bytep to, std::size_t count) {
-  auto& in = *static_cast<FileReader*>(png_get_io_ptr(png));
+  auto& job = *static_cast<Reading*>(png_get_io_ptr(png));
+  FileReader& in = job.in;
   if (!in.ReadAll(to, count)) png_error(png, "the file ended");
   const bool chunkHeader = (png_get_io_state(png) & PNG_IO_MASK_LOC) == PNG_IO_CHUNK_HDR;
   if (chunkHeader && count == kChunkHeaderSize && LoadU32(to, ByteOrder::big) > in.remaining()) {
     NoteFileEndedEarly();
     png_error(png, "a chunk is longer than the file");
   }
+  // Between chunks, so that no more than one text is held at a time.
+  if (chunkHeader) TakeTexts(job);
 }
 
 bool BeginReading(Reading& job) {
@@ -102,7 +127,7 @@ void ReadHeader(Reading& job) {
   png_set_keep_unknown_chunks(job.png, PNG_HANDLE_CHUNK_NEVER, kPassedOver, 2);
   png_set_user_limits(job.png, kLongestSide, kLongestSide);
   png_set_chunk_malloc_max(job.png, kLongestText);
-  png_set_read_fn(job.png, &job.in, ReadBytes);
+  png_set_read_fn(job.png, &job, ReadBytes);
   png_read_info(job.png, job.info);
 }
 
@@ -164,20 +189,11 @@ bool AllocRecord(Reading& job, std::int32_t width, std::int32_t height, std::uin
   return true;
 }
 
-void ReadTexts(Reading& job) {
-  ImageRecord& image = *job.image;
-  png_textp texts = nullptr;
-  const int count = png_get_text(job.png, job.info, &texts, nullptr);
-  for (int i = 0; i < count; ++i) {
-    const char* text = texts[i].text ? texts[i].text : "";
-    if (std::strcmp(texts[i].key, kAuthorKey) == 0) {
-      CopyTextCut(image.author, text);
-      image.flags |= kFlagHasAuthor;
-    } else if (std::strcmp(texts[i].key, kDescriptionKey) == 0) {
-      CopyTextCut(image.comment, text);
-      image.flags |= kFlagHasComment;
-    }
-  }
+void StoreTexts(Reading& job) {
+  TakeTexts(job);
+  CopyTextCut(job.image->author, job.author);
+  CopyTextCut(job.image->comment, job.comment);
+  job.image->flags |= job.textFlags;
 }
 
 /// Fills job.image. False with job.fault set when there is something to tell.
@@ -199,7 +215,9 @@ bool ReadPicture(Reading& job) {
   // A file too short for its size would fail in the end; it fails before the memory is taken.
   const std::uint64_t bytes =
       std::uint64_t{png_get_rowbytes(job.png, job.info)} * static_cast<std::uint32_t>(height);
-  if (bytes / kMostInflation > job.in.remaining()) {
+  const bool tooManyRows =
+      height > kMostEmptyRows && static_cast<std::uint64_t>(height) > job.in.remaining();
+  if (tooManyRows || bytes / kMostInflation > job.in.remaining()) {
     NoteFileEndedEarly();
     png_error(job.png, "the file is too short");
   }
@@ -213,7 +231,7 @@ bool ReadPicture(Reading& job) {
   }
   png_read_image(job.png, job.rows.data());
   png_read_end(job.png, job.info);
-  ReadTexts(job);
+  StoreTexts(job);
   return true;
 }
 

@@ -1,5 +1,6 @@
 #include "imagelib/memory.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -29,6 +30,7 @@ std::uint32_t listCount = 0;
 LiveBlock lastRemoved = {};
 MemoryCounters counters = {};
 std::uint64_t ceiling = UINT64_MAX;
+std::int32_t ceilingRefusals = 0;
 AllocationGate allocationGate = nullptr;
 
 constexpr std::size_t kMostPersistentBuffers = 8;
@@ -100,7 +102,11 @@ void RemoveBlock(std::uint32_t index) {
 /// AllocMem without its warnings and without counting what is refused.
 void* TakeBlock(std::uint32_t count, std::uint32_t size, const char* label) {
   const std::uint64_t product = std::uint64_t{count} * size;
-  if (product > kLargestBlock || counters.now + product > ceiling) return nullptr;
+  if (counters.now + product > ceiling) {
+    ceilingRefusals += 1;
+    return nullptr;
+  }
+  if (product > kLargestBlock) return nullptr;
   if (counters.now + product > UINT32_MAX) return nullptr;  // the counters are 32-bit
   if (allocationGate && !allocationGate()) return nullptr;
 
@@ -211,6 +217,19 @@ std::optional<std::uint32_t> LiveBlockSize(const void* pointer) {
 
 void SetMemoryCeiling(std::uint64_t bytes) {
   ceiling = bytes;
+}
+
+MemoryBudget::MemoryBudget(std::uint64_t bytes)
+    : ceilingBefore_(ceiling), refusalsBefore_(ceilingRefusals) {
+  if (bytes < UINT64_MAX - counters.now) ceiling = std::min(ceiling, counters.now + bytes);
+}
+
+MemoryBudget::~MemoryBudget() {
+  ceiling = ceilingBefore_;
+}
+
+bool MemoryBudget::Exceeded() const {
+  return ceilingRefusals != refusalsBefore_;
 }
 
 void SetAllocationGate(AllocationGate gate) {

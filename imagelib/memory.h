@@ -68,6 +68,23 @@ std::optional<std::uint32_t> LiveBlockSize(const void* pointer);
 /// AllocMem refuses what would lift the live total above this many bytes. Unlimited at start.
 void SetMemoryCeiling(std::uint64_t bytes);
 
+/// A share of memory for one piece of work: while it lives, AllocMem refuses what would lift the
+/// live total more than `bytes` above where it stood, or above the ceiling that was set before.
+class MemoryBudget {
+ public:
+  explicit MemoryBudget(std::uint64_t bytes);
+  ~MemoryBudget();
+  MemoryBudget(const MemoryBudget&) = delete;
+  MemoryBudget& operator=(const MemoryBudget&) = delete;
+
+  /// Whether a request was refused for a ceiling since it was made.
+  bool Exceeded() const;
+
+ private:
+  std::uint64_t ceilingBefore_;
+  std::int32_t refusalsBefore_;
+};
+
 /// Asked before each allocation when set (null switches it off); false makes that allocation fail
 /// as if memory had run out. For fault injection.
 using AllocationGate = bool (*)();

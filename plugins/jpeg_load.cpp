@@ -1,23 +1,41 @@
 // KZLDJPEG: loads JPEG files (ITU-T T.81) through libjpeg.
 
 #include <algorithm>
+#include <utility>
 
 #include "plugins/jpeg_errors.h"
 #include "plugins/plugin.h"
 
+// After jpeglib.h, which it needs.
+#include <jerror.h>
+
 namespace imx {
 namespace {
 
-/// A progressive file can hold scans without end that say next to nothing about many pixels.
-constexpr int kMostScans = 200;
+/// Scans can say next to nothing about many blocks. Where a file's scans have visited this many
+/// for each of its bytes it is over, as if it had been cut off there.
+/// The scans of a flat picture come near to it.
+constexpr std::uint64_t kMostVisitsForByte = 64;
+/// Scans that do not go on from where the ones before ended bring nothing, but damaged files have
+/// some of them.
+constexpr int kMostOddScans = 8;
 constexpr std::size_t kLongestComment = 0xFFFF;
+
+/// What the scans so far have cost; libjpeg hands it back where it tells its progress.
+struct ScanWork {
+  jpeg_progress_mgr monitor;  ///< first, so that one pointer serves for both
+  int scan;
+  int oddScans;
+  bool isOdd;  ///< the scan that begins
+  std::uint64_t visits, mostVisits;
+};
 
 struct Decoding {
   const PluginHost& host;
   OpenFile file;
   std::uint64_t fileSize = 0;
   jpeg_decompress_struct info = {};
-  jpeg_progress_mgr monitor = {};
+  ScanWork work = {};
   JpegErrors errors = {};
   PluginRecord* record = nullptr;
   std::int32_t rows = 0;  ///< decoded so far
@@ -37,10 +55,52 @@ std::uint64_t FileSize(std::FILE* file) {
   return static_cast<std::uint64_t>(size);
 }
 
+/// The source from where it is over: nothing but the end marker.
+boolean GiveEnd(j_decompress_ptr info) {
+  static constexpr JOCTET kEnd[] = {0xFF, JPEG_EOI};
+  info->src->next_input_byte = kEnd;
+  info->src->bytes_in_buffer = sizeof kEnd;
+  return TRUE;
+}
+
+void NoteOddScan(j_common_ptr common, int level) {
+  if (level >= 0 || common->err->msg_code != JWRN_BOGUS_PROGRESSION) return;
+  reinterpret_cast<ScanWork*>(common->progress)->isOdd = true;
+}
+
+/// Counts the blocks of each scan when it begins.
 void LimitScans(j_common_ptr common) {
   // Called for objects that decompress only.
-  const auto* const info = reinterpret_cast<j_decompress_ptr>(common);
-  if (info->input_scan_number > kMostScans) common->err->error_exit(common);
+  auto* const info = reinterpret_cast<j_decompress_ptr>(common);
+  auto& work = *reinterpret_cast<ScanWork*>(info->progress);
+  if (info->input_scan_number == work.scan) return;
+  work.scan = info->input_scan_number;
+  work.oddScans += std::exchange(work.isOdd, false) ? 1 : 0;
+  for (int c = 0; c < info->comps_in_scan; ++c) {
+    const jpeg_component_info& component = *info->cur_comp_info[c];
+    work.visits += std::uint64_t{component.width_in_blocks} * component.height_in_blocks;
+  }
+  // The first scan is never too much: the file is long enough for it.
+  const bool isMuch = work.visits > work.mostVisits && work.scan > 1;
+  if (!isMuch && work.oddScans <= kMostOddScans) return;
+  info->src->fill_input_buffer = GiveEnd;
+  info->src->bytes_in_buffer = 0;
+}
+
+/// What libjpeg keeps of a file whose scans do not hold all of every block: its coefficients.
+std::uint64_t CoefficientBytes(jpeg_decompress_struct& info) {
+  if (!jpeg_has_multiple_scans(&info)) return 0;
+  const auto padded = [](JDIMENSION blocks, int unit) {
+    const auto size = static_cast<std::uint64_t>(unit);
+    return (blocks + size - 1) / size * size;
+  };
+  std::uint64_t blocks = 0;
+  for (int c = 0; c < info.num_components; ++c) {
+    const jpeg_component_info& component = info.comp_info[c];
+    blocks += padded(component.width_in_blocks, component.h_samp_factor) *
+              padded(component.height_in_blocks, component.v_samp_factor);
+  }
+  return blocks * sizeof(JBLOCK);
 }
 
 /// Every block of a component takes a bit at least, far less only in arithmetic coding. So a file
@@ -102,8 +162,10 @@ bool Decode(Decoding& job) {
     return false;
   }
   jpeg_create_decompress(&job.info);
-  job.monitor.progress_monitor = LimitScans;
-  job.info.progress = &job.monitor;
+  job.work.monitor.progress_monitor = LimitScans;
+  job.work.mostVisits = kMostVisitsForByte * job.fileSize;
+  job.info.progress = &job.work.monitor;
+  job.errors.manager.emit_message = NoteOddScan;
   jpeg_save_markers(&job.info, JPEG_COM, kLongestComment);
   jpeg_stdio_src(&job.info, job.file.get());
   jpeg_read_header(&job.info, TRUE);
@@ -114,6 +176,8 @@ bool Decode(Decoding& job) {
   job.record = job.host.makeImage(static_cast<std::int32_t>(job.info.image_width),
                                   static_cast<std::int32_t>(job.info.image_height), "JPEG");
   if (!job.record) return false;
+  const std::uint64_t coefficients = CoefficientBytes(job.info);
+  if (coefficients > 0 && !HasRoom(job.host, coefficients)) return false;
   TakeComment(job);
   job.host.begin("Reading JPEG", job.record->height, 5);
   DecodeRows(job);
@@ -138,6 +202,11 @@ PluginRecord* Load(const char* path, const PluginHost& host) {
 IMX_PLUGIN_EXPORT imx::PluginRecord* IMX_PLUGIN_CALL ImageLoad(
     const char* path, void*, void*, imx::PluginProgressBegin begin, imx::PluginProgressBegin,
     imx::PluginProgressUpdate update, imx::PluginProgressEnd end, imx::PluginMakeImage makeImage,
-    imx::PluginAllocate, imx::PluginFree, imx::PluginNothing) {
-  return imx::Load(path, {.begin = begin, .update = update, .end = end, .makeImage = makeImage});
+    imx::PluginAllocate allocate, imx::PluginFree free, imx::PluginNothing) {
+  return imx::Load(path, {.begin = begin,
+                          .update = update,
+                          .end = end,
+                          .makeImage = makeImage,
+                          .allocate = allocate,
+                          .free = free});
 }

@@ -31,6 +31,13 @@ bool HasAlphaChannel(const PluginRecord& record) {
   return !EveryPixel(record, [first](const std::uint8_t* p) { return p[3] == first; });
 }
 
+bool HasRoom(const PluginHost& host, std::uint64_t bytes) {
+  const auto size = static_cast<std::uint32_t>(std::min<std::uint64_t>(bytes, UINT32_MAX));
+  void* block = host.allocate(size, 0);
+  if (block) host.free(block);
+  return block != nullptr;
+}
+
 void SetField(char* field, std::size_t size, std::string_view text) {
   const std::size_t length = std::min(text.size(), size - 1);
   std::memcpy(field, text.data(), length);

@@ -40,6 +40,9 @@ bool IsGreyRecord(const PluginRecord& record);
 /// alpha; bytes that are all the same carry none that is worth a channel.
 bool HasAlphaChannel(const PluginRecord& record);
 
+/// Whether the host has room for memory that the plug-in's libraries take past it.
+bool HasRoom(const PluginHost& host, std::uint64_t bytes);
+
 /// Copies `text`, cut where the field is full.
 void SetField(char* field, std::size_t size, std::string_view text);
 

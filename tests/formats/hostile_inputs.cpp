@@ -1,12 +1,12 @@
 #include "tests/formats/hostile_inputs.h"
 
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "dispatch/load.h"
-#include "formats/codec_state.h"
-#include "imagelib/guards.h"
+#include <string_view>
+
 #include "tests/formats/common_builder.h"
 #include "tests/formats/png_builder.h"
 #include "tests/formats/station_builder.h"
@@ -14,7 +14,6 @@
 namespace imx::test {
 namespace {
 
-constexpr std::uint64_t kMemoryLimit = std::uint64_t{1024} << 20;
 /// More than anything here may take, less than anything takes that is without bound.
 constexpr rlim_t kHang = 10;
 
@@ -87,7 +86,8 @@ Bytes RepeatedScans(std::uint32_t side, int scans) {
   file.Raw(JpegSegment(0xDA, {1, 1, 0, 0, 0, 0})).Repeat(0, blocks / 8 + 1);
   for (int scan = 0; scan < scans; ++scan) {
     // Runs of 16384 blocks without a change, 15 bits each.
-    file.Raw(JpegSegment(0xDA, {1, 1, 0, 1, 63, 0x10})).Repeat(0, (blocks / 16384 + 1) * 15 / 8 + 1);
+    file.Raw(JpegSegment(0xDA, {1, 1, 0, 1, 63, 0x10}))
+        .Repeat(0, (blocks / 16384 + 1) * 15 / 8 + 1);
   }
   while (file.size() < 1 << 20) file.Raw(JpegSegment(0xFE, Bytes(60000, ' ')));
   return file.U16(0xFFD9).bytes();
@@ -149,26 +149,41 @@ const std::vector<HostileInput>& HostileInputs() {
       {"grey-1x100000000.png", [] { return PngOfZeros(1, 100000000, 8, kPngGrey, 1); }},
       {"grey-1x60000000.png", [] { return PngOfZeros(1, 60000000, 8, kPngGrey, 1); }},
       {"1000-texts.png", PngTexts},
+      {"4x4-rescaled.png",
+       [] { return PngFile(PngHeader(4, 4, 8, kPngGrey), Bytes(4 * 5, 0)); },
+       {"convert", "--rescale", "130000000", "--max-memory", "1"}},
   };
   return inputs;
 }
 
-Cost CostOfLoading(const std::string& path, ImageRecord* (*load)(const char*)) {
+Cost CostOf(const std::function<void()>& work) {
   const pid_t child = fork();
   if (child == 0) {
     const rlimit limit = {kHang, kHang};
     setrlimit(RLIMIT_CPU, &limit);
-    SetImageCeiling(kMemoryLimit);
-    Sequence().chosenFrame = 99999;
-    const ImageGuard image(load ? load(path.c_str()) : LoadImage(path.c_str()));
+    work();
     _exit(0);
   }
   int status = -1;
   rusage usage = {};
   wait4(child, &status, 0, &usage);
-  return {WIFEXITED(status) && WEXITSTATUS(status) == 0,
-          Seconds(usage.ru_utime) + Seconds(usage.ru_stime),
+  return {WIFEXITED(status), Seconds(usage.ru_utime) + Seconds(usage.ru_stime),
           static_cast<double>(usage.ru_maxrss) / 1024};
+}
+
+Cost CostOf(const HostileInput& input, const std::string& path) {
+  return CostOf([&] {
+    std::vector<char*> arguments = {const_cast<char*>(IMX_PROGRAM)};
+    for (const char* argument : input.arguments) arguments.push_back(const_cast<char*>(argument));
+    const std::string output = path + ".ppm";
+    arguments.push_back(const_cast<char*>(path.c_str()));
+    if (input.arguments[0] == std::string_view("convert")) {
+      arguments.push_back(const_cast<char*>(output.c_str()));
+    }
+    arguments.push_back(nullptr);
+    for (const int stream : {1, 2}) dup2(open("/dev/null", O_WRONLY), stream);
+    execv(IMX_PROGRAM, arguments.data());
+  });
 }
 
 }  // namespace imx::test

@@ -1,10 +1,10 @@
 /// Files that promise or repeat much with little data, and what loading a file costs. POSIX only.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
-#include "imagelib/image.h"
 #include "tests/support/bytes.h"
 
 namespace imx::test {
@@ -12,6 +12,8 @@ namespace imx::test {
 struct HostileInput {
   const char* name;  ///< of the file
   Bytes (*make)();
+  /// Of imx, in front of the file; each of a sequence's frames is before this one.
+  std::vector<const char*> arguments = {"info", "--frame", "99999"};
 };
 
 /// All small files, each of them made when it is asked for.
@@ -21,14 +23,17 @@ const std::vector<HostileInput>& HostileInputs();
 inline constexpr double kMostSeconds = 2;
 inline constexpr double kMostMegabytes = 1100;
 
-/// Measured from outside, as a child process that ends with the work.
+/// What a child process took.
 struct Cost {
   bool ended;        ///< false when it crashed or was stopped
   double seconds;    ///< of CPU
   double megabytes;  ///< of memory, at its peak
 };
 
-/// Loads the file with `load`, or through the dispatch as a program with the default limit does.
-Cost CostOfLoading(const std::string& path, ImageRecord* (*load)(const char*) = nullptr);
+/// Of `work` in a child process that ends with it.
+Cost CostOf(const std::function<void()>& work);
+
+/// Of imx with the input, which was written to `path`.
+Cost CostOf(const HostileInput& input, const std::string& path);
 
 }  // namespace imx::test
