@@ -99,8 +99,10 @@ bool ApplySteps(const Request& request, const std::string& name, Input* input) {
       if (!mergeSource) return false;
       input->whole = input->whole && mergeSource.whole;
     }
-    const std::string reason = Apply(step, mergeSource.image.get(), canvas);
+    const MemoryBudget budget(ImageCeiling());
+    std::string reason = Apply(step, mergeSource.image.get(), canvas);
     if (reason.empty()) continue;
+    if (budget.Exceeded()) reason = AboveLimitText() + " (--max-memory)";
     ReportFailure(name, NameOf(step) + ": " + reason);
     return false;
   }

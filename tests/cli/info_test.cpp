@@ -159,6 +159,11 @@ TEST_F(FailureTest, TooLargeAnImageIsRefusedBeforeItsMemoryIsTaken) {
   EXPECT_EQ(Imx({"convert", "--max-memory=1", "small.ppm", "out.ppm"}).status, 1);
   EXPECT_THAT(temp.Names(), ElementsAre("beyond.ppm", "huge.ppm", "small.ppm"));
   ImxOutput({"info", "--max-memory", "2", "small.ppm"});
+  // What else a load takes counts as well: here libpng's two rows and zlib's window.
+  temp.Write("wide.ppm", Pixmap(260000, 1));
+  ImxOutput({"convert", "wide.ppm", "wide.png"});
+  EXPECT_EQ(Imx({"info", "--max-memory", "1", "wide.png"}).err,
+            "imx: wide.png: it takes more memory than the limit of 1 MiB (--max-memory)\n");
 }
 
 }  // namespace

@@ -137,6 +137,22 @@ TEST_F(MemoryTest, SizesBeyond32BitsOrTheCeilingAreRefused) {
   EXPECT_TRUE(host.errors.empty()) << "running out of memory is silent";
 }
 
+TEST_F(MemoryTest, ABudgetCountsWhatIsTakenWhileItLives) {
+  const TrackedBytes before(500, "memtest1");
+  SetMemoryCeiling(GetMemoryCounters().now + 2000);
+  {
+    const MemoryBudget budget(1000);
+    const MemoryBudget inner(5000);  // the outer one holds on
+    EXPECT_TRUE(TrackedBytes(1000, "memtest1"));
+    EXPECT_FALSE(budget.Exceeded());
+    EXPECT_FALSE(TrackedBytes(1001, "memtest1"));
+    EXPECT_TRUE(budget.Exceeded());
+  }
+  EXPECT_TRUE(TrackedBytes(2000, "memtest1"));
+  const MemoryBudget unlimited(UINT64_MAX);
+  EXPECT_FALSE(TrackedBytes(2001, "memtest1"));
+}
+
 TEST_F(MemoryTest, AllocPtrTakesNothingForNothing) {
   EXPECT_EQ(AllocPtr(0), nullptr);
   void* block = AllocPtr(9, 4);
