@@ -18,7 +18,7 @@ namespace {
 constexpr std::uint64_t kMostVisitsForByte = 64;
 /// Scans that do not go on from where the ones before ended bring nothing, but damaged files have
 /// some of them.
-constexpr int kMostOddScans = 8;
+constexpr int kMostOddScans = 4;
 constexpr std::size_t kLongestComment = 0xFFFF;
 
 /// What the scans so far have cost; libjpeg hands it back where it tells its progress.

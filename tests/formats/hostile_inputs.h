@@ -9,19 +9,20 @@
 
 namespace imx::test {
 
+/// The bounds of what one file may cost.
+inline constexpr double kMostSeconds = 2;
+inline constexpr double kMostMegabytes = 1100;
+
 struct HostileInput {
   const char* name;  ///< of the file
   Bytes (*make)();
   /// Of imx, in front of the file; each of a sequence's frames is before this one.
   std::vector<const char*> arguments = {"info", "--frame", "99999"};
+  double megabytes = kMostMegabytes;  ///< at most
 };
 
 /// All small files, each of them made when it is asked for.
 const std::vector<HostileInput>& HostileInputs();
-
-/// The bounds of what one file may cost.
-inline constexpr double kMostSeconds = 2;
-inline constexpr double kMostMegabytes = 1100;
 
 /// What a child process took.
 struct Cost {
