@@ -18,6 +18,7 @@ struct JpegErrors {
   jpeg_error_mgr manager;
   std::jmp_buf target;
   bool fileEnded;
+  bool oddScan;  ///< a scan began that does not go on from where the ones before ended
 };
 
 /// Fills in the handlers and hangs them on `info`, a libjpeg object that is not created yet.
@@ -31,6 +32,7 @@ void UseJpegErrors(JpegErrors& errors, Info& info) {
   errors.manager.emit_message = [](j_common_ptr common, int) {
     auto& own = *static_cast<JpegErrors*>(common->client_data);
     own.fileEnded = own.fileEnded || own.manager.msg_code == JWRN_JPEG_EOF;
+    own.oddScan = own.oddScan || own.manager.msg_code == JWRN_BOGUS_PROGRESSION;
   };
 }
 

@@ -6,9 +6,6 @@
 #include "plugins/jpeg_errors.h"
 #include "plugins/plugin.h"
 
-// After jpeglib.h, which it needs.
-#include <jerror.h>
-
 namespace imx {
 namespace {
 
@@ -26,7 +23,7 @@ struct ScanWork {
   jpeg_progress_mgr monitor;  ///< first, so that one pointer serves for both
   int scan;
   int oddScans;
-  bool isOdd;  ///< the scan that begins
+  bool isTooMuch;
   std::uint64_t visits, mostVisits;
 };
 
@@ -63,11 +60,6 @@ boolean GiveEnd(j_decompress_ptr info) {
   return TRUE;
 }
 
-void NoteOddScan(j_common_ptr common, int level) {
-  if (level >= 0 || common->err->msg_code != JWRN_BOGUS_PROGRESSION) return;
-  reinterpret_cast<ScanWork*>(common->progress)->isOdd = true;
-}
-
 /// Counts the blocks of each scan when it begins.
 void LimitScans(j_common_ptr common) {
   // Called for objects that decompress only.
@@ -75,14 +67,16 @@ void LimitScans(j_common_ptr common) {
   auto& work = *reinterpret_cast<ScanWork*>(info->progress);
   if (info->input_scan_number == work.scan) return;
   work.scan = info->input_scan_number;
-  work.oddScans += std::exchange(work.isOdd, false) ? 1 : 0;
+  auto& errors = *static_cast<JpegErrors*>(common->client_data);
+  work.oddScans += std::exchange(errors.oddScan, false) ? 1 : 0;
   for (int c = 0; c < info->comps_in_scan; ++c) {
     const jpeg_component_info& component = *info->cur_comp_info[c];
     work.visits += std::uint64_t{component.width_in_blocks} * component.height_in_blocks;
   }
   // The first scan is never too much: the file is long enough for it.
-  const bool isMuch = work.visits > work.mostVisits && work.scan > 1;
-  if (!isMuch && work.oddScans <= kMostOddScans) return;
+  work.isTooMuch =
+      work.oddScans > kMostOddScans || (work.visits > work.mostVisits && work.scan > 1);
+  if (!work.isTooMuch) return;
   info->src->fill_input_buffer = GiveEnd;
   info->src->bytes_in_buffer = 0;
 }
@@ -165,7 +159,6 @@ bool Decode(Decoding& job) {
   job.work.monitor.progress_monitor = LimitScans;
   job.work.mostVisits = kMostVisitsForByte * job.fileSize;
   job.info.progress = &job.work.monitor;
-  job.errors.manager.emit_message = NoteOddScan;
   jpeg_save_markers(&job.info, JPEG_COM, kLongestComment);
   jpeg_stdio_src(&job.info, job.file.get());
   jpeg_read_header(&job.info, TRUE);
@@ -177,11 +170,18 @@ bool Decode(Decoding& job) {
                                   static_cast<std::int32_t>(job.info.image_height), "JPEG");
   if (!job.record) return false;
   const std::uint64_t coefficients = CoefficientBytes(job.info);
-  if (coefficients > 0 && !HasRoom(job.host, coefficients)) return false;
+  if (coefficients > 0 && !HasRoom(job.host, coefficients)) {
+    NoteFault(kPluginNoMemory);
+    return false;
+  }
   TakeComment(job);
   job.host.begin("Reading JPEG", job.record->height, 5);
   DecodeRows(job);
-  if (job.errors.fileEnded) NoteFault(kPluginFileEnded);
+  if (job.work.isTooMuch) {
+    NoteFault(kPluginOtherFault, "too many scans for so little data");
+  } else if (job.errors.fileEnded) {
+    NoteFault(kPluginFileEnded);
+  }
   return true;
 }
 
