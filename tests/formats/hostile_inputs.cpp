@@ -138,7 +138,7 @@ const std::vector<HostileInput>& HostileInputs() {
   static const std::vector<HostileInput> inputs = {
       {"black-600-times.flc", [] { return BlackAgainAndAgain(600); }},
       {"black-19000-times.flc", [] { return BlackAgainAndAgain(19000); }},
-      {"overlapping-frames.flc", FramesOverEachOther},
+      {"overlapping-frames.flc", FramesOverEachOther, {"info", "--frame", "9999"}},
       {"codes-for-1x1.gif", [] { return GifOf(1, 1); }},
       {"codes-for-60x60-in-1x1.gif", [] { return GifOf(60, 60); }},
       {"codes-for-65535x65535-in-1x1.gif", [] { return GifOf(65535, 65535); }},

@@ -16,9 +16,8 @@ inline constexpr double kMostMegabytes = 1100;
 struct HostileInput {
   const char* name;  ///< of the file
   Bytes (*make)();
-  /// Of imx, in front of the file; each of a sequence's frames is before this one.
-  std::vector<const char*> arguments = {"info", "--frame", "99999"};
-  double megabytes = kMostMegabytes;  ///< at most
+  std::vector<const char*> arguments = {"info"};  ///< of imx, in front of the file
+  double megabytes = kMostMegabytes;              ///< at most
 };
 
 /// All small files, each of them made when it is asked for.
