@@ -9,6 +9,7 @@
 #include "imagelib/file_reader.h"
 #include "imagelib/guards.h"
 #include "imagelib/load_outcome.h"
+#include "imagelib/quirks.h"
 
 namespace imx {
 namespace {
@@ -102,7 +103,7 @@ struct Area {
   }
 };
 
-/// The start index grows by the skips alone, not by the counts of earlier packets.
+/// The library's own start index grows by the skips alone, not by the counts of earlier packets.
 bool DecodeColours(ChunkData data, unsigned shift) {
   const unsigned packets = data.U16();
   PixelTable& colours = FlicColours();
@@ -116,6 +117,7 @@ bool DecodeColours(ChunkData data, unsigned shift) {
       const std::uint8_t red = value(), green = value(), blue = value();
       if (start + i < 256 && !data.ended()) colours.Set(start + i, red, green, blue);
     }
+    if (packet + 1 < packets && Quirk(kFlicColours)) start += count;
   }
   return !data.ended();
 }
@@ -369,6 +371,7 @@ ImageRecord* LoadFlic(const char* path) {
   area.bytes = TrackedBytes(image->pixelCount, "area");
   area.written = TrackedBytes(header.height, "area rows");
   if (!area.bytes || !area.written) return nullptr;
+  if (Quirk(kFlicColours)) FlicColours() = {};
   const std::int32_t last = std::min<std::int32_t>(sequence.chosenFrame, header.frames - 1);
   const bool stopped = !PlayFrames(in, last, area);
   if (in.ended()) NoteFileEndedEarly();

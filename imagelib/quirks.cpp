@@ -112,7 +112,7 @@ constexpr QuirkRow kRows[] = {
      !kWrites},
     {kAviDeepPixels, "avi-deep-pixels", "avi", "8, 16 (5-5-5) and 24 bits",
      "5-6-5 and 32 bits as well", kReads, !kWrites},
-    {kFlicPalette, "flic-palette", "flc",
+    {kFlicColours, "flic-colours", "flc",
      "the colours stay from one load to the next, and a packet's first colour counts from the "
      "skips "
      "alone",

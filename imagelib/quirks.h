@@ -53,7 +53,7 @@ enum QuirkId : std::size_t {
   kDemLastColumn,
   kAviTopDown,
   kAviDeepPixels,
-  kFlicPalette,
+  kFlicColours,
   kTiffTexts,
   kQuirkCount
 };

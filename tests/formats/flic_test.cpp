@@ -1,5 +1,6 @@
 #include "formats/flic.h"
 
+#include "imagelib/quirks.h"
 #include "tests/formats/format_test.h"
 #include "tests/formats/station_builder.h"
 
@@ -49,6 +50,21 @@ TEST_F(FlicTest, CountsWithoutAChoice) {
   Sequence().chosenFrame = 0;
   EXPECT_EQ(Refusal(WithByte(file, 4, 0x13)), "");
   EXPECT_EQ(Refusal(Part(file, 0, 127)), "");
+}
+
+TEST_F(FlicTest, ColoursOfOtherProgramsCountOnAndBeginBlack) {
+  const Bytes packets = FlicChunk(4, {2, 0, 0, 1, 10, 0, 0, 0, 1, 20, 0, 0});
+  const Bytes file = FlicFile(kFlc, 3, 1, {FlicFrame({packets, FlicChunk(16, {0, 1, 2})})});
+  const auto reds = [&] {
+    Bytes all;
+    for (const Rgba& p : Pixels(LoadFrame(file, 0))) all.push_back(p.r);
+    return all;
+  };
+  LoadFrame(FlicFile(kFlc, 1, 1, {FlicFrame({IndexColours()})}), 0);
+  EXPECT_THAT(reds(), ElementsAre(20, 1, 2));
+  const QuirkScope others(AllQuirks());
+  EXPECT_THAT(reds(), ElementsAre(10, 20, 0));
+  EXPECT_EQ(QuirkNames(others.applied()), "flic-colours");
 }
 
 TEST_F(FlicTest, FramePastTheEndIsTheLastUnderItsNumber) {
