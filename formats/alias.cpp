@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "imagelib/byte_order.h"
 #include "imagelib/file_reader.h"
 #include "imagelib/file_writer.h"
 #include "imagelib/guards.h"
 #include "imagelib/load_outcome.h"
+#include "imagelib/quirks.h"
 
 namespace imx {
 namespace {
@@ -90,6 +92,19 @@ std::size_t PackRow(const std::uint8_t* pixels, std::size_t width, std::uint8_t*
   return static_cast<std::size_t>(out - start);
 }
 
+/// Red and blue change places.
+void SwapColours(std::uint8_t* pixels, std::size_t width) {
+  for (std::size_t x = 0; x < width; ++x, pixels += 4) std::swap(pixels[0], pixels[2]);
+}
+
+/// A matte as a picture of its own.
+void ShowMatte(std::uint8_t* pixels, std::size_t width) {
+  for (std::size_t x = 0; x < width; ++x, pixels += 4) {
+    std::memset(pixels, pixels[3], 3);
+    pixels[3] = 255;
+  }
+}
+
 }  // namespace
 
 bool IsAliasStart(const std::uint8_t* start, std::size_t size) {
@@ -120,10 +135,17 @@ ImageRecord* LoadAlias(const char* path) {
   ImageGuard image(AllocImage(header.width, header.height, "Alias", nullptr));
   if (!image) return fail("Alias loader: could not get image memory");
   image->depth = header.bits;
-  if (header.IsMatte()) image->flags |= kFlagAlpha;
+  const bool greyMatte = header.IsMatte() && Quirk(kAliasGreyMatte);
+  const bool blueFirst = !header.IsMatte() && Quirk(kAliasBlueFirst);
+  if (header.IsMatte() && !greyMatte) image->flags |= kFlagAlpha;
   ProgressScope progress("Loading Alias Image", header.height, 5);
-  const Rows end = ForEachRow(
-      header.height, 1, [&](std::int32_t y) { return ReadRow(in, header, PixelRow(*image, y)); });
+  const Rows end = ForEachRow(header.height, 1, [&](std::int32_t y) {
+    std::uint8_t* pixels = PixelRow(*image, y);
+    const bool read = ReadRow(in, header, pixels);
+    if (read && blueFirst) SwapColours(pixels, header.width);
+    if (read && greyMatte) ShowMatte(pixels, header.width);
+    return read;
+  });
   if (end == Rows::ended) LibError("Alias loader: could not read a scan line");
   return image.release();
 }
@@ -143,8 +165,11 @@ void SaveAlias(const char* path, const ImageRecord* image) {
   const auto width = static_cast<std::size_t>(image->width);
   TrackedBytes packed(4 * width, "allocptr");
   if (!packed) return;
+  const bool blueFirst = Quirk(kAliasBlueFirst);
   for (std::int32_t y = 0; y < image->height; ++y) {
-    if (!out.Write(packed.data(), PackRow(PixelRow(*image, y), width, packed.data()))) {
+    const std::size_t size = PackRow(PixelRow(*image, y), width, packed.data());
+    if (blueFirst) SwapColours(packed.data() + 1, size / 4);
+    if (!out.Write(packed.data(), size)) {
       return LibError("Alias saver: could not write a scan line");
     }
   }

@@ -9,6 +9,7 @@
 #include "imagelib/file_writer.h"
 #include "imagelib/guards.h"
 #include "imagelib/load_outcome.h"
+#include "imagelib/quirks.h"
 
 namespace imx {
 namespace {
@@ -70,7 +71,13 @@ bool ReadHeader(FileReader& in, SgiHeader* h) {
       [&in](std::int32_t& field) { field = static_cast<std::int32_t>(in.U32()); },
       [&in](auto& field) { in.Read(field, sizeof field); });
   in.Seek(kHeaderSize);
-  return CheckHeader(h);
+  if (!CheckHeader(h)) return false;
+  const std::int32_t most = h->sampleBytes == 1 ? 255 : 65535;
+  if ((h->pixMin != 0 || h->pixMax != most) && Quirk(kSgiFullRange)) {
+    h->pixMin = 0;
+    h->pixMax = most;
+  }
+  return true;
 }
 
 /// Maps samples onto bytes: (sample - pixMin) * scale, all in single precision, truncated.
@@ -201,8 +208,9 @@ Rows ReadRunLength(const SgiScan& scan) {
   TrackedBytes bytes(h.width, "SGI Scan Buffer");
   if (!offsets || !lengths || !data || !bytes) return Rows::ended;
   // Of run-length files with 2-byte samples only the first channel is read, into red alone.
-  const std::int32_t channels = h.sampleBytes == 2 ? 1 : h.channels;
-  const bool grey = scan.IsGrey() && h.sampleBytes == 1;
+  const bool firstAlone = h.sampleBytes == 2 && !QuirkShown(kSgiWideRuns);
+  const std::int32_t channels = firstAlone ? 1 : h.channels;
+  const bool grey = scan.IsGrey() && !firstAlone;
   return ForEachScanline(channels, h.height, [&](std::int32_t channel, std::int32_t y) {
     const std::size_t entry = 4 * (static_cast<std::size_t>(channel) * h.height +
                                    static_cast<std::size_t>(h.height - 1 - y));

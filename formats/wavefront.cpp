@@ -1,6 +1,7 @@
 #include "formats/wavefront.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 #include <string_view>
 
@@ -9,13 +10,17 @@
 #include "imagelib/file_writer.h"
 #include "imagelib/guards.h"
 #include "imagelib/load_outcome.h"
+#include "imagelib/quirks.h"
 
 namespace imx {
 namespace {
 
 constexpr std::uint32_t kHeaderSize = 740;
 constexpr std::uint64_t kActiveWindowOffset = 8;
+constexpr std::uint64_t kStorageOffset = 18;
 constexpr std::uint64_t kMatteOffset = 22;
+constexpr std::uint64_t kChannelBitsOffset = 658;
+constexpr std::int32_t kFloatStorage = 3;
 constexpr std::int32_t kMostColumns = 32767;  // window coordinates are signed 16-bit
 constexpr std::size_t kLiteralPacket = 125;
 constexpr std::int32_t kColours = 3;
@@ -24,11 +29,17 @@ constexpr std::int32_t kMatte = 3;  // channel that holds the complement of alph
 struct RlaHeader {
   std::int32_t width = 0, height = 0;
   bool matte = false;
+  bool hasAuxiliary = false;  ///< channels behind the matte
+  std::int32_t storage = 0, bits = 8, matteBits = 8;
+  // As other programs read it.
+  bool deep = false;        ///< samples as `storage` and `bits` say
+  bool plainMatte = false;  ///< the matte is alpha
 
+  bool IsDeep() const { return storage == kFloatStorage || (bits > 8 && bits <= 16); }
   std::int32_t Channels() const { return kColours + (matte ? 1 : 0); }
 };
 
-/// Only the active window and the matte count matter.
+/// For the library's own way only the active window and the matte count matter.
 bool ReadHeader(FileReader& in, RlaHeader* h) {
   if (in.remaining() < kHeaderSize) {
     NoteFileEndedEarly();
@@ -39,9 +50,18 @@ bool ReadHeader(FileReader& in, RlaHeader* h) {
   const std::int32_t left = number(), right = number(), bottom = number(), top = number();
   h->width = right - left + 1;
   h->height = top - bottom + 1;
+  in.Seek(kStorageOffset);
+  h->storage = number();
   in.Seek(kMatteOffset);
   h->matte = number() != 0;
+  h->hasAuxiliary = number() != 0;
+  in.Seek(kChannelBitsOffset);
+  h->bits = number();
+  number();  // matte type
+  h->matteBits = number();
   in.Seek(kHeaderSize);
+  h->deep = h->IsDeep() && QuirkShown(kRlaDeepSamples);
+  h->plainMatte = h->matte && QuirkShown(kRlaMatte);
   return true;
 }
 
@@ -71,10 +91,9 @@ std::size_t DecodePackets(FileReader::View view, std::size_t width, std::uint8_t
   return static_cast<std::size_t>(in - view.data);
 }
 
-/// Decodes one channel of a scanline. False when the data end first.
-bool ReadChannel(FileReader& in, std::size_t width, std::uint8_t complement, std::uint8_t* out) {
+/// Decodes one byte of each sample of a scanline's channel. False when the data end first.
+bool ReadPlane(FileReader& in, std::size_t width, std::uint8_t complement, std::uint8_t* out) {
   constexpr std::size_t kWindow = 4096;
-  in.U16();  // the length that the file states does not bound the decoding
   for (std::size_t done = 0; done < width;) {
     const std::size_t used = DecodePackets(in.Peek(kWindow), width, complement, out, &done);
     if (used == 0) {
@@ -86,13 +105,56 @@ bool ReadChannel(FileReader& in, std::size_t width, std::uint8_t complement, std
   return true;
 }
 
-bool ReadScanline(FileReader& in, const RlaHeader& h, std::uint8_t* pixels) {
-  for (std::int32_t channel = 0; channel < h.Channels(); ++channel) {
-    const std::uint8_t complement = channel == kMatte ? 0xFF : 0;
-    const auto width = static_cast<std::size_t>(h.width);
-    if (!ReadChannel(in, width, complement, pixels + channel)) return false;
+/// Decodes a channel of samples of 9 to 16 bits, first their high and then their low bytes, into
+/// every fourth byte of `out`. `low` has room for as many.
+bool ReadWideChannel(FileReader& in, std::size_t width, std::int32_t bits, std::uint8_t* low,
+                     std::uint8_t* out) {
+  if (!ReadPlane(in, width, 0, out) || !ReadPlane(in, width, 0, low)) return false;
+  const std::uint32_t most = (1u << bits) - 1;
+  for (std::size_t i = 0; i < 4 * width; i += 4) {
+    const std::uint32_t sample = std::min((std::uint32_t{out[i]} << 8) | low[i], most);
+    out[i] = static_cast<std::uint8_t>((sample * 255 + most / 2) / most);
   }
   return true;
+}
+
+/// Reads a channel of floats of which 1 is full.
+bool ReadFloatChannel(FileReader& in, std::size_t width, std::uint8_t* out) {
+  for (std::size_t i = 0; i < 4 * width; i += 4) {
+    const float sample = std::bit_cast<float>(in.U32());
+    out[i] = static_cast<std::uint8_t>(sample > 0 ? std::min(sample, 1.0f) * 255 + 0.5f : 0);
+  }
+  if (in.ended()) NoteFileEndedEarly();
+  return !in.ended();
+}
+
+/// `spare` has room for the pixels of a row when samples are deep.
+bool ReadScanline(FileReader& in, const RlaHeader& h, TrackedBytes& spare, std::uint8_t* pixels) {
+  const auto width = static_cast<std::size_t>(h.width);
+  for (std::int32_t channel = 0; channel < h.Channels(); ++channel) {
+    in.U16();  // the length that the file states does not bound the decoding
+    std::uint8_t* out = pixels + channel;
+    const std::int32_t bits = channel == kMatte ? h.matteBits : h.bits;
+    bool read = false;
+    if (h.deep && h.storage == kFloatStorage) {
+      read = ReadFloatChannel(in, width, out);
+    } else if (h.deep && bits > 8 && bits <= 16) {
+      read = ReadWideChannel(in, width, bits, spare.data(), out);
+    } else {
+      read = ReadPlane(in, width, channel == kMatte && !h.plainMatte ? 0xFF : 0, out);
+    }
+    if (!read) return false;
+  }
+  return true;
+}
+
+/// Whether the offsets must be followed to find the scanlines, and other programs' way holds.
+bool FollowsOffsets(const TrackedBytes& offsets, const RlaHeader& h) {
+  const auto at = [&](std::size_t k) { return LoadU32(&offsets[4 * k], ByteOrder::big); };
+  bool inSequence = !h.hasAuxiliary;
+  for (std::size_t k = 1; 4 * k < offsets.size(); ++k)
+    inSequence = inSequence && at(k - 1) <= at(k);
+  return !inSequence && QuirkShown(kRlaOffsets);
 }
 
 // Saving.
@@ -147,8 +209,9 @@ std::size_t PackChannel(const std::uint8_t* in, std::int32_t width, std::uint8_t
 
 bool WriteScanline(FileWriter& out, const std::uint8_t* pixels, std::int32_t width, bool matte,
                    TrackedBytes& packed) {
+  const std::uint8_t matteComplement = matte && Quirk(kRlaMatte) ? 0 : 0xFF;
   for (std::int32_t channel = 0; channel < kColours + (matte ? 1 : 0); ++channel) {
-    const std::uint8_t complement = channel == kMatte ? 0xFF : 0;
+    const std::uint8_t complement = channel == kMatte ? matteComplement : 0;
     out.Write(packed.data(), PackChannel(pixels + channel, width, complement, packed.data()));
   }
   return out.ok();
@@ -161,14 +224,18 @@ ImageRecord* LoadWavefront(const char* path) {
   SetFileByteOrder(ByteOrder::big);
   RlaHeader header;
   if (!in.ok() || !ReadHeader(in, &header)) return nullptr;
-  // The offsets are passed over: scanlines are read in sequence.
   const std::uint64_t tableSize =
       std::uint64_t{4} * static_cast<std::uint32_t>(std::max(header.height, 0));
   if (tableSize > in.remaining()) {
     NoteFileEndedEarly();
     return nullptr;
   }
-  in.Seek(kHeaderSize + tableSize);
+  TrackedBytes offsets(tableSize, "allocptr");
+  TrackedBytes spare(header.deep ? 4 * std::uint64_t{static_cast<std::uint32_t>(header.width)} : 1,
+                     "allocptr");
+  if (header.height > 0 && (!offsets || !spare)) return nullptr;
+  in.Read(offsets.data(), offsets.size());
+  const bool followed = FollowsOffsets(offsets, header);
   ImageGuard image(AllocImage(header.width, header.height, "Wavefront", nullptr));
   if (!image) {
     LibError("Wavefront loader: could not get image memory");
@@ -178,7 +245,8 @@ ImageRecord* LoadWavefront(const char* path) {
   if (header.matte) image->flags |= kFlagAlpha;
   ProgressScope progress("Loading Wavefront Picture", header.height, 5);
   ForEachRow(header.height, 1, [&](std::int32_t k) {
-    return ReadScanline(in, header, PixelRow(*image, header.height - 1 - k));
+    if (followed) in.Seek(LoadU32(&offsets[4 * static_cast<std::size_t>(k)], ByteOrder::big));
+    return ReadScanline(in, header, spare, PixelRow(*image, header.height - 1 - k));
   });
   return image.release();
 }

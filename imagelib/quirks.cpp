@@ -98,8 +98,6 @@ constexpr QuirkRow kRows[] = {
      kReads, kWrites},
     {kRlaDeepSamples, "rla-deep-samples", "rla", "samples are of 8 bits",
      "samples of up to 16 bits and floats are read", kReads, !kWrites},
-    {kRlaFields, "rla-fields", "rla", "the field word is passed over",
-     "pictures of one field are read as such", kReads, !kWrites},
     {kDemLayout, "dem-layout", "dem",
      "fields are tokens with white space between; a byte in common with another format's signature "
      "refuses the file",

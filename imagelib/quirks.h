@@ -47,7 +47,6 @@ enum QuirkId : std::size_t {
   kRlaOffsets,
   kRlaMatte,
   kRlaDeepSamples,
-  kRlaFields,
   kDemLayout,
   kDemAnySize,
   kDemLastColumn,

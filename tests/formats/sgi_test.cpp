@@ -1,5 +1,6 @@
 #include "formats/sgi.h"
 
+#include "imagelib/quirks.h"
 #include "tests/formats/format_test.h"
 #include "tests/formats/station_builder.h"
 
@@ -66,6 +67,17 @@ TEST_F(SgiTest, ScalesSamples) {
   fields.pixMax = 151;  // five for one; below the minimum -5 and -500 leave their low bytes
   EXPECT_THAT(Channel(Load(SgiFile(fields, {100, 101, 151, 99, 0}))),
               ElementsAre(0, 5, 255, 251, 12));
+}
+
+TEST_F(SgiTest, OtherProgramsReadWideRunsInAllChannelsAndTheFullRange) {
+  SgiFields fields{.storage = 1, .sampleBytes = 2, .width = 1, .height = 1, .channels = 3};
+  fields.pixMax = 255;
+  const Bytes file = SgiRunLengthFile(
+      fields, {{0, 0x81, 1, 0, 0, 0}, {0, 0x81, 2, 0, 0, 0}, {0, 0x81, 0xFF, 0xFF, 0, 0}});
+  EXPECT_THAT(Pixels(Load(file)), ElementsAre(Rgba{0, 0, 0, 0}));
+  const QuirkScope others(AllQuirks());
+  EXPECT_THAT(Pixels(Load(file)), ElementsAre(Rgba{0, 1, 255, 0}));
+  EXPECT_EQ(QuirkNames(others.applied()), "sgi-wide-runs, sgi-full-range");
 }
 
 TEST_F(SgiTest, RunLengthScanlines) {

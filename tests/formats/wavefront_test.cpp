@@ -3,6 +3,7 @@
 #include "formats/wavefront.h"
 
 #include "formats/alias.h"
+#include "imagelib/quirks.h"
 #include "tests/formats/format_test.h"
 #include "tests/formats/station_builder.h"
 
@@ -22,6 +23,36 @@ TEST_F(WavefrontTest, Loads) {
   EXPECT_THAT(Pixels(image), ElementsAre(Rgba{1, 2, 3, 5}, Rgba{1, 2, 3, 5}, Rgba{5, 6, 8, 255},
                                          Rgba{5, 7, 8, 255}));
   EXPECT_TRUE(image->flags & kFlagAlpha);
+}
+
+/// With 16-bit words stored at these offsets of the header.
+Bytes WithWords(Bytes file, const std::vector<std::pair<std::size_t, int>>& words) {
+  for (const auto& [offset, word] : words) {
+    file[offset] = static_cast<std::uint8_t>(word >> 8);
+    file[offset + 1] = static_cast<std::uint8_t>(word);
+  }
+  return file;
+}
+
+// Two scanlines whose offsets run backwards, of 10 bits, with a matte of 8 bits.
+TEST_F(WavefrontTest, OtherProgramsFollowOffsetsReadDeepSamplesAndAPlainMatte) {
+  const Bytes top = {0, 4, 0, 3, 0, 0xFF, 0, 4, 0, 2, 0, 0, 0, 4, 0, 0, 0, 0, 0, 2, 0, 9};
+  const Bytes bottom = {0, 4, 0, 0, 0, 4, 0, 4, 0, 0, 0, 0, 0, 4, 0, 0, 0, 0, 0, 2, 0, 7};
+  const Bytes file = WithWords(RlaFile({0, 0, 0, 1}, 1, top + bottom),
+                               {{658, 10}, {662, 8}, {742, 748 + 22}, {746, 748}});
+  {
+    const QuirkScope own((QuirkSet()));
+    EXPECT_EQ(PixelAt(*Load(file), 0, 1), (Rgba{3, 4, 0, 255})) << "bytes as they come";
+    EXPECT_EQ(QuirkNames(own.shown()), "rla-offsets, rla-matte, rla-deep-samples");
+  }
+  const QuirkScope others(AllQuirks());
+  EXPECT_THAT(Pixels(Load(file)), ElementsAre(Rgba{255, 128, 0, 9}, Rgba{1, 0, 0, 7}));
+  Bytes floats = {0, 4, 0x3F, 0x80, 0, 0, 0, 4, 0x3F, 0, 0, 0, 0, 4, 0xBF, 0x80, 0, 0};
+  floats = WithWords(RlaFile({0, 0, 0, 0}, 0, floats), {{18, 3}, {658, 32}});
+  EXPECT_THAT(Pixels(Load(floats)), ElementsAre(Rgba{255, 128, 0, 0}));
+  const ImageGuard saved = Solid(1, 1, {1, 2, 3, 9});
+  saved->flags |= kFlagAlpha;
+  EXPECT_EQ(Saved<SaveWavefront>(*saved).back(), 9);
 }
 
 TEST_F(WavefrontTest, Faults) {
@@ -69,6 +100,15 @@ TEST_F(AliasTest, MatteIsAlphaOverGrey) {
   EXPECT_THAT(Pixels(image), ElementsAre(Rgba{136, 136, 136, 7}, Rgba{136, 136, 136, 7},
                                          Rgba{136, 136, 136, 255}));
   EXPECT_TRUE(image->flags & kFlagAlpha);
+}
+
+TEST_F(AliasTest, OtherProgramsHaveBlueFirstAndGreyMattes) {
+  const QuirkScope others(AllQuirks());
+  EXPECT_THAT(Pixels(Load(AliasFile(1, 1, 24, {1, 1, 2, 3}))), ElementsAre(Rgba{3, 2, 1, 255}));
+  const ImageGuard matte = Load(AliasFile(1, 1, 8, {1, 7}));
+  EXPECT_THAT(Pixels(matte), ElementsAre(Rgba{7, 7, 7, 255}));
+  EXPECT_FALSE(matte->flags & kFlagAlpha);
+  EXPECT_EQ(Part(Saved<SaveAlias>(*Solid(1, 1, {1, 2, 3, 255})), 10, 4), (Bytes{1, 3, 2, 1}));
 }
 
 TEST_F(AliasTest, Faults) {
