@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "cli/host.h"
+#include "dispatch/host_alpha.h"
 #include "dispatch/load.h"
 #include "formats/raw.h"
 #include "imagelib/host.h"
@@ -75,6 +76,7 @@ Input LoadFile(const std::string& path, const Request& request, FileScope& scope
   if (result.failure != LoadFailure::none && !isSaid) {
     *fault = result.reason + Advice(result, request);
   }
+  NotePluginAlpha(result);
   const bool whole = result.image && (result.failure == LoadFailure::none || request.lenient);
   return {std::move(result.image), whole};
 }

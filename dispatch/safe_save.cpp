@@ -5,6 +5,7 @@
 #include <cstring>
 #include <memory>
 
+#include "dispatch/host_alpha.h"
 #include "dispatch/save.h"
 #include "formats/codec_state.h"
 #include "imagelib/memory_edge.h"
@@ -28,6 +29,8 @@ SaveResult SystemFailure() {
 /// `finalPath` is where the file is meant to be in the end, for savers that write its name into it.
 SaveResult SaveInto(const TemporaryFile& file, const char* finalPath, ImageRecord* image) {
   const RefusalWatch memory;
+  const AlphaAsChosen alpha(*image);
+  if (!alpha.ok()) return {false, kOutOfMemory};
   BeginSaveOutcome();
   Output().finalPath = finalPath;
   const std::int32_t result = SaveImage(file.path().c_str(), image);

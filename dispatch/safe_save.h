@@ -1,4 +1,5 @@
-/// Saving that never leaves half a file: the old file is there until a whole new one replaces it.
+/// How hosts save. Half a file is never left: the old file is there until a whole new one replaces
+/// it. And alpha is what the user means by the image and the depth (AlphaAsChosen).
 #pragma once
 
 #include <cstdio>

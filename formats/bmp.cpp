@@ -352,10 +352,11 @@ std::int32_t SaveBmp(const ImageRecord* image, const char* path, std::int32_t de
   if (!WriteHeader(out, header)) return 0;
   TrackedBytes row(header.imageSize / static_cast<std::uint32_t>(image->height), "allocptr");
   if (!row) return 1;
+  IndexedImage indexed;
+  // Rendering has a progress display of its own, whose end would be that of an open one.
+  if (reduced && !RenderIndexed(*image, RenderCodeForDepth(depth), &indexed)) return 1;
   ProgressScope progress("Saving BMP", image->height, 5);
   if (reduced) {
-    IndexedImage indexed;
-    if (!RenderIndexed(*image, RenderCodeForDepth(depth), &indexed)) return 1;
     if (!WritePalette(out, indexed.palette, header.coloursUsed)) return 1;
     if (!WriteIndexedRows(out, *image, depth, indexed, row)) return 1;
   } else if (!WriteTrueColourRows(out, *image, depth == 32, row)) {

@@ -21,6 +21,7 @@ struct RawState {
   std::int32_t kind = -1;    ///< layout code 0..10; -1 = none chosen
   std::int32_t width = 0;
   std::int32_t height = 0;
+  std::int32_t channelSet = -1;  ///< extensions of three channel files; -1 = by the file's name
 };
 
 /// Output choices that savers read.

@@ -19,26 +19,25 @@ struct ChannelExtensions {
   const char* extension[3];
 };
 
-constexpr ChannelExtensions kLongSet = {{".red", ".grn", ".blu"}};
-constexpr ChannelExtensions kLetterSet = {{".r", ".g", ".b"}};
-constexpr ChannelExtensions kShortSet = {{".rd", ".gr", ".bl"}};
+enum ChannelSet : std::int32_t { kNoSet = -1, kLongSet = 0, kLetterSet = 1, kShortSet = 2 };
+
+constexpr ChannelExtensions kChannelSets[] = {
+    {{".red", ".grn", ".blu"}}, {{".r", ".g", ".b"}}, {{".rd", ".gr", ".bl"}}};
 
 struct KnownExtension {
   const char* extension;
   RawKind kind;
-  const ChannelExtensions* channels;  // null: the set stays as it is
+  ChannelSet channels;  // kNoSet: the set stays as it is
 };
 
 constexpr KnownExtension kKnown[] = {
-    {".rd", kRawRed, &kShortSet},  {".gr", kRawGreen, &kShortSet}, {".bl", kRawBlue, &kShortSet},
-    {".r", kRawRed, &kLetterSet},  {".g", kRawGreen, &kLetterSet}, {".b", kRawBlue, &kLetterSet},
-    {".red", kRawRed, &kLongSet},  {".grn", kRawGreen, &kLongSet}, {".blu", kRawBlue, &kLongSet},
-    {".gry", kRawGrey, &kLongSet}, {".rgb", kRawRgb, nullptr},     {".raw", kRawRgb, nullptr},
-    {".rbg", kRawRbg, nullptr},    {".gbr", kRawGbr, nullptr},     {".grb", kRawGrb, nullptr},
-    {".bgr", kRawBgr, nullptr},    {".brg", kRawBrg, nullptr},
+    {".rd", kRawRed, kShortSet},  {".gr", kRawGreen, kShortSet}, {".bl", kRawBlue, kShortSet},
+    {".r", kRawRed, kLetterSet},  {".g", kRawGreen, kLetterSet}, {".b", kRawBlue, kLetterSet},
+    {".red", kRawRed, kLongSet},  {".grn", kRawGreen, kLongSet}, {".blu", kRawBlue, kLongSet},
+    {".gry", kRawGrey, kLongSet}, {".rgb", kRawRgb, kNoSet},     {".raw", kRawRgb, kNoSet},
+    {".rbg", kRawRbg, kNoSet},    {".gbr", kRawGbr, kNoSet},     {".grb", kRawGrb, kNoSet},
+    {".bgr", kRawBgr, kNoSet},    {".brg", kRawBrg, kNoSet},
 };
-
-const ChannelExtensions* channelExtensions = nullptr;
 
 /// Channel (0 red, 1 green, 2 blue) of each of a triple's three bytes.
 constexpr std::uint8_t kTripleOrder[][3] = {{0, 1, 2}, {0, 2, 1}, {1, 2, 0},
@@ -111,17 +110,18 @@ const KnownExtension* FindExtension(const char* path) {
   return nullptr;
 }
 
-/// While no guess has chosen the set, the named file tells which one it belongs to.
-void ChooseChannelExtensions(const char* path) {
-  if (channelExtensions) return;
-  const KnownExtension* known = FindExtension(path);
-  channelExtensions = known && known->channels ? known->channels : &kLongSet;
+/// The set that was chosen, else the one that the named file belongs to.
+const ChannelExtensions& ExtensionsOf(const char* path) {
+  std::int32_t set = Raw().channelSet;
+  const KnownExtension* const known = FindExtension(path);
+  if (set == kNoSet && known) set = known->channels;
+  return kChannelSets[set == kNoSet ? kLongSet : set];
 }
 
 std::string ChannelPath(const char* path, std::size_t channel) {
   const std::string whole = path;
   return whole.substr(0, whole.size() - PathExtension(whole).size()) +
-         channelExtensions->extension[channel];
+         ExtensionsOf(path).extension[channel];
 }
 
 ImageRecord* LoadThreeFiles(const char* path, ImageGuard image) {
@@ -157,13 +157,12 @@ std::int32_t GuessRawLayout(const char* fileName) {
   const KnownExtension* known = FindExtension(fileName);
   if (!known) return 0;
   Raw().kind = known->kind;
-  if (known->channels) channelExtensions = known->channels;
+  if (known->channels != kNoSet) Raw().channelSet = known->channels;
   return 1;
 }
 
 ImageRecord* LoadRaw(const char* path, std::int32_t kind, std::int32_t width, std::int32_t height) {
   if (kind < kRawGrey || kind > kRawThreeFiles) return nullptr;
-  ChooseChannelExtensions(path);
   ImageGuard image(AllocImage(width, height, "raw", nullptr));
   if (!image) return nullptr;
   image->depth = kind >= kRawRgb ? 24 : 8;

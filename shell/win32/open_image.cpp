@@ -1,5 +1,6 @@
 #include "shell/win32/open_image.h"
 
+#include "dispatch/host_alpha.h"
 #include "dispatch/load.h"
 #include "formats/codec_state.h"
 #include "imagelib/guards.h"
@@ -72,6 +73,7 @@ OpenOutcome OpenImageFile(const std::string& path, const std::string& fileTitle)
     return OpenOutcome::noMemory;
   }
   if (!result.image) return OpenOutcome::noImage;
+  NotePluginAlpha(result);
   if (result.failure != LoadFailure::none)
     ReportFile(path, "It is not whole: " + result.reason + ".");
   ImageGuard image = std::move(result.image);

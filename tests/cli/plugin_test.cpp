@@ -84,6 +84,19 @@ TEST_F(PluginReferenceDecoderTest, TiffsOfOthers) {
   EXPECT_TRUE(ImxOutput({"pixels", "a.tif"}) == Reference("turned.png"));
 }
 
+TEST_F(PluginReferenceDecoderTest, AlphaIsKeptUnlessItIsNotWanted) {
+  Make({"-alpha", "set", "-channel", "A", "-fx", "i/w"}, "veil.tif");
+  ImxOutput({"convert", "veil.tif", "veil.png"});
+  EXPECT_TRUE(Decoded("veil.png") == ImxOutput({"pixels", "veil.tif"}));
+  for (const std::string name : {"flat.tif", "flat.trm"}) {
+    ImxOutput({"convert", "--depth", "24", "veil.tif", name});
+    EXPECT_THAT(ImxOutput({"info", name}), testing::HasSubstr("alpha    no"));
+  }
+  // What never had any is not invisible.
+  ImxOutput({"convert", "--depth", "32", "-", "seen.png"}, "P3 1 1 255 1 2 3\n");
+  EXPECT_EQ(Decoded("seen.png"), "\x01\x02\x03\xFF");
+}
+
 TEST_F(PluginReferenceDecoderTest, OthersReadWhatIsSaved) {
   ImxOutput({"convert", "in.png", "a.jpg", "--quality", "90"});
   ExpectSeenAlike("a.jpg", 2);

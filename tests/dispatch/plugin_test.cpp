@@ -7,6 +7,7 @@
 #include <functional>
 #include <utility>
 
+#include "dispatch/host_alpha.h"
 #include "dispatch/load.h"
 #include "dispatch/plugins.h"
 #include "dispatch/save.h"
@@ -236,6 +237,21 @@ TEST_F(PluginTest, TheDispatchLoadsAndSavesThroughTheLibraries) {
   ASSERT_TRUE(tiff);
   EXPECT_STREQ(tiff->formatLabel, "TIFF");
   EXPECT_EQ(tiff->fileType, -1);
+
+  // That there is alpha only the host can tell.
+  LoadResult loaded = Load(temp.file("a.tif").c_str(), {});
+  ASSERT_TRUE(loaded.image);
+  const auto hasAlpha = [&](const char* library, bool oneValue) {
+    loaded.kind.library = library;
+    loaded.image->flags = 0;
+    for (int i = 0; oneValue && i < 6; ++i) loaded.image->pixels[4 * i + 3] = 9;
+    NotePluginAlpha(loaded);
+    return loaded.image->flags == kFlagAlpha;
+  };
+  EXPECT_EQ(loaded.image->flags & kFlagAlpha, 0u);
+  EXPECT_TRUE(hasAlpha(loaded.kind.library, false));
+  EXPECT_FALSE(hasAlpha(nullptr, false)) << "other loaders say it themselves";
+  EXPECT_FALSE(hasAlpha(kLibrary, true));
 
   jpeg->saveType = 17;
   jpeg->saveDepth = 0;

@@ -149,6 +149,43 @@ TEST_F(SafeSaveTest, AStoppedSaveLeavesTheOldFile) {
   EXPECT_THAT(temp.Names(), ElementsAre("a.ppm"));
 }
 
+TEST_F(SafeSaveTest, AlphaIsWhatTheImageAndTheDepthMean) {
+  const ImageGuard ramp = AlphaGradient(18, 6);
+  const ImageGuard flat = FromPixels(1, 1, std::vector<Rgba>{{1, 2, 3, 0}});
+  const struct {
+    const char* extension;
+    std::int32_t choice;
+    const ImageRecord& image;
+    bool alphaMeant;
+    Rgba wanted;  // at the left
+    bool alphaSaved;
+  } kCases[] = {{"png", 0, *flat, false, {1, 2, 3, 255}, true},
+                {"png", 0, *flat, true, {1, 2, 3, 0}, true},
+                {"trm", 0, *ramp, true, PixelAt(*ramp, 0, 0), true},
+                {"trm", 1, *ramp, true, PixelAt(*ramp, 0, 0), false},
+                {"tga", 1, *ramp, true, PixelAt(*ramp, 0, 0), false},
+                {"pic", 0, *ramp, true, PixelAt(*ramp, 0, 0), true}};
+  for (const auto& c : kCases) {
+    SCOPED_TRACE(std::string(c.extension) + std::to_string(c.choice));
+    image = Copy(c.image);
+    const std::uint32_t flags = c.alphaMeant ? kFlagAlpha : 0u;
+    image->flags = flags;
+    Choose(c.extension, c.choice);
+    path = temp.file(std::string("alpha.") + c.extension);
+    EXPECT_TRUE(SaveImageSafely(path, image.get()).saved);
+    EXPECT_EQ(Difference(c.image, *image), "") << "the host's own image is as it was";
+    EXPECT_EQ(image->flags, flags);
+    const ImageGuard loaded(LoadImage(path.c_str()));
+    ASSERT_TRUE(loaded);
+    EXPECT_EQ((loaded->flags & kFlagAlpha) != 0, c.alphaSaved);
+    const Rgba got = PixelAt(*loaded, 0, 0);
+    EXPECT_EQ((Rgba{got.r, got.g, got.b, c.alphaSaved ? got.a : c.wanted.a}), c.wanted);
+  }
+  Choose("trm", 1);
+  const AllocationFailure failure(0, Afterwards::succeed);
+  EXPECT_EQ(SaveImageSafely(path, image.get()).reason, "out of memory");
+}
+
 TEST_F(SafeSaveTest, WhatCannotBeSavedMakesNoFile) {
   Choose("flc");
   EXPECT_FALSE(SaveImageSafely(temp.file("a.flc"), image.get()).saved);

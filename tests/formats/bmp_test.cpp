@@ -126,6 +126,9 @@ TEST_F(BmpTest, HeadersAsWritten) {
   EXPECT_EQ(Saved<SaveBmp>(*image, 24).size(), 54u + 16 * 3);
   EXPECT_EQ(Saved<SaveBmp>(*image, 1).size(), 54u + 8 + 4 * 3);
   EXPECT_EQ(Saved<SaveBmp>(*image, 8).size(), 54u + 1024 + 8 * 3);
+  // The last display, so that no other one's end takes it away.
+  EXPECT_EQ(host.progress.back().title, "Saving BMP");
+  EXPECT_THAT(host.progress.back().positions, testing::SizeIs(1));
 }
 
 }  // namespace

@@ -72,6 +72,15 @@ TEST_F(RawTest, ThreeFilesShareABaseName) {
   }
 }
 
+TEST_F(RawTest, EachNameTellsItsOwnThreeFiles) {
+  for (const char* name : {"a.red", "a.grn", "a.blu", "b.r", "b.g", "b.b"})
+    temp.Write(name, "\x01");
+  for (const char* name : {"a.grn", "b.r", "a.red"}) {
+    EXPECT_THAT(Loaded(temp.file(name), kRawThreeFiles, 1, 1), ElementsAre(Rgba{1, 1, 1, 0}))
+        << name;
+  }
+}
+
 TEST_F(RawTest, SavedKinds) {
   const ImageGuard image = FromPixels(1, 2, std::vector<Rgba>{{1, 2, 3, 4}, {5, 6, 7, 8}});
   // Grey is the red channel.
