@@ -1,5 +1,6 @@
 #include "setup/core/file_copy.h"
 
+#include <cstring>
 #include <string_view>
 
 #include "imagelib/host.h"
@@ -26,35 +27,51 @@ void copyAsIs(const Platform& platform, const InstallSettings&, const char* sour
   platform.setNormalAttributes(platform.context, destination);
 }
 
-void expandInto(const Platform& platform, const InstallSettings& settings, void* in, void* out) {
-  const TokenTexts texts = makeTokenTexts(settings);
+// False when not all of it could be written.
+bool expandInto(const Platform& platform, const InstallSettings& settings, void* in, void* out) {
+  const TokenTexts texts = makeTokenTexts(platform, settings);
   TokenExpander expander(texts);
   std::uint8_t byte = 0;
   while (platform.readByte(platform.context, in, &byte)) {
     const std::string_view text = expander.take(byte);
     if (text.empty()) continue;
-    if (platform.writeBytes(platform.context, out, text.data(), text.size()) != text.size()) break;
+    if (platform.writeBytes(platform.context, out, text.data(), text.size()) != text.size()) {
+      return false;
+    }
   }
+  return true;
 }
 
-// False when a file could not be opened.
+// Makes a file beside `destination` under a name that is not taken, and no longer, so that it fits.
+void* createBeside(const Platform& platform, const char* destination, PathText& beside) {
+  for (const char mark : std::string_view("~_!#$&@")) {
+    copyPath(beside, destination);
+    beside[std::strlen(beside) - 1] = mark;
+    if (void* const file = platform.createFile(platform.context, beside)) return file;
+  }
+  return nullptr;
+}
+
+// What was at `destination` is replaced by a whole file or not at all. False when a file could not
+// be opened or replaced.
 bool copyExpanded(const Platform& platform, const InstallSettings& settings, const char* source,
                   const char* destination) {
-  // Opening the copy would empty the original.
-  if (EqualNoCase(source, destination)) return false;
   void* const in = platform.openForReading(platform.context, source);
   if (!in) return false;
-  void* const out = platform.openForWriting(platform.context, destination);
-  if (out) {
-    expandInto(platform, settings, in, out);
-    platform.closeFile(platform.context, out);
-  }
-  platform.closeFile(platform.context, in);
-  return out != nullptr;
+  PathText beside;
+  void* const out = createBeside(platform, destination, beside);
+  bool whole = out && expandInto(platform, settings, in, out);
+  if (out && !platform.closeFile(platform.context, out)) whole = false;
+  if (!platform.closeFile(platform.context, in)) whole = false;
+  if (whole && platform.moveFile(platform.context, beside, destination)) return true;
+  if (out) platform.removeFile(platform.context, beside);
+  return out && !whole;
 }
 
 void copyExpandedOrAsIs(const Platform& platform, const InstallSettings& settings,
                         const char* source, const char* destination) {
+  // A medium that is installed over itself keeps its templates.
+  if (platform.isSameFile(platform.context, source, destination)) return;
   if (!copyExpanded(platform, settings, source, destination)) {
     copyAsIs(platform, settings, source, destination);
   }

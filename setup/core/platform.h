@@ -47,14 +47,19 @@ struct Platform {
   void (*findClose)(void* context, void* search);
   bool (*isDirectory)(void* context, const char* path);
   bool (*copyFile)(void* context, const char* from, const char* to);  ///< replaces `to`
+  bool (*moveFile)(void* context, const char* from, const char* to);  ///< replaces `to`
+  void (*removeFile)(void* context, const char* path);
+  /// Whether both paths lead to one file that is there, however they are spelled.
+  bool (*isSameFile)(void* context, const char* a, const char* b);
   void (*setNormalAttributes)(void* context, const char* path);
-  bool (*makeDirectory)(void* context, const char* path);           ///< one level
-  bool (*removeDirectory)(void* context, const char* path);         ///< only an empty one
-  void* (*openForReading)(void* context, const char* path);         ///< null: cannot be opened
-  void* (*openForWriting)(void* context, const char* path);         ///< null: cannot be opened
+  bool (*makeDirectory)(void* context, const char* path);    ///< one level
+  bool (*removeDirectory)(void* context, const char* path);  ///< only an empty one
+  void* (*openForReading)(void* context, const char* path);  ///< null: cannot be opened
+  /// Makes a file to write to; null when it cannot be made, or there is one already.
+  void* (*createFile)(void* context, const char* path);
   bool (*readByte)(void* context, void* file, std::uint8_t* byte);  ///< false at the end
   std::size_t (*writeBytes)(void* context, void* file, const char* data, std::size_t count);
-  void (*closeFile)(void* context, void* file);
+  bool (*closeFile)(void* context, void* file);  ///< false: it was not all read, or not all written
   bool (*fullPath)(void* context, const char* path, PathText& absolute);
   bool (*diskSpace)(void* context, const char* root, DiskSpace* space);
 
@@ -66,6 +71,9 @@ struct Platform {
   void (*currentDirectory)(void* context, PathText& path);
   /// A text value under the local machine's key.
   bool (*machineValue)(void* context, const char* key, const char* name, PathText& value);
+  /// Converts a path to the code page that the system gives programs which ask for none. False when
+  /// that lacks a character, or the result does not fit.
+  bool (*toSystemCodePage)(void* context, const char* path, PathText& converted);
   ResultCode (*programsFolder)(void* context, PathText& path);
   ResultCode (*initializeCom)(void* context);
   ResultCode (*makeShortcut)(void* context, const char* target, const char* linkFile,

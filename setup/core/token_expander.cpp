@@ -3,13 +3,23 @@
 #include <algorithm>
 
 namespace imx {
+namespace {
 
-TokenTexts makeTokenTexts(const InstallSettings& settings) {
+std::string inSystemCodePage(const Platform& platform, const PathText& path) {
+  PathText converted;
+  return platform.toSystemCodePage(platform.context, path, converted) ? converted : path;
+}
+
+}  // namespace
+
+TokenTexts makeTokenTexts(const Platform& platform, const InstallSettings& settings) {
   TokenTexts texts;
-  texts.pictures = settings.picturesDir;
-  texts.data = settings.dataDir;
-  if (isWanted(settings, InstallCondition::help)) texts.help = settings.helpDir;
-  texts.barredData = settings.dataDir;
+  texts.pictures = inSystemCodePage(platform, settings.picturesDir);
+  texts.data = inSystemCodePage(platform, settings.dataDir);
+  if (isWanted(settings, InstallCondition::help)) {
+    texts.help = inSystemCodePage(platform, settings.helpDir);
+  }
+  texts.barredData = texts.data;
   std::replace(texts.barredData.begin(), texts.barredData.end(), ' ', '|');
   return texts;
 }

@@ -9,19 +9,21 @@
 #include <string_view>
 
 #include "setup/core/install_settings.h"
+#include "setup/core/platform.h"
 
 namespace imx {
 
 /// The replacements, by code letter.
 struct TokenTexts {
-  std::string_view pictures;  ///< i
-  std::string_view data;      ///< d
-  std::string_view help;      ///< h; empty when the help is not installed
-  std::string barredData;     ///< D: data with every space as a vertical bar
+  std::string pictures;    ///< i
+  std::string data;        ///< d
+  std::string help;        ///< h; empty when the help is not installed
+  std::string barredData;  ///< D: data with every space as a vertical bar
 };
 
-/// The views stay valid as long as `settings`.
-TokenTexts makeTokenTexts(const InstallSettings& settings);
+/// The directories in the system's code page, in which the installed programs read them; those that
+/// it cannot express stay as they are.
+TokenTexts makeTokenTexts(const Platform& platform, const InstallSettings& settings);
 
 /// A state machine over the bytes of one file. `texts` outlives it.
 class TokenExpander {

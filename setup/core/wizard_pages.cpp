@@ -252,8 +252,10 @@ void browseLocation(const PageView& view, int button) {
   for (const Location& location : kLocations) {
     if (location.browse != button) continue;
     PathText& directory = view.settings.*location.directory;
-    view.controls.browseFolder(view.controls.window, location.browseTitle, directory);
-    setText(view, location.edit, directory);
+    // Without a choice the edit keeps what was typed, which is read when the page is left.
+    if (view.controls.browseFolder(view.controls.window, location.browseTitle, directory)) {
+      setText(view, location.edit, directory);
+    }
   }
 }
 
@@ -448,6 +450,11 @@ const char* pageTitle(Page page) {
 
 void openPage(Page page, const PageView& view) {
   definitionOf(page).open(view);
+}
+
+int firstFocus(Page page, const InstallSettings& settings) {
+  // Exit, which would come next, installs even without the room.
+  return page == Page::storage && settings.spaceOk == 0 ? IDC_BACK : 0;
 }
 
 void commandPage(Page page, const PageView& view, int id, ControlEvent event) {

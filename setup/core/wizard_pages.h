@@ -53,6 +53,9 @@ const char* pageTitle(Page page);
 /// Fills the page's controls; called once, before the page is seen.
 void openPage(Page page, const PageView& view);
 
+/// The control that gets the focus when the page is seen; 0: the first one that is enabled.
+int firstFocus(Page page, const InstallSettings& settings);
+
 /// Answers an event of control `id`. Events that mean nothing to the page are passed over.
 void commandPage(Page page, const PageView& view, int id, ControlEvent event);
 

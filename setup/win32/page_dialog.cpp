@@ -93,7 +93,9 @@ void openDialog(HWND window) {
   const Controls controls = controlsOf(window);
   openPage(open.page, {open.host.settings, open.host.platform, controls});
   // Only now is it known which controls are enabled.
-  const HWND first = GetNextDlgTabItem(window, nullptr, FALSE);
+  const int wanted = firstFocus(open.page, open.host.settings);
+  const HWND first =
+      wanted != 0 ? GetDlgItem(window, wanted) : GetNextDlgTabItem(window, nullptr, FALSE);
   SendMessageA(window, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(first), TRUE);
 }
 

@@ -1,8 +1,12 @@
 #include <direct.h>
+#include <fcntl.h>
+#include <io.h>
+#include <sys/stat.h>
 
 #include <cstdio>
 #include <cstdlib>
 
+#include "imagelib/text.h"
 #include "setup/win32/setup_host.h"
 
 namespace imx {
@@ -13,6 +17,10 @@ void takeEntry(const WIN32_FIND_DATAA& found, FileEntry* entry) {
   entry->attributes = found.dwFileAttributes;
   entry->sizeLow = found.nFileSizeLow;
   entry->sizeHigh = found.nFileSizeHigh;
+}
+
+bool fullPath(void*, const char* path, PathText& absolute) {
+  return _fullpath(absolute, path, sizeof absolute) != nullptr;
 }
 
 void* findFirst(void*, const char* pattern, FileEntry* entry) {
@@ -43,6 +51,38 @@ bool copyOneFile(void*, const char* from, const char* to) {
   return CopyFileA(from, to, FALSE) != FALSE;
 }
 
+bool moveOneFile(void*, const char* from, const char* to) {
+  return MoveFileExA(from, to, MOVEFILE_REPLACE_EXISTING) != FALSE;
+}
+
+void removeOneFile(void*, const char* path) {
+  DeleteFileA(path);
+}
+
+bool identify(const char* path, BY_HANDLE_FILE_INFORMATION* information) {
+  constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+  const HANDLE file = CreateFileA(path, 0, kShareAll, nullptr, OPEN_EXISTING, 0, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return false;
+  const bool known = GetFileInformationByHandle(file, information) != FALSE;
+  CloseHandle(file);
+  return known;
+}
+
+bool isSameFile(void*, const char* a, const char* b) {
+  BY_HANDLE_FILE_INFORMATION first = {};
+  BY_HANDLE_FILE_INFORMATION second = {};
+  if (!identify(a, &first) || !identify(b, &second)) return false;
+  if (first.nFileIndexHigh == 0 && first.nFileIndexLow == 0) {  // the file system knows none
+    PathText wholeA;
+    PathText wholeB;
+    return fullPath(nullptr, a, wholeA) && fullPath(nullptr, b, wholeB) &&
+           EqualNoCase(wholeA, wholeB);
+  }
+  return first.dwVolumeSerialNumber == second.dwVolumeSerialNumber &&
+         first.nFileIndexHigh == second.nFileIndexHigh &&
+         first.nFileIndexLow == second.nFileIndexLow;
+}
+
 void setNormalAttributes(void*, const char* path) {
   SetFileAttributesA(path, FILE_ATTRIBUTE_NORMAL);
 }
@@ -59,8 +99,9 @@ void* openForReading(void*, const char* path) {
   return std::fopen(path, "rb");
 }
 
-void* openForWriting(void*, const char* path) {
-  return std::fopen(path, "wb");
+void* createFile(void*, const char* path) {
+  const int made = _open(path, _O_WRONLY | _O_CREAT | _O_EXCL | _O_BINARY, _S_IREAD | _S_IWRITE);
+  return made == -1 ? nullptr : _fdopen(made, "wb");
 }
 
 bool readByte(void*, void* file, std::uint8_t* byte) {
@@ -71,12 +112,10 @@ std::size_t writeBytes(void*, void* file, const char* data, std::size_t count) {
   return std::fwrite(data, 1, count, static_cast<std::FILE*>(file));
 }
 
-void closeFile(void*, void* file) {
-  std::fclose(static_cast<std::FILE*>(file));
-}
-
-bool fullPath(void*, const char* path, PathText& absolute) {
-  return _fullpath(absolute, path, sizeof absolute) != nullptr;
+bool closeFile(void*, void* file) {
+  auto* const stream = static_cast<std::FILE*>(file);
+  const bool fine = std::ferror(stream) == 0;
+  return std::fclose(stream) == 0 && fine;
 }
 
 bool diskSpace(void*, const char* root, DiskSpace* space) {
@@ -99,11 +138,14 @@ void fillFileFunctions(Platform& platform) {
   platform.findClose = findClose;
   platform.isDirectory = isDirectory;
   platform.copyFile = copyOneFile;
+  platform.moveFile = moveOneFile;
+  platform.removeFile = removeOneFile;
+  platform.isSameFile = isSameFile;
   platform.setNormalAttributes = setNormalAttributes;
   platform.makeDirectory = makeDirectory;
   platform.removeDirectory = removeDirectory;
   platform.openForReading = openForReading;
-  platform.openForWriting = openForWriting;
+  platform.createFile = createFile;
   platform.readByte = readByte;
   platform.writeBytes = writeBytes;
   platform.closeFile = closeFile;

@@ -52,6 +52,25 @@ bool machineValue(void*, const char* key, const char* name, PathText& value) {
   return copyPath(value, text);
 }
 
+// This program's own code page is UTF-8 where the system offers that.
+UINT systemCodePage() {
+  UINT page = GetACP();
+  GetLocaleInfoA(LOCALE_SYSTEM_DEFAULT, LOCALE_IDEFAULTANSICODEPAGE | LOCALE_RETURN_NUMBER,
+                 reinterpret_cast<char*>(&page), sizeof page);
+  return page;
+}
+
+bool toSystemCodePage(void*, const char* path, PathText& converted) {
+  const UINT page = systemCodePage();
+  if (page == GetACP()) return copyPath(converted, path);
+  WCHAR wide[kPathSize];
+  BOOL lacking = FALSE;
+  return MultiByteToWideChar(CP_ACP, MB_ERR_INVALID_CHARS, path, -1, wide, kPathSize) != 0 &&
+         WideCharToMultiByte(page, WC_NO_BEST_FIT_CHARS, wide, -1, converted, sizeof converted,
+                             nullptr, page == CP_UTF8 ? nullptr : &lacking) != 0 &&
+         !lacking;
+}
+
 ResultCode programsFolder(void* context, PathText& path) {
   SetupHost& host = hostOf(context);
   path[0] = '\0';
@@ -80,6 +99,7 @@ void fillSystemFunctions(Platform& platform) {
   platform.systemDirectory = systemDirectory;
   platform.currentDirectory = currentDirectory;
   platform.machineValue = machineValue;
+  platform.toSystemCodePage = toSystemCodePage;
   platform.programsFolder = programsFolder;
   platform.initializeCom = initializeCom;
   platform.makeShortcut = makeShortcut;

@@ -11,6 +11,7 @@ namespace {
 struct OpenFile {
   Node* node;
   std::size_t at;
+  bool failed = false;
 };
 
 using Search = std::vector<FileEntry>;  // what is still to come, the next one last
@@ -85,7 +86,7 @@ void MemoryPlatform::setDirectoryFunctions() {
     if (me.diskFails() || path == me.unmakable || me.find(path) || !me.canCreate(path)) {
       return false;
     }
-    me.nodes_[path].isDirectory = true;
+    me.nodes_[me.placeOf(path)].isDirectory = true;
     me.directoriesMade.push_back(path);
     return true;
   };
@@ -94,7 +95,7 @@ void MemoryPlatform::setDirectoryFunctions() {
     me.removalsTried.push_back(path);
     // "." and ".." are in every one.
     if (me.diskFails() || me.entriesLike(std::string(path) + "\\*").size() != 2) return false;
-    return me.nodes_.erase(path) == 1;
+    return me.nodes_.erase(me.placeOf(path)) == 1;
   };
 }
 
@@ -103,9 +104,28 @@ void MemoryPlatform::setFileFunctions() {
     MemoryPlatform& me = self(context);
     const Node* const source = me.find(from);
     if (me.diskFails() || !source || source->isDirectory || !me.canCreate(to)) return false;
-    me.nodes_[to] = {false, source->content};
+    me.nodes_[me.placeOf(to)] = {false, source->content};
     me.written.push_back(to);
     return true;
+  };
+  platform_.moveFile = [](void* context, const char* from, const char* to) {
+    MemoryPlatform& me = self(context);
+    const Node* const old = me.find(to);
+    if (me.diskFails() || !me.find(from) || (old && (old->isDirectory || old->readOnly))) {
+      return false;
+    }
+    me.nodes_[me.placeOf(to)] = *me.find(from);
+    me.nodes_.erase(me.placeOf(from));
+    std::replace(me.written.begin(), me.written.end(), std::string(from), std::string(to));
+    return true;
+  };
+  platform_.removeFile = [](void* context, const char* path) {
+    MemoryPlatform& me = self(context);
+    if (!me.diskFails()) me.nodes_.erase(me.placeOf(path));
+  };
+  platform_.isSameFile = [](void* context, const char* a, const char* b) {
+    const MemoryPlatform& me = self(context);
+    return me.find(a) && me.find(a) == me.find(b);
   };
   platform_.setNormalAttributes = [](void*, const char*) {};
   platform_.openForReading = [](void* context, const char* path) -> void* {
@@ -113,22 +133,20 @@ void MemoryPlatform::setFileFunctions() {
     const Node* const node = me.find(path);
     if (me.diskFails() || !node || node->isDirectory) return nullptr;
     me.openFiles += 1;
-    return new OpenFile{&me.nodes_[path], 0};
+    return new OpenFile{&me.nodes_[me.placeOf(path)], 0};
   };
-  platform_.openForWriting = [](void* context, const char* path) -> void* {
+  platform_.createFile = [](void* context, const char* path) -> void* {
     MemoryPlatform& me = self(context);
-    const Node* const old = me.find(path);
-    if (me.diskFails() || !me.canCreate(path) || (old && (old->isDirectory || old->readOnly))) {
-      return nullptr;
-    }
-    me.nodes_[path] = {};
+    if (me.diskFails() || !me.canCreate(path) || me.find(path)) return nullptr;
+    me.nodes_[me.placeOf(path)] = {};
     me.written.push_back(path);
     me.openFiles += 1;
-    return new OpenFile{&me.nodes_[path], 0};
+    return new OpenFile{&me.nodes_[me.placeOf(path)], 0};
   };
   platform_.readByte = [](void* context, void* handle, std::uint8_t* byte) {
     OpenFile& file = *static_cast<OpenFile*>(handle);
-    if (self(context).diskFails() || file.at >= file.node->content.size()) return false;
+    if (self(context).diskFails()) file.failed = true;
+    if (file.failed || file.at >= file.node->content.size()) return false;
     *byte = static_cast<std::uint8_t>(file.node->content[file.at++]);
     return true;
   };
@@ -139,8 +157,10 @@ void MemoryPlatform::setFileFunctions() {
     return taken;
   };
   platform_.closeFile = [](void* context, void* file) {
+    const bool failed = static_cast<OpenFile*>(file)->failed;
     delete static_cast<OpenFile*>(file);
     self(context).openFiles -= 1;
+    return !self(context).diskFails() && !failed;
   };
 }
 
@@ -174,6 +194,16 @@ void MemoryPlatform::setSystemFunctions() {
                        std::string_view(name) == "ProgramFilesDir";
     return known && !self(context).programFiles.empty() &&
            copyPath(value, self(context).programFiles);
+  };
+  // Latin-1, of UTF-8.
+  platform_.toSystemCodePage = [](void*, const char* path, PathText& converted) {
+    std::string latin;
+    for (const char* at = path; *at; ++at) {
+      const auto lead = static_cast<unsigned char>(*at);
+      if (lead > 0xC3) return false;
+      latin += lead < 0xC2 ? *at : static_cast<char>((lead & 3) << 6 | (*++at & 63));
+    }
+    return copyPath(converted, latin);
   };
   platform_.programsFolder = [](void* context, PathText& path) {
     copyPath(path, "C:\\Menu\\Programs");
@@ -238,7 +268,7 @@ std::vector<FileEntry> MemoryPlatform::entriesLike(const std::string& pattern) c
     const Node* const node = find(pattern);
     return node ? std::vector{entryOf(pattern, *node)} : std::vector<FileEntry>();
   }
-  const std::string directory = pattern.substr(0, pattern.size() - 2);
+  const std::string directory = placeOf(pattern.substr(0, pattern.size() - 2));
   if (!hasDirectory(directory)) return {};
   const Node dots = {true, ""};
   std::vector<FileEntry> entries = {entryOf(".", dots), entryOf("..", dots)};
@@ -253,8 +283,23 @@ bool MemoryPlatform::canCreate(const std::string& path) const {
   return path.size() < kPathSize && (parentOf(path).empty() || hasDirectory(parentOf(path)));
 }
 
+void MemoryPlatform::substitute(const std::string& drive, const std::string& directory) {
+  drives_[drive] = directory;
+}
+
+// The one spelling by which the nodes are kept.
+std::string MemoryPlatform::placeOf(std::string path) const {
+  const bool isFull = path.starts_with("\\\\") || (path.size() > 1 && path[1] == ':');
+  if (!isFull) path = currentDirectory + path;
+  const auto drive = drives_.find(path.substr(0, 2));
+  if (drive != drives_.end()) path.replace(0, 2, drive->second);
+  for (std::size_t at; (at = path.find("\\\\", 1)) != std::string::npos;) path.erase(at, 1);
+  if (path.ends_with("\\")) path.pop_back();
+  return path;
+}
+
 const Node* MemoryPlatform::find(const std::string& path) const {
-  const auto found = nodes_.find(path);
+  const auto found = nodes_.find(placeOf(path));
   return found == nodes_.end() ? nullptr : &found->second;
 }
 

@@ -46,6 +46,8 @@ class MemoryPlatform {
   /// Makes the file and its parents.
   Node& addFile(const std::string& path, const std::string& content);
   bool hasDirectory(const std::string& path) const;
+  /// Makes a drive ("F:") another name of a directory.
+  void substitute(const std::string& drive, const std::string& directory);
   /// Content of a file; "(none)" when there is none.
   std::string contentOf(const std::string& path) const;
   /// Paths of all files that start like this, as they were made.
@@ -92,9 +94,11 @@ class MemoryPlatform {
   std::vector<FileEntry> entriesLike(const std::string& pattern) const;
   bool canCreate(const std::string& path) const;
   const Node* find(const std::string& path) const;
+  std::string placeOf(std::string path) const;
 
   Platform platform_ = {};
   std::map<std::string, Node, NoCaseLess> nodes_;  ///< by path
+  std::map<std::string, std::string> drives_;      ///< what they stand for
 };
 
 }  // namespace imx::test

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/setup/expand_by_search.h"
+#include "tests/setup/memory_platform.h"
 
 namespace imx::test {
 namespace {
@@ -16,9 +17,10 @@ class Tokens : public testing::Test {
   }
 
   std::string expand(const std::string& source) const {
-    return expandTokens(makeTokenTexts(settings), source);
+    return expandTokens(makeTokenTexts(computer.platform(), settings), source);
   }
 
+  MemoryPlatform computer;
   InstallSettings settings;
 };
 
@@ -31,11 +33,21 @@ TEST_F(Tokens, ExpandsEachCode) {
   EXPECT_EQ("a", expand("a%q xyz"));
 }
 
+TEST_F(Tokens, DirectoriesAreInTheSystemsCodePageWhereItHasThem) {
+  copyPath(settings.picturesDir, "C:\\Fot\xC3\xB3s \xC2\xBF");
+  copyPath(settings.dataDir, "C:\\\xC3\xB3 \xE2\x82\xAC");  // with a euro sign
+  copyPath(settings.helpDir, "C:\\\xC3\xA9");
+  EXPECT_EQ("C:\\Fot\xF3s \xBF", expand("%i.."));
+  EXPECT_EQ("C:\\\xC3\xB3 \xE2\x82\xAC", expand("%d.."));
+  EXPECT_EQ("C:\\\xC3\xB3|\xE2\x82\xAC", expand("%D.."));
+  EXPECT_EQ("C:\\\xE9", expand("%h.."));
+}
+
 // All texts of up to seven bytes over an alphabet that drives every state, cut tokens included.
 TEST_F(Tokens, AgreesWithASearchOnAllShortTexts) {
   copyPath(settings.picturesDir, "<i>");
   copyPath(settings.dataDir, "<D>");
-  const TokenTexts texts = makeTokenTexts(settings);
+  const TokenTexts texts = makeTokenTexts(computer.platform(), settings);
   const std::string alphabet = "%iDx";
   for (std::size_t length = 0; length <= 7; ++length) {
     for (std::size_t number = 0; number < (std::size_t{1} << (2 * length)); ++number) {

@@ -119,11 +119,11 @@ TEST_F(WizardPages, LocationsAreBrowsedRestoredAndReadOnTheWayBack) {
         Browse{IDC_BROWSE_PICTURES, IDC_PICTURES_DIR, "Browse for Images Folder"},
         Browse{IDC_BROWSE_HELP, IDC_HELP_DIR, "Browse for Help Folder"},
         Browse{IDC_BROWSE_DATA, IDC_DATA_DIR, "Browse for Data Folder"}}) {
-    const std::string before = window->text(browse.edit);
+    window->type(browse.edit, "C:\\Typed");
     window->browseAnswer.clear();
     window->press(browse.button);
     EXPECT_EQ(browse.title, window->browseTitle);
-    EXPECT_EQ(before, window->text(browse.edit));
+    EXPECT_EQ("C:\\Typed", window->text(browse.edit)) << "nothing was picked";
     window->browseAnswer = "D:\\Picked";
     window->press(browse.button);
     EXPECT_EQ("D:\\Picked", window->text(browse.edit));
@@ -237,11 +237,13 @@ TEST_F(WizardPages, StorageShowsSixSlotsAndKeepsTheFormerAnswer) {
   EXPECT_EQ("Space used on \"\" will be 0 bytes", window->text(IDC_FIRST_DRIVE + 1));
   for (int slot = 2; slot < 6; ++slot) EXPECT_EQ("--", window->text(IDC_FIRST_DRIVE + slot));
   EXPECT_FALSE(window->isEnabled(IDC_NEXT));
+  EXPECT_EQ(IDC_BACK, firstFocus(Page::storage, settings)) << "not Exit, which installs";
   window->press(IDC_EXIT);
   EXPECT_EQ(1U, settings.pageAccepted);
   EXPECT_EQ(1, settings.navStep);
   settings.spaceOk = 1;
   EXPECT_TRUE(open(Page::storage).isEnabled(IDC_NEXT));
+  EXPECT_EQ(0, firstFocus(Page::storage, settings));
   window->press(IDC_BACK);
   EXPECT_EQ(-1, settings.navStep);
 }
