@@ -33,6 +33,7 @@
 #define ID_TOGGLE_CHECKERBOARD 40017
 
 #define ID_ABOUT 40100
+#define ID_OPEN_RAW 40101
 
 /* Controls; the same number means different things in different dialogs. */
 #define IDC_FACTOR 1000 /* gamma, rescale, resample */

@@ -14,9 +14,17 @@ void OpenFilesOfCommandLine(HWND, HINSTANCE) {
 }
 
 bool RunViewerCommand(HWND, int command) {
-  if (command != ID_ABOUT) return false;
-  imx::ShowBox(imx::AboutText(IMX_VERSION).c_str(), "About Quillmark Viewer", MB_ICONINFORMATION);
-  return true;
+  switch (command) {
+    case ID_ABOUT:
+      imx::ShowBox(imx::AboutText(IMX_VERSION).c_str(), "About Quillmark Viewer",
+                   MB_ICONINFORMATION);
+      return true;
+    case ID_OPEN_RAW:
+      imx::RunOpenRawImage();
+      return true;
+    default:
+      return false;
+  }
 }
 
 }  // namespace

@@ -30,6 +30,10 @@ std::string FolderOfPath(const std::string& path) {
   return path.substr(0, path.size() - PathFileName(path, kWindowsPathSeparators).size());
 }
 
+std::string SaveChangesQuestion(const ImageRecord& image) {
+  return "Save changes to " + std::string(image.name) + "?";
+}
+
 std::string SaveFailureText(const std::string& path, const std::string& reason) {
   std::string text = "The image could not be saved";
   if (!path.empty()) text += " as\n" + path;

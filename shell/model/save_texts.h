@@ -16,6 +16,9 @@ std::string SaveStartName(const std::string& name);
 /// The folder of a file's path, with its separator; empty when the path has none.
 std::string FolderOfPath(const std::string& path);
 
+/// The question before an image with changes is closed.
+std::string SaveChangesQuestion(const ImageRecord& image);
+
 /// What to tell when a save failed. `reason` may be empty.
 std::string SaveFailureText(const std::string& path, const std::string& reason);
 

@@ -35,4 +35,8 @@ bool IsUnsaved(const ImageRecord& image) {
   return (image.flags & (kFlagChanged | kFlagNameGenerated)) != 0;
 }
 
+bool WouldLoseChanges(const DisplayRecord& record) {
+  return record.edited != 0 || IsUnsaved(*record.image);
+}
+
 }  // namespace imx

@@ -19,6 +19,7 @@ struct DisplayRecord {
   std::int32_t selectionActive;  ///< 1 while the window shows a rubber band
   ImageRecord* image;            ///< owned
   void* bitmap;                  ///< the system's handle of the display bitmap; owned
+  std::int32_t edited;           ///< 1 when an operation changed the pixels, or a save failed
 };
 
 /// The table points at the records; it does not own them.
@@ -43,5 +44,9 @@ ImageRecord* FirstImage(const WindowTable& table);
 
 /// Whether the image changed since it was loaded or saved, or never had a name of its own.
 bool IsUnsaved(const ImageRecord& image);
+
+/// Whether closing the window would lose something: the image is unsaved, or was changed by an
+/// operation that does not say so in the image's flags, or by one whose save then failed.
+bool WouldLoseChanges(const DisplayRecord& record);
 
 }  // namespace imx

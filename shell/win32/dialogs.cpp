@@ -13,6 +13,8 @@ struct RunningDialog {
   void* state;
 };
 
+int openScopes = 0;
+
 void EnableImageWindows(bool enabled) {
   for (const DisplayRecord* record : Shell().windows.slots) {
     if (record) EnableWindow(WindowOf(*record), enabled);
@@ -87,11 +89,11 @@ INT_PTR CALLBACK DialogProcedure(HWND window, UINT message, WPARAM wParam, LPARA
 }  // namespace
 
 DialogScope::DialogScope() {
-  EnableImageWindows(false);
+  if (openScopes++ == 0) EnableImageWindows(false);
 }
 
 DialogScope::~DialogScope() {
-  EnableImageWindows(true);
+  if (--openScopes == 0) EnableImageWindows(true);
   PostDeferred();  // read when this scope is over
 }
 

@@ -10,8 +10,8 @@
 
 namespace imx {
 
-/// While one is alive, a dialog over the main window is open: image windows take no input, and
-/// nothing closes them.
+/// While one is alive, a dialog or message box over the main window is open: image windows take no
+/// input, and nothing closes them. Scopes nest; the last one's end gives the input back.
 class DialogScope {
  public:
   DialogScope();

@@ -1,7 +1,7 @@
 #include "shell/win32/host_callbacks.h"
 
 #include "imagelib/host.h"
-#include "shell/win32/busy.h"
+#include "shell/win32/dialogs.h"
 #include "shell/win32/image_window.h"
 #include "shell/win32/progress_window.h"
 #include "shell/win32/shell_state.h"
@@ -92,12 +92,9 @@ void InstallHostCallbacks(HWND mainWindow, HINSTANCE instance) {
   };
 }
 
-void ShowBox(const char* text, const char* title, UINT icon) {
-  {
-    const BusyScope busy;
-    MessageBoxA(Shell().mainWindow, text ? text : "", title, MB_OK | icon);
-  }
-  PostDeferred();
+int ShowBox(const char* text, const char* title, UINT style) {
+  const DialogScope scope;
+  return MessageBoxA(Shell().mainWindow, text ? text : "", title, style);
 }
 
 }  // namespace imx

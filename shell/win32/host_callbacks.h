@@ -8,8 +8,9 @@ namespace imx {
 /// Fills the library's host tables; `mainWindow` and `instance` are what plug-ins are handed.
 void InstallHostCallbacks(HWND mainWindow, HINSTANCE instance);
 
-/// A message box over the main window; `icon` is an MB_ICON value. Messages that would disturb
-/// running library work wait until it is answered.
-void ShowBox(const char* text, const char* title, UINT icon);
+/// A message box over the main window, with the icon and buttons of the MB_ values in `style`.
+/// Messages that would disturb running library work wait until it is answered. The button, as
+/// MessageBox tells it.
+int ShowBox(const char* text, const char* title, UINT style);
 
 }  // namespace imx

@@ -14,15 +14,14 @@
 namespace imx {
 namespace {
 
-// Fills the whole bitmap, so that a window that grows shows it all; the progress display counts the
-// rows that are seen now.
-void RebuildBitmap(const ImageRecord& image, BitmapContext& bitmap, int visibleRows) {
+// Fills the whole bitmap, so that a window that grows shows it all.
+void RebuildBitmap(const ImageRecord& image, BitmapContext& bitmap) {
   TrackedBytes row(std::uint64_t{4} * static_cast<std::uint64_t>(image.width), "display_row1");
   if (!row) return;
   const bool checkerboard = (image.flags & kFlagAlpha) != 0 && Shell().alphaCheckerboard;
-  BeginShellProgress("Render", visibleRows, false);
+  BeginShellProgress("Render", image.height, false);
   for (int y = 0; y < image.height; ++y) {
-    if (y < visibleRows) UpdateShellProgress(y);
+    UpdateShellProgress(y);
     if (checkerboard) {
       CheckerboardDisplayRow(ImageRow(image, y), y, row.span());
     } else {
@@ -48,7 +47,7 @@ bool PaintRecord(HDC context, const DisplayRecord& record) {
   BitmapContext bitmap(context, static_cast<HBITMAP>(record.bitmap));
   if (!bitmap) return false;
   if ((image.flags & kFlagDisplayStale) != 0) {
-    RebuildBitmap(image, bitmap, height);
+    RebuildBitmap(image, bitmap);
     image.flags &= ~std::uint32_t{kFlagDisplayStale};
     // What was uncovered while rebuilding was not painted then.
     InvalidateRect(WindowOf(record), nullptr, FALSE);

@@ -5,6 +5,7 @@
 #include "imagelib/memory.h"
 #include "shell/model/display_texts.h"
 #include "shell/win32/busy.h"
+#include "shell/win32/close_images.h"
 #include "shell/win32/display_bitmap.h"
 #include "shell/win32/image_display.h"
 #include "shell/win32/rubber_band.h"
@@ -55,7 +56,7 @@ bool FillRecord(DisplayRecord& record, const char* name, ImageRecord* image) {
     DestroyWindow(window);
     return false;
   }
-  record = {window, kImageMagic, Shell().windows.nextNumber, 0, image, bitmap};
+  record = {window, kImageMagic, Shell().windows.nextNumber, 0, image, bitmap, 0};
   return true;
 }
 
@@ -78,6 +79,9 @@ LRESULT CALLBACK ImageWindowProc(HWND window, UINT message, WPARAM wParam, LPARA
       return 0;
     case WM_CLOSE:
       if (DeferWhileBusy(window, message, wParam, lParam)) return 0;
+      if (const DisplayRecord* const record = FindImageWindow(window, false)) {
+        if (!MayClose(*record)) return 0;
+      }
       return DefWindowProcA(window, message, wParam, lParam);
     case WM_DESTROY:
       DisposeImageWindow(window);
@@ -118,10 +122,10 @@ DisplayRecord* OpenImageWindow(const char* name, ImageRecord* image) {
   image->display = record;
   ++windows.count;
   ++windows.nextNumber;
-  // Paints that come before the record is in its slot leave the window to be painted again.
   ShowWindow(WindowOf(*record), SW_SHOW);
-  UpdateWindow(WindowOf(*record));
   PlaceRecord(windows, record);
+  // Painted at once: in the middle of later work the paint would end that work's progress display.
+  UpdateWindow(WindowOf(*record));
   return record;
 }
 

@@ -6,6 +6,7 @@
 #include "imagelib/host.h"
 #include "resources/resource_ids.h"
 #include "shell/win32/busy.h"
+#include "shell/win32/close_images.h"
 #include "shell/win32/commands.h"
 #include "shell/win32/image_window.h"
 #include "shell/win32/logo.h"
@@ -73,7 +74,7 @@ LRESULT CALLBACK MainWindowProc(HWND window, UINT message, WPARAM wParam, LPARAM
       RaiseImageWindows();
       return 0;
     case WM_CLOSE:
-      if (DeferWhileBusy(window, message, wParam, lParam)) return 0;
+      if (DeferWhileBusy(window, message, wParam, lParam) || !MayCloseAll()) return 0;
       break;
     case WM_DESTROY:
       ForgetMainWindow();

@@ -1,12 +1,17 @@
 /// Opening an image: the file dialog, the load with its questions, the window.
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 namespace imx {
 
 /// Asks for a file and shows it.
 void RunOpenImage();
+
+/// Asks how a headerless file is laid out, whatever was answered for earlier ones, then for the
+/// file, and shows it.
+void RunOpenRawImage();
 
 enum class OpenOutcome {
   shown,      ///< in a window
@@ -17,8 +22,9 @@ enum class OpenOutcome {
 };
 
 /// Loads `path`, asking for what the file does not tell, and shows it in a window under
-/// `fileTitle`.
-OpenOutcome OpenImageFile(const std::string& path, const std::string& fileTitle);
+/// `fileTitle`. With a raw layout other than -1 the user has settled its layout and size already.
+OpenOutcome OpenImageFile(const std::string& path, const std::string& fileTitle,
+                          std::int32_t rawKind = -1);
 
 /// Opens a file that was named outside the open dialog: a dropped one, or one of the command line.
 /// One that gives no image is reported.

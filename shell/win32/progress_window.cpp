@@ -81,6 +81,15 @@ void CreateStopButton(HWND window) {
                   nullptr);
 }
 
+// Space presses the button itself; a key that is held down since before means something else.
+bool IsStopKey(const MSG& message) {
+  constexpr LPARAM kHeldDown = 1 << 30;
+  return message.message == WM_KEYDOWN &&
+         (message.wParam == VK_RETURN || message.wParam == VK_ESCAPE) &&
+         (message.lParam & kHeldDown) == 0 && progress.open && progress.abortable &&
+         (message.hwnd == progress.window || IsChild(progress.window, message.hwnd));
+}
+
 // Upper left corner for a window of this size in the middle of the main window's client area.
 POINT CentredOnMain(int width, int height) {
   RECT window = {};
@@ -129,6 +138,7 @@ void PumpMessages() {
         PostQuitMessage(static_cast<int>(message.wParam));  // for the message loop
         break;
       }
+      if (IsStopKey(message)) progress.abort = true;
       TranslateMessage(&message);
       DispatchMessageA(&message);
     }
@@ -155,6 +165,9 @@ LRESULT CALLBACK ProgressWindowProc(HWND window, UINT message, WPARAM wParam, LP
   switch (message) {
     case WM_CREATE:
       CreateStopButton(window);
+      return 0;
+    case WM_SETFOCUS:
+      if (HWND stop = GetDlgItem(window, IDC_STOP)) SetFocus(stop);
       return 0;
     case WM_DESTROY:
       progress.open = false;

@@ -80,10 +80,12 @@ void OnLeftUp(HWND window, Point at) {
   if (!band.dragging && !band.clickTool) return;
   if (!band.clickTool) Reshape([at](RubberBand& shape) { DragRubberBand(shape, at); });
   CancelRubberBand();
-  const DisplayRecord* const record = FindImageWindow(window, false);
+  DisplayRecord* const record = FindImageWindow(window, false);
   if (!record) return;
   ApplyTool(Shell().toolMode, record->image);
-  if ((record->image->flags & kFlagPixelsChanged) != 0) RepaintFromPixels(*record);
+  if ((record->image->flags & kFlagPixelsChanged) == 0) return;
+  record->edited = 1;
+  RepaintFromPixels(*record);
 }
 
 void OnRightDown(Point at) {

@@ -43,9 +43,7 @@ SaveResult SaveByChoices(const std::string& path, ImageRecord& image) {
 
 void RunSaveImage() {
   ImageRecord* const image = PickImage(ListedImages::all, "No files to save!");
-  if (!image || !AskForOutput(*image)) return;
-  const ChosenFile target = AskForSaveTarget(*image);
-  if (!target.path.empty()) SaveCurrentChoice(target.path, *image);
+  if (image) SaveWithChoices(*image);
 }
 
 void RunSaveUnsaved() {
@@ -53,12 +51,22 @@ void RunSaveUnsaved() {
   if (image) SaveCurrentChoice(LastFullPath(), *image);
 }
 
-void SaveCurrentChoice(const std::string& path, ImageRecord& image) {
+bool SaveWithChoices(ImageRecord& image) {
+  if (!AskForOutput(image)) return false;
+  const ChosenFile target = AskForSaveTarget(image);
+  return !target.path.empty() && SaveCurrentChoice(target.path, image);
+}
+
+bool SaveCurrentChoice(const std::string& path, ImageRecord& image) {
+  DisplayRecord& record = *image.display;
+  const bool changed = WouldLoseChanges(record);
   image.flags &= ~std::uint32_t{kFlagChanged | kFlagNameGenerated};
   const SaveResult result = SaveByChoices(path, image);
+  record.edited = changed && !result.saved ? 1 : 0;
   if (!result.saved) {
     ShowBox(SaveFailureText(path, result.reason).c_str(), "Failure", MB_ICONSTOP);
   }
+  return result.saved;
 }
 
 }  // namespace imx

@@ -14,8 +14,11 @@ void RunSaveImage();
 /// last confirmed in a file dialog.
 void RunSaveUnsaved();
 
-/// Marks the image as saved and saves it by its choices. What was at `path` is only replaced by a
-/// whole new file; a failure is reported.
-void SaveCurrentChoice(const std::string& path, ImageRecord& image);
+/// Asks how and where to, and saves the image. False when the user cancelled, or the save failed.
+bool SaveWithChoices(ImageRecord& image);
+
+/// Takes the image, which has a window, off the unsaved ones and saves it by its choices. What was
+/// at `path` is only replaced by a whole new file. False on failure, which is reported.
+bool SaveCurrentChoice(const std::string& path, ImageRecord& image);
 
 }  // namespace imx

@@ -97,6 +97,20 @@ TEST(WindowTable, UnsavedIsChangedOrNameless) {
   }
 }
 
+TEST(WindowTable, ClosingLosesWhatIsUnsavedOrEdited) {
+  ImageRecord image = {};
+  CopyText(image.name, "photo.png");
+  DisplayRecord record = {};
+  record.image = &image;
+  EXPECT_FALSE(WouldLoseChanges(record));
+  record.edited = 1;  // by a merge, which leaves the flags as they are
+  EXPECT_TRUE(WouldLoseChanges(record));
+  record.edited = 0;
+  image.flags = kFlagNameGenerated;
+  EXPECT_TRUE(WouldLoseChanges(record));
+  EXPECT_EQ(SaveChangesQuestion(image), "Save changes to photo.png?");
+}
+
 TEST(OpenFilter, PairsInTableOrder) {
   std::string filter = BuildOpenFilter();
   for (char& c : filter) c = c == '\0' ? '|' : c;

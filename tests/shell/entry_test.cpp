@@ -4,7 +4,7 @@
 
 #include "imagelib/host.h"
 #include "imagelib/memory.h"
-#include "shell/win32/host_callbacks.h"
+#include "shell/win32/dialogs.h"
 #include "shell/win32/shell_state.h"
 #include "tests/shell/shell_run.h"
 #include "tests/support/files.h"
@@ -107,10 +107,13 @@ TEST_F(Entry, MainWindowClosedUnderAModalDialog) {
 
 TEST_F(Entry, LibraryTextsAreShownInBoxes) {
   Run([](HWND window) {
+    HWND image = ShowImage("a", Solid(20, 10, {1, 2, 3, 255}));
+    const DialogScope dialog;
     EXPECT_EQ(Services().mainWindow, window);
     LibMessage("told");
     LibError("failed");
     LibNote("noted");
+    EXPECT_FALSE(IsWindowEnabled(image)) << "the dialog around them is still open";
   });
   EXPECT_EQ(TakeBoxes(), (std::vector<AnsweredBox>{{"SA Program Message", "told"},
                                                    {"SA Program Error", "failed"},

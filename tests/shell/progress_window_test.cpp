@@ -4,6 +4,7 @@
 
 #include "imagelib/host.h"
 #include "resources/resource_ids.h"
+#include "shell/win32/image_window.h"
 #include "tests/shell/shell_run.h"
 
 namespace imx::test {
@@ -70,6 +71,17 @@ TEST_F(ProgressWindowTest, StopIsAnsweredUntilTheEnd) {
     EXPECT_NE(ProgressStepAbort(), 0);
     EXPECT_NE(ProgressUpdateAbort(5), 0);
     ProgressEnd();
+    for (const WPARAM key : {VK_SPACE, VK_RETURN, VK_ESCAPE}) {
+      ProgressBeginAbortable("Working", 10, 1);
+      const HWND focused = GetFocus();
+      constexpr LPARAM kHeldDown = 1 << 30;
+      PostMessageA(focused, WM_KEYDOWN, key == VK_SPACE ? VK_TAB : key, kHeldDown | 1);
+      EXPECT_EQ(ProgressUpdateAbort(1), 0);
+      PostMessageA(focused, WM_KEYDOWN, key, 1);
+      PostMessageA(focused, WM_KEYUP, key, static_cast<LPARAM>(0xC0000001));
+      EXPECT_NE(ProgressUpdateAbort(2), 0) << key;
+      ProgressEnd();
+    }
     ProgressBeginAbortable("Working", 10, 1);
     EXPECT_EQ(ProgressUpdateAbort(1), 0);
     // Work that goes on after a stop request was answered is asked once.
@@ -107,6 +119,17 @@ TEST_F(ProgressWindowTest, TheWindowOfTheWorkIsActiveAgain) {
     ProgressEnd();
     EXPECT_EQ(GetActiveWindow(), window);
     EXPECT_TRUE(IsWindowVisible(mainWindow));
+  });
+}
+
+TEST_F(ProgressWindowTest, AnImageJustOpenedDoesNotEndTheDisplayOfLaterWork) {
+  Run([](HWND) {
+    ImageGuard image = Solid(20, 10, {1, 2, 3, 255});
+    OpenImageWindow("a", image.release());
+    ProgressBegin("Reading the next", 10, 1);
+    ProgressUpdate(1);
+    EXPECT_NE(FindWindowA(kProgressClass, "Reading the next"), nullptr);
+    ProgressEnd();
   });
 }
 

@@ -80,11 +80,11 @@ void DrivenRun::PressButton(int id) {
   Lose("no button " + std::to_string(id) + " in " + Described(dialog_));
 }
 
-void DrivenRun::ExpectAndClose(const std::string& title, const std::string& text) {
+void DrivenRun::ExpectAndClose(const std::string& title, const std::string& text, int button) {
   if (!Expect(title)) return;
   EXPECT_NE(("\n" + AllTexts(dialog_)).find("\n" + text + "\n"), std::string::npos)
       << text << "\nis not in " << Described(dialog_);
-  PressButton(IDOK);
+  PressButton(button);
 }
 
 void DrivenRun::ExpectEnd() {

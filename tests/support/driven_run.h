@@ -45,8 +45,8 @@ class DrivenRun {
   /// Presses a button of the dialog that Expect found last.
   void PressButton(int id);
 
-  /// Expects a dialog with this text in one of its controls, and presses OK.
-  void ExpectAndClose(const std::string& title, const std::string& text);
+  /// Expects a dialog with this text in one of its controls, and presses a button.
+  void ExpectAndClose(const std::string& title, const std::string& text, int button = IDOK);
 
   /// Expects the program to end by itself, without another word, with status 0.
   void ExpectEnd();

@@ -245,8 +245,24 @@ TEST_F(ViewerTest, AsksForWhatFilesDoNotTell) {
   }
   run.ExpectShown(shot, *wanted);
 
+  // Both can be told anew, also for a file that would be taken for something by its name.
+  run.Choose("fr");
+  if (run.Expect("RAW Image Loader Guide")) {
+    EXPECT_EQ(ControlTextOf(run.dialog(), IDC_RAW_WIDTH), "4");
+    SetControlText(run.dialog(), IDC_RAW_WIDTH, "12");
+    EXPECT_TRUE(SelectInDropDown(run.dialog(), IDC_RAW_KIND, "Greyscale"));
+  }
+  run.PressButton(IDOK);
+  run.TypePath("Open Image", temp.Write("shot.red", triples));
+  const HWND grey = run.Image(4, "shot.red");
+  const ImageGuard greyWanted = Solid(12, 2, {0, 0, 0, 255});
+  for (std::uint8_t i = 0; i < 24; ++i) SetPixel(*greyWanted, i % 12, i / 12, {i, i, i, 255});
+  run.ExpectShown(grey, *greyWanted);
+  run.Close(grey);
+
   run.Choose("tu");
   run.Drag(shot, {1, 1}, {1, 1});
+  EXPECT_TRUE(Becomes([&] { return !IsWindowEnabled(shot); })) << "no second box over the first";
   run.ExpectAndClose("SA Program Message", "This image has 8 colors. 100.00% utilization.");
 
   // The first image was the current one; when it is closed the second is, 4 : 3 as it is.
@@ -265,6 +281,11 @@ TEST_F(ViewerTest, AsksForWhatFilesDoNotTell) {
   PostMessageA(shot, WM_CLOSE, 0, 0);
   run.ExpectShown(shot, *wanted);
   run.PressButton(IDCANCEL);
+  run.Expect("Save Changes");
+  run.PressButton(IDCANCEL);
+  run.ExpectShown(shot, *wanted);
+  PostMessageA(shot, WM_CLOSE, 0, 0);
+  run.ExpectAndClose("Save Changes", "Save changes to shot.bin?", IDNO);
   run.ExpectGone(shot);
   run.Close(second);
   run.Choose("fs");
@@ -325,8 +346,15 @@ TEST_F(ViewerTest, DoesWhatTheCommandLineDoes) {
   run.Choose("fs");
   run.PickImage("Select File to Save", 3);
   run.Save("PNG", "24-bit", kNoOption, temp.file("viewer.png"));
-  run.Choose("fx");
+  // Only the clipped one is left to ask about.
+  PostMessageA(run.window(), WM_SYSCOMMAND, SC_CLOSE, 0);
+  run.Expect("Save Changes");
+  run.PressButton(IDYES);
+  run.Save("PNG", "24-bit", kNoOption, temp.file("clip.png"));
   run.ExpectEnd();
+  EXPECT_EQ(
+      Difference(*Made(ClipToRegion, *image, {10, 10, 200, 150}), *Loaded(temp.file("clip.png"))),
+      "");
   EXPECT_EQ(Difference(*wanted, *Loaded(temp.file("viewer.png"))), "");
 }
 
