@@ -6,7 +6,6 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "imagelib/text.h"
 #include "setup/win32/setup_host.h"
 
 namespace imx {
@@ -68,19 +67,20 @@ bool identify(const char* path, BY_HANDLE_FILE_INFORMATION* information) {
   return known;
 }
 
+bool isSameTime(const FILETIME& a, const FILETIME& b) {
+  return CompareFileTime(&a, &b) == 0;
+}
+
+// The volume's number says nothing: one place under two drive letters can have two of them.
 bool isSameFile(void*, const char* a, const char* b) {
   BY_HANDLE_FILE_INFORMATION first = {};
   BY_HANDLE_FILE_INFORMATION second = {};
-  if (!identify(a, &first) || !identify(b, &second)) return false;
-  if (first.nFileIndexHigh == 0 && first.nFileIndexLow == 0) {  // the file system knows none
-    PathText wholeA;
-    PathText wholeB;
-    return fullPath(nullptr, a, wholeA) && fullPath(nullptr, b, wholeB) &&
-           EqualNoCase(wholeA, wholeB);
-  }
-  return first.dwVolumeSerialNumber == second.dwVolumeSerialNumber &&
+  return identify(a, &first) && identify(b, &second) &&
          first.nFileIndexHigh == second.nFileIndexHigh &&
-         first.nFileIndexLow == second.nFileIndexLow;
+         first.nFileIndexLow == second.nFileIndexLow &&
+         first.nFileSizeHigh == second.nFileSizeHigh && first.nFileSizeLow == second.nFileSizeLow &&
+         isSameTime(first.ftCreationTime, second.ftCreationTime) &&
+         isSameTime(first.ftLastWriteTime, second.ftLastWriteTime);
 }
 
 void setNormalAttributes(void*, const char* path) {

@@ -71,11 +71,11 @@ TEST_F(ProgressWindowTest, StopIsAnsweredUntilTheEnd) {
     EXPECT_NE(ProgressStepAbort(), 0);
     EXPECT_NE(ProgressUpdateAbort(5), 0);
     ProgressEnd();
-    for (const WPARAM key : {VK_SPACE, VK_RETURN, VK_ESCAPE}) {
+    for (const WPARAM key : {WPARAM{VK_SPACE}, WPARAM{VK_RETURN}, WPARAM{VK_ESCAPE}}) {
       ProgressBeginAbortable("Working", 10, 1);
       const HWND focused = GetFocus();
       constexpr LPARAM kHeldDown = 1 << 30;
-      PostMessageA(focused, WM_KEYDOWN, key == VK_SPACE ? VK_TAB : key, kHeldDown | 1);
+      PostMessageA(focused, WM_KEYDOWN, key == VK_SPACE ? WPARAM{VK_TAB} : key, kHeldDown | 1);
       EXPECT_EQ(ProgressUpdateAbort(1), 0);
       PostMessageA(focused, WM_KEYDOWN, key, 1);
       PostMessageA(focused, WM_KEYUP, key, static_cast<LPARAM>(0xC0000001));

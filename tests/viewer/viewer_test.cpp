@@ -300,6 +300,7 @@ TEST_F(ViewerTest, AHundredWindows) {
   const ImageGuard image = PhotoLike(20, 10);
   const std::vector<std::string> files(101, Stored("one.tga", *image, 1));
   ViewerRun run(files);
+  for (const int number : {50, 100}) run.Image(number, "one.tga");  // each in its own time
   run.ExpectAndClose("Failure", "Could not open window, no image loaded!");
   run.Close(run.Image(70, "one.tga"));
   run.Close(run.Image(30, "one.tga"));

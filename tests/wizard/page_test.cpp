@@ -43,13 +43,14 @@ TEST_F(WizardPages, LocationsAreBrowsedKeptAndRestored) {
   const std::string base = "C:\\Program Files\\Glimrix7";
   run.NextTo("Install Locations");
   for (const auto& [button, edit, title, place] : locations) {
+    Type(edit, base + place + " typed");
     run.PressButton(button);
     run.Expect("Browse for Folder");
     bool titled = false;
     for (const ControlText& control : ReadControls(run.dialog())) titled |= control.text == title;
     EXPECT_TRUE(titled) << title;
     run.Leave(IDCANCEL, "Install Locations");
-    run.ExpectControls({{edit, base + place}});
+    run.ExpectControls({{edit, base + place + " typed"}});
     run.PressButton(button);
     run.Expect("Browse for Folder");
     run.Leave(IDOK, "Install Locations");

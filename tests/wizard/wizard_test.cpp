@@ -13,6 +13,7 @@
 #include "tests/support/files.h"
 #include "tests/wizard/install_tree.h"
 #include "tests/wizard/setup_run.h"
+#include "tools/drive/user_input.h"
 
 // After the system's basic header.
 #include <objbase.h>
@@ -193,6 +194,53 @@ TEST_F(Wizard, HaltsOnADirectoryThatCannotBeMade) {
     }
     fs::remove(blocked);
   }
+}
+
+TEST_F(Wizard, WithoutRoomEnterGoesBack) {
+  const std::string medium = Place("medium");
+  fs::copy(SampleMedium(), medium, fs::copy_options::recursive);
+  const std::string large = medium + "\\nt9895\\images\\large.trm";
+  std::ofstream{large}.close();
+  fs::resize_file(large, 200'000'000);  // beyond what is reckoned with in 32 bits
+  SetupRun run(medium);
+  run.AnswerPages(choices);
+  if (run.dialog()) TypeKey(run.dialog(), VK_RETURN);
+  run.Expect("Installation Confirmation");
+  run.PressButton(IDC_EXIT);
+  run.ExpectEnd();
+}
+
+TEST_F(Wizard, AMediumInstalledOverItselfKeepsItsTemplates) {
+  const std::string medium = Place("medium");
+  fs::copy(SampleMedium(), medium, fs::copy_options::recursive);
+  const std::string data = medium + "\\nt9895\\data";
+  const Tree before = ReadTree(data);
+  for (const std::string& spelling : {data + "\\", std::string("nt9895\\data")}) {
+    choices.dataDir = spelling;
+    SetupRun run(medium);
+    run.AnswerPages(choices);
+    run.Install();
+    run.Expect("Wizard Finished");
+    run.PressButton(IDC_OK);
+    run.ExpectEnd();
+    for (const auto& [path, entry] : before) {
+      EXPECT_TRUE(ReadFile(path) == entry.content) << path << " by " << spelling;
+    }
+  }
+}
+
+// The programs ask for no code page and are given the system's; the setup program has its own.
+TEST_F(Wizard, InstalledProgramsFindDirectoriesBeyondAscii) {
+  choices.picturesDir = Place("Fot\xF3s");
+  SetupRun run(SampleMedium());
+  run.AnswerPages(choices);
+  run.Install();
+  run.Expect("Wizard Finished");
+  run.PressButton(IDC_OK);
+  run.ExpectEnd();
+  EXPECT_NE(GetFileAttributesA((choices.picturesDir + "\\.").c_str()), INVALID_FILE_ATTRIBUTES);
+  EXPECT_NE(ReadTextFile(WindowsDirectory() + "\\winglint.ini").find(choices.picturesDir),
+            std::string::npos);
 }
 
 /// Copying from a medium with so many files that there is time to press Stop.
