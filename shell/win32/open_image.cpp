@@ -60,8 +60,17 @@ void RunOpenImage() {
   if (!file.path.empty()) OpenImageFile(file.path, file.title);
 }
 
-OpenOutcome OpenImageFile(const std::string& path, const std::string& fileTitle) {
+void RunOpenRawImage() {
+  if (!AskForRawLayout()) return;
+  const std::int32_t kind = Raw().kind;
+  const ChosenFile file = AskForFileToOpen();
+  if (!file.path.empty()) OpenImageFile(file.path, file.title, kind);
+}
+
+OpenOutcome OpenImageFile(const std::string& path, const std::string& fileTitle,
+                          std::int32_t rawKind) {
   LoadChoices choices;
+  choices.rawKind = rawKind;
   choices.rawWidth = Raw().width;  // as answered last
   choices.rawHeight = Raw().height;
   LoadResult result = Load(path.c_str(), choices);
