@@ -239,7 +239,7 @@ TEST_F(PluginTest, TheDispatchLoadsAndSavesThroughTheLibraries) {
   EXPECT_EQ(tiff->fileType, -1);
 
   // That there is alpha only the host can tell.
-  LoadResult loaded = Load(temp.file("a.tif").c_str(), {});
+  LoadResult loaded = imx::Load(temp.file("a.tif").c_str(), {});
   ASSERT_TRUE(loaded.image);
   const auto hasAlpha = [&](const char* library, bool oneValue) {
     loaded.kind.library = library;
