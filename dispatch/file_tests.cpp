@@ -13,6 +13,7 @@
 #include "formats/softimage.h"
 #include "imagelib/byte_order.h"
 #include "imagelib/file_reader.h"
+#include "imagelib/quirks.h"
 #include "imagelib/text.h"
 
 namespace imx {
@@ -76,7 +77,10 @@ bool LooksLikeWavefront(const FileStart& file) {
 }
 
 bool LooksLikeIff(const FileStart& file) {
-  return HasAt(file, 0, "FORM"sv) || HasAt(file, 0, "ILBM"sv);
+  if (HasAt(file, 0, "FORM"sv) || HasAt(file, 0, "ILBM"sv)) return true;
+  const bool holdsPictures = HasAt(file, 8, "ILBM"sv) || HasAt(file, 8, "PBM "sv);
+  const bool isList = HasAt(file, 0, "LIST"sv) || HasAt(file, 0, "CAT "sv);
+  return isList && (holdsPictures || HasAt(file, 8, "    "sv)) && Quirk(kIlbmContainers);
 }
 
 bool LooksLikeGif(const FileStart& file) {

@@ -2,12 +2,16 @@
 
 #include <algorithm>
 #include <cstring>
+#include <span>
 #include <string_view>
+#include <utility>
 
 #include "formats/bitplanes.h"
 #include "formats/byterun.h"
+#include "formats/line_palettes.h"
 #include "formats/pixel_rows.h"
 #include "formats/trim.h"
+#include "formats/vertical_runs.h"
 #include "imagelib/byte_order.h"
 #include "imagelib/file_reader.h"
 #include "imagelib/file_writer.h"
@@ -15,6 +19,7 @@
 #include "imagelib/host.h"
 #include "imagelib/image.h"
 #include "imagelib/load_outcome.h"
+#include "imagelib/quirks.h"
 #include "imagelib/registry.h"
 #include "imagelib/save_outcome.h"
 #include "imagelib/text.h"
@@ -31,13 +36,18 @@ constexpr std::uint32_t Id(std::string_view name) {
 
 constexpr std::uint32_t kForm = Id("FORM");
 constexpr std::uint32_t kList = Id("LIST");
+constexpr std::uint32_t kCat = Id("CAT ");
+constexpr std::uint32_t kProperties = Id("PROP");
 constexpr std::uint32_t kIlbm = Id("ILBM");
+constexpr std::uint32_t kPbm = Id("PBM ");
 constexpr std::uint32_t kTrim = Id("TRIM");
 constexpr std::uint32_t kThumbnail = Id("THUM");
 constexpr std::uint32_t kHeader = Id("BMHD");
 constexpr std::uint32_t kViewMode = Id("CAMG");
 constexpr std::uint32_t kColourMap = Id("CMAP");
 constexpr std::uint32_t kBody = Id("BODY");
+constexpr std::uint32_t kSliced = Id("SHAM");
+constexpr std::uint32_t kChanges = Id("PCHG");
 constexpr std::uint32_t kTrimRgb = Id("RGBT");
 constexpr std::uint32_t kTrimGrey = Id("MONO");
 constexpr std::uint32_t kTrimRgba = Id("RGBA");
@@ -51,7 +61,10 @@ constexpr std::uint32_t kKnownChunks[] = {kThumbnail, kHeader,    kViewMode,  kC
 constexpr std::size_t kChunkStart = 8;  ///< id and length
 constexpr std::size_t kHeaderSize = 20;
 constexpr std::uint8_t kHasMask = 1;
+constexpr std::uint8_t kHasTransparentColour = 2;
 constexpr std::uint8_t kByteRun = 1;
+constexpr std::uint8_t kVertical = 2;
+constexpr std::uint32_t kInterlaced = 0x4;
 constexpr std::uint32_t kHalfBrite = 0x80;
 constexpr std::uint32_t kHoldAndModify = 0x800;
 /// Author and notice are cut to this many characters when they are read, not when written.
@@ -60,6 +73,7 @@ constexpr std::size_t kMostCredit = 98;
 constexpr std::int32_t kProgressExtra = 1;
 constexpr std::int32_t kRowsBetweenStops = 8;  ///< while writing
 constexpr std::size_t kChannels = 3;
+constexpr std::size_t kAlpha = 3;  ///< the channel behind them
 constexpr std::size_t kDeepPlanes = 8 * kChannels;
 
 /// The fields of "BMHD" that matter.
@@ -69,6 +83,7 @@ struct BitmapHeader {
   std::uint8_t planes;
   std::uint8_t masking;
   std::uint8_t compression;
+  std::uint16_t transparent;  ///< number of the transparent colour
 
   bool IsDeep() const { return planes > 8; }
   std::size_t PlaneBytes() const { return (std::size_t{width} + 15) / 16 * 2; }
@@ -97,16 +112,24 @@ struct IffFile {
   TextField notice;
   TextField comment;
   BodyPlace body;
+  BodyPlace lines;  ///< palette changes by line
+  bool isPbm;       ///< pixels are bytes
 };
 
-/// Reads the start of the file. False when it is no picture; else `*end` is the end of the form.
-bool ReadForm(FileReader& in, std::uint64_t* end) {
+bool IsPicture(std::uint32_t type) {
+  return type == kIlbm || type == kTrim;
+}
+
+/// Reads the start of the file as that of a form. False when it is no picture; else `*end` is the
+/// end of the form.
+bool ReadForm(FileReader& in, std::uint64_t* end, IffFile* file) {
   in.Seek(0);
   const std::uint32_t tag = in.U32();
   if (tag != kForm && tag != kList) return false;
   *end = kChunkStart + std::uint64_t{in.U32()};
   const std::uint32_t type = in.U32();
-  return type == kIlbm || type == kTrim;
+  file->isPbm = type == kPbm && Quirk(kIlbmContainers);
+  return IsPicture(type) || file->isPbm;
 }
 
 void ReadHeader(FileReader& in, std::size_t size, BitmapHeader* header) {
@@ -117,6 +140,7 @@ void ReadHeader(FileReader& in, std::size_t size, BitmapHeader* header) {
   header->planes = bytes[8];
   header->masking = bytes[9];
   header->compression = bytes[10];
+  header->transparent = LoadU16(bytes + 12, ByteOrder::big);
 }
 
 void ReadText(FileReader& in, std::size_t size, std::size_t most, TextField& text) {
@@ -145,6 +169,10 @@ void ReadChunk(FileReader& in, std::uint32_t id, std::uint32_t size, std::uint32
     case kTrimGrey:
     case kTrimRgba:
       if (file->body.id == 0) file->body = {id, in.position(), size, size < length};
+      break;
+    case kSliced:
+    case kChanges:
+      file->lines = {id, in.position(), size, size < length};
       break;
     case kAuthor:
       ReadText(in, size, kMostCredit, file->author);
@@ -183,20 +211,72 @@ void ReadChunks(FileReader& in, std::uint64_t formEnd, IffFile* file) {
   if (formEnd > in.size() && file->body.id == 0) NoteFileEndedEarly();
 }
 
+/// Goes through the chunks of a list, and of the lists in it, to the first picture, behind whose
+/// type the reader then stands; takes over what is shared on the way. False when none is there.
+bool FindPicture(FileReader& in, std::uint64_t* end, IffFile* file) {
+  in.Seek(0);
+  while (in.remaining() >= kChunkStart + 4) {
+    const std::uint32_t id = in.U32();
+    const std::uint32_t length = in.U32();
+    const std::uint64_t next = in.position() + length + length % 2;
+    const std::uint32_t type = in.U32();
+    if (id == kList || id == kCat) continue;
+    file->isPbm = type == kPbm;
+    if (IsPicture(type) || file->isPbm) {
+      *end = next;
+      if (id == kForm) return true;
+      if (id == kProperties) ReadChunks(in, next, file);
+    }
+    in.Seek(next);
+  }
+  return false;
+}
+
+/// Whether the file is a list that forms stand in, not one with a form's chunks.
+bool HoldsForms(FileReader& in) {
+  in.Seek(0);
+  const std::uint32_t tag = in.U32();
+  if (tag != kList && tag != kCat) return false;
+  in.Seek(kChunkStart + 4);
+  const std::uint32_t first = in.U32();
+  return first == kForm || first == kProperties || first == kList || first == kCat;
+}
+
+/// Everything but the pixels. False when the file is no picture.
+bool ReadContents(FileReader& in, IffFile* file) {
+  std::uint64_t end = 0;
+  if (HoldsForms(in) && Quirk(kIlbmContainers)) {
+    if (!FindPicture(in, &end, file)) return false;
+    // A header of its own counts before a shared one.
+    const bool shared = std::exchange(file->hasHeader, false);
+    ReadChunks(in, end, file);
+    file->hasHeader = file->hasHeader || shared;
+    return file->hasHeader;
+  }
+  if (!ReadForm(in, &end, file)) return false;
+  ReadChunks(in, end, file);
+  return file->hasHeader;
+}
+
 /// Whether pixels may change one component of their left neighbour's colour. The size of the
 /// colour map tells it, for files without a view mode too.
 bool IsHoldAndModify(const IffFile& file) {
   const std::uint8_t planes = file.header.planes;
+  if (planes == 5 || planes == 7) {
+    return (file.viewMode & kHoldAndModify) != 0 && QuirkShown(kIlbmHam);
+  }
   if (planes != 6 && planes != 8) return false;
   return (file.viewMode & kHoldAndModify) != 0 || file.colourCount == (planes == 6 ? 16 : 64);
 }
 
-/// Puts the lower half of the colours, at half brightness, into the upper half. A map of up to 32
-/// colours holds the lower half alone.
-void AddHalfBrite(Palette& palette, std::int32_t* count) {
-  if (*count <= 32) *count = 64;
-  const auto half = static_cast<std::size_t>(*count) / 2;
-  for (std::size_t i = half; i < static_cast<std::size_t>(*count); ++i) {
+bool IsHalfBrite(const IffFile& file) {
+  return (file.viewMode & kHalfBrite) != 0 && !IsHoldAndModify(file);
+}
+
+/// Puts the lower half of the `count` colours, at half brightness, into the upper half.
+void AddHalfBrite(Palette& palette, std::int32_t count) {
+  const auto half = static_cast<std::size_t>(count) / 2;
+  for (std::size_t i = half; i < static_cast<std::size_t>(count); ++i) {
     for (auto* plane : {palette.red, palette.green, palette.blue}) {
       plane[i] = static_cast<std::uint8_t>(plane[i - half] >> 1);
     }
@@ -212,8 +292,10 @@ void TakeColours(const IffFile& file, ImageRecord& image) {
     palette.blue[i] = file.colours[3 * i + 2];
   }
   image.paletteCount = static_cast<std::int32_t>(file.colourCount);
-  if ((file.viewMode & kHalfBrite) != 0 && !IsHoldAndModify(file)) {
-    AddHalfBrite(palette, &image.paletteCount);
+  if (IsHalfBrite(file)) {
+    // A map of up to 32 colours holds the lower half alone.
+    if (image.paletteCount <= 32) image.paletteCount = 64;
+    AddHalfBrite(palette, image.paletteCount);
   }
 }
 
@@ -230,7 +312,7 @@ struct HoldTable {
 };
 
 HoldTable MakeHoldTable(const PixelTable& colours, std::uint8_t planes) {
-  const unsigned bits = planes - 2u;
+  const unsigned bits = planes <= 6 ? 4 : 6;  // of an odd number the upper control bit is missing
   HoldTable table{};
   for (unsigned byte = 0; byte < 1u << planes; ++byte) {
     const unsigned value = byte & ((1u << bits) - 1);
@@ -264,14 +346,61 @@ void TrueColourRow(const std::uint8_t* red, const std::uint8_t* green, const std
   }
 }
 
+/// Where the alpha of a picture is.
+enum class AlphaFrom { nothing, planes, mask, transparentColour };
+
+/// How a body is read beyond what its header tells.
+struct BodyLayout {
+  bool holdAndModify;
+  bool isPbm;
+  bool vertical;
+  std::size_t channels;       ///< of more than 8 planes
+  std::size_t channelPlanes;  ///< planes of each channel, of which the upper 8 count
+  AlphaFrom alpha;
+};
+
+BodyLayout LayoutOf(const IffFile& file) {
+  const BitmapHeader& header = file.header;
+  BodyLayout layout = {IsHoldAndModify(file), file.isPbm, false, kChannels, 8, AlphaFrom::nothing};
+  const std::uint8_t planes = header.planes;
+  if ((planes == 32 || planes == 48 || planes == 64) && QuirkShown(kIlbmAlphaPlanes)) {
+    layout.channels = planes == 48 ? 3 : 4;
+    layout.channelPlanes = planes / layout.channels;
+    if (layout.channels == 4) layout.alpha = AlphaFrom::planes;
+  }
+  layout.vertical = header.compression == kVertical && !file.isPbm && QuirkShown(kIlbmVertical);
+  if (layout.alpha != AlphaFrom::nothing) return layout;
+  if (header.masking == kHasMask && !file.isPbm) {
+    if (QuirkShown(kIlbmMask)) layout.alpha = AlphaFrom::mask;
+  } else if (header.masking == kHasTransparentColour && !header.IsDeep()) {
+    if (QuirkShown(kIlbmMask)) layout.alpha = AlphaFrom::transparentColour;
+  }
+  return layout;
+}
+
 /// One row of an ILBM body at a time.
 struct PlanarRow {
   BitmapHeader header;
-  bool holdAndModify;
+  BodyLayout layout;
   PixelTable colours;
   HoldTable hold;
-  TrackedBytes planes;  ///< the plane rows as they are in the file, mask included
+  TrackedBytes planes;  ///< the plane rows as they are in the file, mask included; or bytes of PBM
   TrackedBytes bytes;   ///< the planes put together: one row of values, or of each channel
+
+  /// False when memory runs out.
+  bool Prepare() {
+    const std::size_t channels = header.IsDeep() ? layout.channels : 1;
+    planes = TrackedBytes(PieceSize() * Pieces(), "iff3");
+    bytes = TrackedBytes(channels * 8 * header.PlaneBytes(), "iff4");
+    return planes && bytes;
+  }
+
+  void SetColours(const Palette& palette) {
+    for (std::size_t i = 0; i < kPaletteSize; ++i) {
+      colours.Set(i, palette.red[i], palette.green[i], palette.blue[i]);
+    }
+    if (layout.holdAndModify) hold = MakeHoldTable(colours, header.planes);
+  }
 
   /// False when the data ended before the row did; the rest of it is then 0.
   bool Read(FileReader& in, std::uint64_t* left) {
@@ -283,57 +412,124 @@ struct PlanarRow {
       return got == planes.size();
     }
     bool whole = true;
-    const std::size_t planeBytes = header.PlaneBytes();
-    for (std::size_t k = 0; k < header.PlaneRows(); ++k) {
-      whole = ReadByteRun(in, left, planes.data() + k * planeBytes, planeBytes) && whole;
+    const std::size_t size = PieceSize();
+    for (std::size_t k = 0; k < Pieces(); ++k) {
+      whole = ReadByteRun(in, left, planes.data() + k * size, size) && whole;
     }
     return whole;
   }
 
-  void Convert(std::uint8_t* pixels) {
-    const std::size_t planeBytes = header.PlaneBytes();
-    if (!header.IsDeep()) {
-      BytesFromPlanes(planes.data(), planeBytes, header.planes, bytes.data());
-      if (holdAndModify) {
-        HoldAndModifyRow(bytes.data(), hold, colours.pixel[0], pixels, header.width);
-      } else {
-        RowFromIndices(bytes.data(), colours, pixels, header.width);
-      }
-      return;
+  void Convert(const std::uint8_t* rows, std::uint8_t* pixels) {
+    if (header.IsDeep()) {
+      ConvertDeep(rows, pixels);
+    } else {
+      ConvertIndexed(rows, pixels);
     }
-    // Planes 0-7 red, 8-15 green, 16-23 blue. Missing ones are 0, more are passed over.
-    std::uint8_t* channel[kChannels];
-    for (std::size_t c = 0; c < kChannels; ++c) {
+    if (layout.alpha == AlphaFrom::nothing) return;
+    const std::size_t planeBytes = header.PlaneBytes();
+    const std::uint8_t* const mask = rows + header.planes * planeBytes;
+    const std::uint8_t* const deep = bytes.data() + kChannels * 8 * planeBytes;
+    for (std::size_t x = 0; x < header.width; ++x) {
+      std::uint8_t& alpha = pixels[4 * x + 3];
+      if (layout.alpha == AlphaFrom::planes) {
+        alpha = deep[x];
+      } else {
+        const bool opaque = layout.alpha == AlphaFrom::mask ? (mask[x / 8] << x % 8 & 0x80) != 0
+                                                            : bytes[x] != header.transparent;
+        alpha = opaque ? 255 : 0;
+      }
+    }
+  }
+
+ private:
+  /// What is packed by itself: a row of one plane, or one of bytes.
+  std::size_t PieceSize() const {
+    return layout.isPbm ? (std::size_t{header.width} + 1) / 2 * 2 : header.PlaneBytes();
+  }
+  std::size_t Pieces() const { return layout.isPbm ? 1 : header.PlaneRows(); }
+
+  void ConvertIndexed(const std::uint8_t* rows, std::uint8_t* pixels) {
+    if (layout.isPbm) {
+      std::memcpy(bytes.data(), rows, header.width);
+    } else {
+      BytesFromPlanes(rows, header.PlaneBytes(), header.planes, bytes.data());
+    }
+    if (layout.holdAndModify) {
+      HoldAndModifyRow(bytes.data(), hold, colours.pixel[0], pixels, header.width);
+    } else {
+      RowFromIndices(bytes.data(), colours, pixels, header.width);
+    }
+  }
+
+  /// Red planes first, then green and blue. Missing ones are 0, more are passed over.
+  void ConvertDeep(const std::uint8_t* rows, std::uint8_t* pixels) {
+    const std::size_t planeBytes = header.PlaneBytes();
+    std::uint8_t* channel[4];
+    for (std::size_t c = 0; c < layout.channels; ++c) {
       channel[c] = bytes.data() + 8 * planeBytes * c;
-      const std::size_t first = std::min<std::size_t>(8 * c, header.planes);
+      const std::size_t place = (c + 1) * layout.channelPlanes - 8;
+      const std::size_t first = std::min<std::size_t>(place, header.planes);
       const std::size_t count = std::min<std::size_t>(8, header.planes - first);
-      BytesFromPlanes(planes.data() + first * planeBytes, planeBytes, count, channel[c]);
+      BytesFromPlanes(rows + first * planeBytes, planeBytes, count, channel[c]);
     }
     TrueColourRow(channel[0], channel[1], channel[2], pixels, header.width);
   }
 };
 
+/// The colours by line, where other programs' way holds. False when memory runs out.
+bool ReadLines(FileReader& in, const IffFile& file, LinePalettes* lines) {
+  if (file.lines.id == 0 || file.header.IsDeep() || !QuirkShown(kIlbmLinePalettes)) return true;
+  in.Seek(file.lines.offset);
+  const bool interlaced = (file.viewMode & kInterlaced) != 0;
+  return file.lines.id == kSliced ? ReadSlicedPalettes(in, file.lines.size, interlaced, lines)
+                                  : ReadPaletteChanges(in, file.lines.size, lines);
+}
+
+/// The rows of a body that runs down the columns. False when memory runs out.
+bool ReadVertical(FileReader& in, const IffFile& file, TrackedBytes* rows) {
+  const BitmapHeader& header = file.header;
+  TrackedBytes body(file.body.size, "iff11");
+  const std::size_t planeBytes = header.PlaneBytes(), stride = header.PlaneRows() * planeBytes;
+  *rows = TrackedBytes(std::uint64_t{stride} * header.height, "iff12");
+  if (!body || !*rows) return false;
+  in.Read(body.data(), body.size());
+  std::span<const std::uint8_t> left = body.span();
+  for (std::size_t k = 0; k < header.PlaneRows(); ++k) {
+    if (!DecodeVerticalPlane(left, rows->data() + k * planeBytes, planeBytes, stride,
+                             header.height)) {
+      NoteFileEndedEarly();
+      break;
+    }
+  }
+  return true;
+}
+
 /// False when memory runs out.
-bool ReadPlanes(FileReader& in, const IffFile& file, const ImageRecord& image) {
+bool ReadPlanes(FileReader& in, const IffFile& file, ImageRecord& image) {
   const BitmapHeader& header = file.header;
   if (header.planes == 0) return true;
-  PlanarRow row = {header, IsHoldAndModify(file), {}, {}, {}, {}};
-  row.planes = TrackedBytes(header.PlaneRows() * header.PlaneBytes(), "iff3");
-  row.bytes = TrackedBytes((header.IsDeep() ? kChannels : 1) * 8 * header.PlaneBytes(), "iff4");
-  if (!row.planes || !row.bytes) return false;
-  const Palette& palette = image.palette;
-  for (std::size_t i = 0; i < kPaletteSize; ++i) {
-    row.colours.Set(i, palette.red[i], palette.green[i], palette.blue[i]);
-  }
-  if (row.holdAndModify) row.hold = MakeHoldTable(row.colours, header.planes);
+  PlanarRow row = {header, LayoutOf(file), {}, {}, {}, {}};
+  LinePalettes lines;
+  TrackedBytes rows;
+  if (!row.Prepare() || !ReadLines(in, file, &lines)) return false;
+  in.Seek(file.body.offset);
+  if (row.layout.vertical && !ReadVertical(in, file, &rows)) return false;
+  Palette palette = image.palette;
+  row.SetColours(palette);
+  if (row.layout.alpha != AlphaFrom::nothing) image.flags |= kFlagAlpha;
 
   ProgressScope progress("Reading IFF", image.height, kProgressExtra);
   std::uint64_t left = file.body.size;
   bool whole = true;
   std::int32_t y = 0;
   for (; y < image.height && left > 0 && whole; ++y) {
-    whole = row.Read(in, &left);
-    row.Convert(PixelRow(image, y));
+    if (ChangeColours(lines, y, palette)) {
+      if (IsHalfBrite(file)) AddHalfBrite(palette, image.paletteCount);
+      row.SetColours(palette);
+    }
+    if (!row.layout.vertical) whole = row.Read(in, &left);
+    const std::size_t at = static_cast<std::size_t>(y) * row.planes.size();
+    row.Convert(row.layout.vertical ? rows.data() + at : row.planes.data(), PixelRow(image, y));
     if (whole && ProgressUpdateAbort(y) != 0) return true;
   }
   if (file.body.cut && (!whole || y < image.height)) NoteFileEndedEarly();
@@ -401,32 +597,33 @@ bool WriteThumbnail(FileWriter& out, const ImageRecord& image) {
          out.Write(data, size);
 }
 
-bool WriteHeader(FileWriter& out, const ImageRecord& image, std::int32_t compression) {
+bool WriteHeader(FileWriter& out, const ImageRecord& image, bool mask, std::int32_t compression) {
   std::uint8_t bytes[kHeaderSize] = {};
   const auto width = static_cast<std::uint16_t>(image.width);
   const auto height = static_cast<std::uint16_t>(image.height);
   StoreU16(bytes, width, ByteOrder::big);
   StoreU16(bytes + 2, height, ByteOrder::big);
   bytes[8] = kDeepPlanes;
+  bytes[9] = mask ? kHasMask : 0;
   bytes[10] = static_cast<std::uint8_t>(compression);
   StoreU16(bytes + 16, width, ByteOrder::big);
   StoreU16(bytes + 18, height, ByteOrder::big);
   return WriteChunkStart(out, kHeader, kHeaderSize) && out.Write(bytes, sizeof bytes);
 }
 
-/// The eight plane rows of one channel.
-bool WritePlanes(FileWriter& out, const TrackedBytes& planes, std::size_t planeBytes,
-                 std::uint8_t* packed) {
-  if (!packed) return out.Write(planes.data(), planes.size());
+/// Plane rows, of one channel or the mask's.
+bool WritePlanes(FileWriter& out, const std::uint8_t* planes, std::size_t count,
+                 std::size_t planeBytes, std::uint8_t* packed) {
+  if (!packed) return out.Write(planes, count * planeBytes);
   std::size_t size = 0;
-  for (std::size_t k = 0; k < 8; ++k) {
-    size += PackByteRun(planes.data() + k * planeBytes, planeBytes, packed + size);
+  for (std::size_t k = 0; k < count; ++k) {
+    size += PackByteRun(planes + k * planeBytes, planeBytes, packed + size);
   }
   return out.Write(packed, size);
 }
 
 /// False when it was not written whole; `*stopped` tells whether the user stopped.
-bool WriteIlbmBody(FileWriter& out, const ImageRecord& image, bool pack, bool* stopped) {
+bool WriteIlbmBody(FileWriter& out, const ImageRecord& image, bool mask, bool pack, bool* stopped) {
   const auto width = static_cast<std::size_t>(image.width);
   const std::size_t planeBytes = (width + 15) / 16 * 2;
   TrackedBytes bytes(8 * planeBytes, "iff6");  // of one channel; 0 behind the last pixel
@@ -438,11 +635,16 @@ bool WriteIlbmBody(FileWriter& out, const ImageRecord& image, bool pack, bool* s
   }
   ProgressScope progress("Writing IFF", image.height, kProgressExtra);
   const Rows end = ForEachRow(image.height, kRowsBetweenStops, [&](std::int32_t y) {
-    for (std::size_t channel = 0; channel < kChannels; ++channel) {
+    for (std::size_t channel = 0; channel < (mask ? kAlpha + 1 : kChannels); ++channel) {
       const std::uint8_t* pixels = PixelRow(image, y) + channel;
       for (std::size_t x = 0; x < width; ++x) bytes[x] = pixels[4 * x];
       PlanesFromBytes(bytes.data(), planes.data(), planeBytes);
-      if (!WritePlanes(out, planes, planeBytes, pack ? packed.data() : nullptr)) return false;
+      // The mask is the highest bit of alpha.
+      const bool whole = channel != kAlpha;
+      if (!WritePlanes(out, planes.data() + (whole ? 0 : 7 * planeBytes), whole ? 8 : 1, planeBytes,
+                       pack ? packed.data() : nullptr)) {
+        return false;
+      }
     }
     return true;
   });
@@ -469,12 +671,10 @@ void WriteText(FileWriter& out, std::uint32_t id, const TextField& text) {
 ImageRecord* LoadIff(std::FILE* file, const char* path) {
   FileReader in(file);
   SetFileByteOrder(ByteOrder::big);
-  std::uint64_t formEnd = 0;
-  if (!ReadForm(in, &formEnd)) return nullptr;
   IffFile contents{};
-  ReadChunks(in, formEnd, &contents);
-  if (!contents.hasHeader) return nullptr;
+  if (!ReadContents(in, &contents)) return nullptr;
   const BitmapHeader& header = contents.header;
+  if (contents.isPbm && header.IsDeep()) return nullptr;
   ImageGuard image(AllocImage(header.width, header.height, "IFF", path));
   if (!image) return nullptr;
   image->fileType = kTypeIff;
@@ -499,7 +699,8 @@ std::int32_t SaveIff(const ImageRecord* image, const char* path, std::int32_t tr
   WriteChunkStart(out, kForm, 0);
   out.U32(trim ? kTrim : kIlbm);
   if (trim) WriteThumbnail(out, *image);
-  WriteHeader(out, *image, compression);
+  const bool mask = !trim && (image->flags & kFlagAlpha) != 0 && Quirk(kIlbmMask);
+  WriteHeader(out, *image, mask, compression);
 
   const std::uint32_t body = BodyId(*image, trim);
   WriteChunkStart(out, body, 0);
@@ -508,7 +709,7 @@ std::int32_t SaveIff(const ImageRecord* image, const char* path, std::int32_t tr
   if (trim) {
     const std::int32_t channels = body == kTrimRgba ? 4 : body == kTrimRgb ? 3 : 1;
     if (TrimSaveBody(out, image, channels, &stopped) == 0) return stopped ? 1 : 0;
-  } else if (!WriteIlbmBody(out, *image, compression != 0, &stopped)) {
+  } else if (!WriteIlbmBody(out, *image, mask, compression != 0, &stopped)) {
     return stopped ? 1 : 0;
   }
   const std::uint64_t bodySize = out.position() - bodyStart;

@@ -1,9 +1,11 @@
 #include "formats/softimage.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "formats/pixel_rows.h"
 #include "imagelib/byte_order.h"
@@ -11,6 +13,7 @@
 #include "imagelib/file_writer.h"
 #include "imagelib/guards.h"
 #include "imagelib/load_outcome.h"
+#include "imagelib/quirks.h"
 
 namespace imx {
 namespace {
@@ -25,12 +28,22 @@ constexpr char kWrittenComment[kCommentSize] = "Written by Quillmark IMX";
 constexpr std::uint16_t kMostFields = 3;
 constexpr std::uint8_t kColourMask = 0xE0, kAlphaMask = 0x10;
 constexpr std::uint8_t kChannelBits = 8;
-constexpr std::uint8_t kUncompressed = 0;
+constexpr std::uint8_t kUncompressed = 0, kPureRuns = 1, kMixedRuns = 2;
+constexpr std::size_t kPacketBytes = 4;
+constexpr std::size_t kMostSamples = 8;  ///< bytes of a pixel: four channels of 16 bits
 constexpr unsigned kLongCount = 128;
 
 /// How one packet stores its channels.
 struct Packet {
   std::uint8_t chained = 0, size = kChannelBits, type = kUncompressed, channels = 0;
+
+  bool Has(unsigned channel) const { return (channels >> (7 - channel) & 1) != 0; }
+  /// Bytes of a pixel.
+  std::size_t Samples() const {
+    std::size_t count = 0;
+    for (unsigned channel = 0; channel < 4; ++channel) count += Has(channel) ? 1u : 0u;
+    return count * (std::size_t{size} / kChannelBits);
+  }
 };
 
 /// Says what went wrong, and answers false.
@@ -80,11 +93,15 @@ bool ReadPacket(FileReader& in, const std::string& which, Packet* packet) {
   return true;
 }
 
-/// Reads the packets and puts colour before alpha, whichever comes first in the list.
-bool ReadPackets(FileReader& in, Packet* colour, Packet* alpha, bool* hasAlpha) {
-  if (!ReadPacket(in, "first", colour)) return false;
-  *hasAlpha = colour->chained != 0;
-  if (*hasAlpha) {
+/// Reads one packet of colour or two and puts colour before alpha, whichever comes first in the
+/// list.
+bool ReadUsualPackets(FileReader& in, std::vector<Packet>& packets) {
+  packets.resize(1);
+  if (!ReadPacket(in, "first", &packets[0])) return false;
+  packets.resize(packets[0].chained ? 2 : 1);
+  Packet* const colour = &packets[0];
+  if (packets.size() == 2) {
+    Packet* const alpha = &packets[1];
     if (!ReadPacket(in, "second", alpha)) return false;
     if (alpha->chained) return Fail("unknown Softimage file format - more than two channels");
     if (colour->channels == kAlphaMask) {
@@ -95,8 +112,55 @@ bool ReadPackets(FileReader& in, Packet* colour, Packet* alpha, bool* hasAlpha) 
     if (alpha->channels != kAlphaMask) return Fail("incomprehensible channel format (3)");
     if (alpha->size != kChannelBits) return Fail("Alpha channel not 8 bit");
   }
-  // A single packet is read as colour, whatever its mask.
+  colour->channels = kColourMask;  // whatever the mask of a single packet
   return colour->size == kChannelBits || Fail("RGB channel not 8 bit");
+}
+
+/// The packets as they stand in the list, as far as it is there.
+std::vector<Packet> ListPackets(FileReader& in) {
+  std::vector<Packet> packets;
+  bool more = true;
+  while (more && in.remaining() >= kPacketBytes) {
+    Packet& packet = packets.emplace_back();
+    more = ReadPacket(in, "listed", &packet) && packet.chained != 0;
+  }
+  return packets;
+}
+
+/// Whether colour comes first and whole, then alpha or nothing, in the usual codes.
+bool AreUsual(const std::vector<Packet>& packets) {
+  if (packets.empty() || packets.size() > 2) return false;
+  for (std::size_t i = 0; i < packets.size(); ++i) {
+    const Packet& packet = packets[i];
+    if (packet.size != kChannelBits || packet.type == kPureRuns || packet.type > kMixedRuns) {
+      return false;
+    }
+    if (packet.channels != (i == 0 ? kColourMask : kAlphaMask)) return false;
+  }
+  return true;
+}
+
+/// False when a packet is of no known kind. Each takes something of every row, so that the file's
+/// size bounds the work.
+bool CheckPackets(const std::vector<Packet>& packets) {
+  if (packets.empty()) return Fail("could not read first channel chained info");
+  for (const Packet& packet : packets) {
+    const bool sizeIsKnown = packet.size == kChannelBits || packet.size == 2 * kChannelBits;
+    if (!sizeIsKnown || packet.type > kMixedRuns || packet.Samples() == 0) {
+      return Fail("incomprehensible channel format");
+    }
+  }
+  return !packets.back().chained || Fail("could not read last channel chained info");
+}
+
+/// The packets in the order of their data. `*pureRuns` tells whether type 1 has a code of its own.
+bool ReadPackets(FileReader& in, std::vector<Packet>* packets, bool* pureRuns) {
+  const std::uint64_t start = in.position();
+  *packets = ListPackets(in);
+  *pureRuns = !AreUsual(*packets) && QuirkShown(kSoftimagePackets);
+  if (*pureRuns) return CheckPackets(*packets);
+  in.Seek(start);
+  return ReadUsualPackets(in, *packets);
 }
 
 /// What one packet's decoder says when a byte of a pixel is missing. The alpha packet borrows two
@@ -123,12 +187,13 @@ constexpr PixelTexts kAlphaTexts = {{"could not read copy object b"},
 bool ReadSamples(FileReader& in, std::uint8_t* out, std::size_t pixels, std::size_t samples,
                  const char* const (&texts)[3]) {
   const std::size_t got = in.Read(out, pixels * samples);
-  return got == pixels * samples || Fail(texts[got % samples]);
+  return got == pixels * samples || Fail(texts[std::min<std::size_t>(got % samples, 2)]);
 }
 
 /// Decodes one packet's data of a row into `row`, `samples` bytes for each of `width` pixels.
-bool DecodeRow(FileReader& in, const Packet& packet, std::size_t samples, std::size_t width,
+bool DecodeRow(FileReader& in, const Packet& packet, bool pureRuns, std::size_t width,
                std::uint8_t* row) {
+  const std::size_t samples = packet.Samples();
   const PixelTexts& texts = samples == 1 ? kAlphaTexts : kColourTexts;
   if (packet.type == kUncompressed) {
     return ReadSamples(in, row, width, samples, texts.uncompressed);
@@ -137,8 +202,9 @@ bool DecodeRow(FileReader& in, const Packet& packet, std::size_t samples, std::s
   while (done < width) {
     std::uint8_t code;
     if (!in.ReadAll(&code, 1)) return Fail("failed to read pixel count data");
-    const bool literal = code < kLongCount;
-    const std::size_t count = literal              ? code + 1u
+    const bool literal = !pureRuns && code < kLongCount;
+    const std::size_t count = pureRuns             ? code
+                              : literal            ? code + 1u
                               : code == kLongCount ? in.U16()
                                                    : code - (kLongCount - 1);
     if (in.ended()) return Fail("failed to read pixel count data");
@@ -149,7 +215,7 @@ bool DecodeRow(FileReader& in, const Packet& packet, std::size_t samples, std::s
     if (literal) {
       if (!ReadSamples(in, out, count, samples, texts.copy)) return false;
     } else {
-      std::uint8_t pixel[3];
+      std::uint8_t pixel[kMostSamples];
       if (!ReadSamples(in, pixel, 1, samples, texts.repeat)) return false;
       for (std::size_t i = 0; i < count; ++i) std::memcpy(out + i * samples, pixel, samples);
     }
@@ -158,15 +224,29 @@ bool DecodeRow(FileReader& in, const Packet& packet, std::size_t samples, std::s
   return true;
 }
 
-/// Reads row y into the image: colour, which makes it opaque, then alpha.
-bool ReadRow(FileReader& in, const Packet& colour, const Packet* alpha, TrackedBytes& row,
+/// Puts decoded samples into the pixels' channels, of wide ones the upper byte.
+void PutChannels(const Packet& packet, const std::uint8_t* row, std::uint8_t* pixels,
+                 std::size_t width) {
+  const std::size_t step = packet.Samples(), sampleBytes = packet.size / kChannelBits;
+  for (unsigned channel = 0; channel < 4; ++channel) {
+    if (!packet.Has(channel)) continue;
+    for (std::size_t x = 0; x < width; ++x) pixels[4 * x + channel] = row[x * step];
+    row += sampleBytes;
+  }
+}
+
+/// Reads a row into the image: its first packet makes it opaque, those behind it follow.
+bool ReadRow(FileReader& in, const std::vector<Packet>& packets, bool pureRuns, TrackedBytes& row,
              std::uint8_t* pixels, std::size_t width) {
-  if (!DecodeRow(in, colour, 3, width, row.data())) return false;
-  RowFromRgb(row.data(), pixels, width);
-  for (std::size_t x = 0; x < width; ++x) pixels[4 * x + 3] = 255;
-  if (!alpha) return true;
-  if (!DecodeRow(in, *alpha, 1, width, row.data())) return false;
-  for (std::size_t x = 0; x < width; ++x) pixels[4 * x + 3] = row[x];
+  for (const Packet& packet : packets) {
+    const bool runs = pureRuns && packet.type == kPureRuns;
+    if (!DecodeRow(in, packet, runs, width, row.data())) return false;
+    const bool first = &packet == packets.data();
+    const bool plain = first && packet.channels == kColourMask && packet.size == kChannelBits;
+    if (plain) RowFromRgb(row.data(), pixels, width);
+    for (std::size_t x = 0; first && x < width; ++x) pixels[4 * x + 3] = 255;
+    if (!plain) PutChannels(packet, row.data(), pixels, width);
+  }
   return true;
 }
 
@@ -233,12 +313,19 @@ ImageRecord* LoadSoftimage(const char* path) {
   FileReader in(path);
   SetFileByteOrder(ByteOrder::big);
   std::int32_t width = 0, height = 0;
-  Packet colour, alpha;
-  bool hasAlpha = false;
+  std::vector<Packet> packets;
+  bool pureRuns = false;
   if (!ReadStart(in) || !ReadSize(in, &width, &height)) return nullptr;
-  if (!ReadPackets(in, &colour, &alpha, &hasAlpha)) return nullptr;
+  if (!ReadPackets(in, &packets, &pureRuns)) return nullptr;
+  std::size_t samples = 0;
+  bool hasAlpha = false;
+  for (const Packet& packet : packets) {
+    samples = std::max(samples, packet.Samples());
+    hasAlpha = hasAlpha || (packet.channels & kAlphaMask) != 0;
+  }
   ImageGuard image(AllocImage(width, height, "Softimage", nullptr));
-  TrackedBytes row(image ? std::uint64_t{3} * static_cast<std::uint32_t>(width) : 0, "allocptr");
+  TrackedBytes row(image ? std::uint64_t{samples} * static_cast<std::uint32_t>(width) : 0,
+                   "allocptr");
   if (!image || !row) {
     Fail("could not get image memory");
     return nullptr;
@@ -248,7 +335,7 @@ ImageRecord* LoadSoftimage(const char* path) {
   ProgressScope progress("Loading Softimage Picture", height, 5);
   for (std::int32_t y = 0; y < height; ++y) {
     const bool stop = ProgressUpdateAbort(y) != 0;  // ends the reading after this row
-    if (!ReadRow(in, colour, hasAlpha ? &alpha : nullptr, row, PixelRow(*image, y),
+    if (!ReadRow(in, packets, pureRuns, row, PixelRow(*image, y),
                  static_cast<std::size_t>(width)) ||
         stop) {
       break;

@@ -4,6 +4,7 @@
 
 #include "formats/byterun.h"
 #include "imagelib/file_reader.h"
+#include "imagelib/quirks.h"
 #include "imagelib/registry.h"
 #include "imagelib/save_outcome.h"
 #include "tests/formats/format_test.h"
@@ -180,6 +181,115 @@ TEST_F(IffTest, AStopKeepsTheRowsRead) {
   EXPECT_THAT(Pixels(image),
               testing::ElementsAre(Colours({1})[0], Colours({1})[0], Rgba{}, Rgba{}));
   EXPECT_STREQ(image->comment, "behind");
+}
+
+Bytes Vertical(const Bytes& commands, const Bytes& words) {
+  ByteBuilder data = BigEndian();
+  data.U16(static_cast<std::uint32_t>(commands.size() + 2)).Raw(commands).Raw(words);
+  return IffChunk("VDAT", data.bytes());
+}
+
+TEST_F(IffTest, OtherProgramsWays) {
+  const Bytes map = ColourMap(4), row = PlaneRows(2, {1, 2, 3}), mask = {0xA0, 0};
+  const Bytes indexed = IffHeader({3, 1, 2}), form = IffForm("ILBM", indexed, map, Body(row));
+  const auto opaque = [](Row colours, std::initializer_list<int> alpha) {
+    for (std::size_t i = 0; i < colours.size(); ++i) {
+      colours[i].a = static_cast<std::uint8_t>(alpha.begin()[i]);
+    }
+    return colours;
+  };
+  const auto list = [&](std::string_view id, const Bytes& chunks) {
+    const Bytes type = {'I', 'L', 'B', 'M'};
+    return IffChunk(id, type + chunks);
+  };
+  const Bytes wide = PlaneRows(48, {0}), ham = PlaneRows(5, {1, 0x1F, 2});
+  const auto header = [](IlbmHeader fields, int compression, int transparent) {
+    return WithByte(WithByte(IffHeader(fields), 18, compression), 21, transparent);
+  };
+  const Bytes narrow = BigEndian().Words({0, 1, 1, 1, 1, 1, 1, 1}).Longs({1}).bytes();
+  const Bytes broad = BigEndian().Words({0, 2, 0, 1, 1, 3, 3, 1}).Longs({1}).bytes();
+  const Row plain = Colours({1, 2, 3}), none;
+  struct Case {
+    QuirkId quirk;
+    Bytes file;
+    Row ours, theirs;
+  };
+  const Case cases[] = {
+      {kIlbmContainers, IffForm("PBM ", header({3, 1, 8}, 1, 0), map, Body({3, 1, 2, 3, 0})), none,
+       plain},
+      {kIlbmContainers, list("LIST", list("PROP", indexed + map) + form), none, plain},
+      {kIlbmContainers, list("CAT ", IffForm("8SVX") + list("LIST", form)), none, plain},
+      {kIlbmAlphaPlanes,
+       IffForm("ILBM", IffHeader({1, 1, 32}), Body(PlaneRows(32, {0x81030201}))),
+       {{1, 2, 3, 0}},
+       {{1, 2, 3, 0x81}}},
+      {kIlbmAlphaPlanes,
+       IffForm("ILBM", IffHeader({1, 1, 48}),
+               Body(Part(wide, 0, 16) + Bytes{0x80, 0} + Part(wide, 18))),
+       {{0, 1, 0, 0}},
+       {{1, 0, 0, 0}}},
+      {kIlbmHam,
+       IffForm("ILBM", IffHeader({3, 1, 5}), IffViewMode(0x800), ColourMap(32), Body(ham)),
+       Colours({1, 31, 2}),
+       {{4, 254, 101, 0}, {4, 254, 255, 0}, {8, 253, 102, 0}}},
+      {kIlbmVertical,
+       IffForm("ILBM", header({1, 3, 1}, 2, 0), map,
+               Body(Vertical({1, 0xFF}, {0, 2, 0x80, 0, 0, 0}))),
+       Colours({0, 0, 0}), Colours({1, 1, 0})},
+      {kIlbmMask, IffForm("ILBM", IffHeader({3, 1, 2, 1}), map, Body(row + mask)), plain,
+       opaque(plain, {255, 0, 255})},
+      {kIlbmMask, IffForm("ILBM", header({3, 1, 2, 2}, 0, 2), map, Body(row)), plain,
+       opaque(plain, {255, 0, 255})},
+      {kIlbmLinePalettes,
+       IffForm("ILBM", IffHeader({1, 2, 2}), map,
+               IffChunk("SHAM", Bytes(36, 0) + Bytes{0x0F, 0x18} + Bytes(28, 0)),
+               Body(PlaneRows(2, {1}) + PlaneRows(2, {1}))),
+       Colours({1, 1}),
+       {{0, 0, 0, 0}, {255, 17, 136, 0}}},
+      {kIlbmLinePalettes,
+       IffForm("ILBM", IffHeader({1, 2, 2}), map,
+               IffChunk("PCHG", narrow + Bytes{0x80, 0, 0, 0, 1, 0, 0x1F, 0x18}),
+               Body(PlaneRows(2, {1}) + PlaneRows(2, {1}))),
+       Colours({1, 1}),
+       {Colours({1})[0], {255, 17, 136, 0}}},
+      {kIlbmLinePalettes,
+       IffForm("ILBM", IffHeader({1, 1, 2}), map,
+               IffChunk("PCHG", broad + Bytes{0x80, 0, 0, 0, 0, 1, 0, 3, 0, 9, 8, 7}),
+               Body(PlaneRows(2, {3}))),
+       Colours({3}),
+       {{9, 7, 8, 0}}}};
+  for (const Case& c : cases) {
+    EXPECT_EQ(Pixels(Load(c.file)), c.ours) << Quirks()[c.quirk].name;
+    const QuirkScope scope(QuirkSet().set(c.quirk));
+    EXPECT_EQ(Pixels(Load(c.file)), c.theirs) << Quirks()[c.quirk].name;
+    EXPECT_TRUE(scope.applied()[c.quirk]);
+    for (std::size_t size = 0; size < c.file.size(); ++size) Load(Part(c.file, 0, size));
+  }
+}
+
+TEST_F(IffTest, HuffmanCodedPaletteChanges) {
+  // The root is the last word: a 1 is byte 0, a 0 goes on one word in front. There a 0 is byte 1,
+  // and a 1 goes back by two words, where a 0 is byte 0x18 and a 1 byte 0x80.
+  const Bytes tree = BigEndian().Words({0x118, 0x80, 0x101, 0xFFFC, 0}).bytes();
+  // 80 00 00 00, 01 00, 18 18: of line 0, colour 1 becomes 8, 1, 8 of 15.
+  const Bytes code = {0x7C, 0xA4, 0, 0};
+  ByteBuilder data = BigEndian();
+  data.Words({1, 1, 0, 1, 1, 1, 1, 1}).Longs({1, 10, 8}).Raw(tree).Raw(code);
+  const QuirkScope scope(AllQuirks());
+  EXPECT_EQ(Pixels(LoadIlbm({1, 1, 2}, ColourMap(4), IffChunk("PCHG", data.bytes()),
+                            Body(PlaneRows(2, {1})))),
+            (Row{{136, 17, 136, 0}}));
+}
+
+TEST_F(IffTest, WritesAMask) {
+  const ImageGuard image = FromPixels(2, 1, Row{{1, 2, 3, 127}, {4, 5, 6, 128}});
+  const Bytes exact = Save(*image, 1);
+  image->flags |= kFlagAlpha;
+  EXPECT_EQ(Save(*image, 1), exact);
+  const QuirkScope scope(AllQuirks());
+  for (const int compression : {0, 1}) {
+    EXPECT_EQ(Pixels(Load(Save(*image, compression))), (Row{{1, 2, 3, 0}, {4, 5, 6, 255}}));
+  }
 }
 
 // Writing

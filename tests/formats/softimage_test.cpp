@@ -1,5 +1,6 @@
 #include "formats/softimage.h"
 
+#include "imagelib/quirks.h"
 #include "imagelib/save_outcome.h"
 #include "tests/formats/format_test.h"
 #include "tests/formats/station_builder.h"
@@ -34,6 +35,41 @@ TEST_F(SoftimageTest, Packets) {
   EXPECT_THAT(Pixels(Load(SoftimageFile(1, 1, {0, 8, 0, 0x10}, {1, 2, 3}))),
               ElementsAre(Rgba{1, 2, 3, 255}))
       << "a single packet is colour";
+}
+
+TEST_F(SoftimageTest, PacketsByTypeAndChannels) {
+  struct Case {
+    Bytes packets, body;
+    std::vector<Rgba> ours, theirs;
+  };
+  const Case cases[] = {{{0, 8, 0, 0xF0},
+                         {1, 2, 3, 4, 5, 6, 7, 8},
+                         {{1, 2, 3, 255}, {4, 5, 6, 255}},
+                         {{1, 2, 3, 4}, {5, 6, 7, 8}}},
+                        {{0, 8, 1, 0xE0},
+                         {2, 1, 2, 3},
+                         {{0, 0, 0, 0}, {0, 0, 0, 0}},
+                         {{1, 2, 3, 255}, {1, 2, 3, 255}}},
+                        {kAlphaFirst,
+                         {1, 7, 8, 129, 1, 2, 3},
+                         {{7, 8, 129, 255}, {1, 2, 3, 255}},
+                         {{1, 2, 3, 7}, {1, 2, 3, 8}}},
+                        {{1, 16, 0, 0x80, 1, 8, 2, 0x60, 0, 8, 0, 0x10},
+                         {1, 0, 2, 0, 129, 3, 4, 5, 6},
+                         {},
+                         {{1, 3, 4, 5}, {2, 3, 4, 6}}}};
+  for (const Case& c : cases) {
+    const Bytes file = SoftimageFile(2, 1, c.packets, c.body);
+    EXPECT_EQ(Pixels(Load(file)), c.ours);
+    const QuirkScope scope(AllQuirks());
+    EXPECT_EQ(Pixels(Load(file)), c.theirs);
+    for (std::size_t size = 100; size < file.size(); ++size) Load(Part(file, 0, size));
+  }
+  const QuirkScope scope(AllQuirks());
+  for (const Bytes& packets :
+       {Bytes{0, 8, 0, 0x08}, {0, 24, 0, 0xE0}, {0, 8, 3, 0xE0}, {1, 8, 0, 0x80}}) {
+    EXPECT_FALSE(Load(SoftimageFile(1, 1, packets, {})));
+  }
 }
 
 TEST_F(SoftimageTest, NamesWhatIsWrongWithHeaders) {
