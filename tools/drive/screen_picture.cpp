@@ -56,6 +56,24 @@ ImageGuard ReadScreenArea(POINT from, int width, int height) {
   return image;
 }
 
+/// The whole screen once it shows the same twice in a row: what is still being painted does not.
+/// One that never rests is taken as it is.
+ImageGuard ReadSettledScreen() {
+  constexpr int kMostLooks = 20;
+  constexpr DWORD kPauseMilliseconds = 100;
+  const int width = GetSystemMetrics(SM_CXSCREEN), height = GetSystemMetrics(SM_CYSCREEN);
+  ImageGuard image = ReadScreenArea({0, 0}, width, height);
+  for (int look = 1; image && look < kMostLooks; ++look) {
+    Sleep(kPauseMilliseconds);
+    ImageGuard next = ReadScreenArea({0, 0}, width, height);
+    const bool same =
+        next && std::memcmp(next->pixels, image->pixels, std::size_t{4} * image->pixelCount) == 0;
+    image = std::move(next);
+    if (same) break;
+  }
+  return image;
+}
+
 }  // namespace
 
 ImageGuard ReadClientArea(HWND window) {
@@ -88,8 +106,7 @@ std::vector<bool> ReadTicks(HWND menu, int items) {
 }
 
 bool SaveScreen(const std::string& path) {
-  const ImageGuard image =
-      ReadScreenArea({0, 0}, GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN));
+  const ImageGuard image = ReadSettledScreen();
   if (!image) return false;
   Output().depthBits = 24;
   return SavePng(image.get(), path.c_str(), 0) == 0;

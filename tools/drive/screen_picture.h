@@ -17,7 +17,7 @@ ImageGuard ReadClientArea(HWND window);
 /// its `items` items are all of one height.
 std::vector<bool> ReadTicks(HWND menu, int items);
 
-/// Writes what the screen shows as a PNG picture.
+/// Writes what the screen shows as a PNG picture, once it has come to rest.
 bool SaveScreen(const std::string& path);
 
 }  // namespace imx
