@@ -9,6 +9,7 @@
 #include "formats/alias.h"
 #include "formats/codec_state.h"
 #include "formats/png.h"
+#include "formats/pnm.h"
 #include "formats/raw.h"
 #include "formats/softimage.h"
 #include "imagelib/byte_order.h"
@@ -123,7 +124,8 @@ bool LooksLikeRaw(const FileStart& file) {
 }
 
 bool LooksLikePpm(const FileStart& file) {
-  return HasAt(file, 0, "P6"sv) || HasAt(file, 0, "P3"sv);
+  if (HasAt(file, 0, "P6"sv) || HasAt(file, 0, "P3"sv)) return true;
+  return IsPnmStart(file.bytes) && Quirk(kPnmFamily);
 }
 
 bool LooksLikeFlic(const FileStart& file) {

@@ -5,11 +5,13 @@
 #include <limits>
 
 #include "formats/pixel_rows.h"
+#include "formats/pnm.h"
 #include "imagelib/file_reader.h"
 #include "imagelib/file_writer.h"
 #include "imagelib/guards.h"
 #include "imagelib/image.h"
 #include "imagelib/load_outcome.h"
+#include "imagelib/quirks.h"
 
 namespace imx {
 namespace {
@@ -33,8 +35,9 @@ int NextByte(FileReader& in) {
 }
 
 /// The next number in the text, at most the largest there is. False at the end of the file; a
-/// number that no white space follows there is not finished and does not count. Bytes that belong
-/// to nothing are passed over, inside a number too, and there a "#" is one of them.
+/// number that no white space follows there is not finished and does not count, but to other
+/// programs. Bytes that belong to nothing are passed over, inside a number too, and there a "#" is
+/// one of them.
 bool NextNumber(FileReader& in, std::int32_t* number) {
   constexpr std::int64_t kLargest = std::numeric_limits<std::int32_t>::max();
   bool begun = false;
@@ -50,7 +53,9 @@ bool NextNumber(FileReader& in, std::int32_t* number) {
       while (byte >= 0 && byte != '\n') byte = NextByte(in);
     }
   }
-  return false;
+  if (!begun || !QuirkShown(kPnmSamples)) return false;
+  *number = static_cast<std::int32_t>(value);
+  return true;
 }
 
 /// Brings samples of 0 .. maximum to 0 .. 255.
@@ -120,6 +125,12 @@ void ReadText(FileReader& in, const SampleScale& scale, const ImageRecord& image
   });
 }
 
+/// Whether other programs take samples of this maximum for something else, and do so here.
+bool AsOthersTakeSamples(std::int32_t maximum, bool binary) {
+  if (maximum == 255 || maximum < 1 || maximum > UINT16_MAX) return false;
+  return binary && maximum > UINT8_MAX ? QuirkShown(kPnmSamples) : Quirk(kPnmSamples);
+}
+
 ImageGuard AllocRecord(const FileReader& in, std::int32_t width, std::int32_t height) {
   if (height > kMostEmptyRows && static_cast<std::uint64_t>(height) > in.remaining()) {
     return ImageGuard();
@@ -180,19 +191,28 @@ ImageRecord* LoadPpm(const char* path) {
   FileReader in(path);
   const std::uint8_t letter = in.U8();
   const std::uint8_t form = in.U8();
-  if (letter != 'P' || (form != '3' && form != '6')) return nullptr;
-
+  if (letter != 'P') return nullptr;
+  const bool binary = form == '6';
+  if (form != '3' && !binary) {
+    const auto next = in.Peek(1);
+    const std::uint8_t start[3] = {letter, form, next.size > 0 ? next.data[0] : std::uint8_t{0}};
+    if (!IsPnmStart(start) || !Quirk(kPnmFamily)) return nullptr;
+    return LoadPnm(in, static_cast<char>(form));
+  }
   std::int32_t width, height, maximum;
   if (!NextNumber(in, &width) || !NextNumber(in, &height)) return nullptr;
   ProgressScope progress("Reading PPM Image", height, 1);
   if (!NextNumber(in, &maximum)) return nullptr;
+  if (AsOthersTakeSamples(maximum, binary)) {
+    return LoadPnmSamples(in, {static_cast<char>(form), width, height, maximum, 3});
+  }
   ImageGuard image = AllocRecord(in, width, height);
   if (!image) return nullptr;
   const SampleScale scale(maximum);
-  if (form == '3') {
-    ReadText(in, scale, *image);
-  } else {
+  if (binary) {
     ReadBinary(in, scale, *image);
+  } else {
+    ReadText(in, scale, *image);
   }
   return image.release();
 }

@@ -20,7 +20,7 @@ enum QuirkId : std::size_t {
   kPngNoMetrePixels,
   kGifScreen,
   kPnmFamily,
-  kPnmWideSamples,
+  kPnmSamples,
   kBmpTopDown,
   kBmpMasks,
   kBmpRunLength,

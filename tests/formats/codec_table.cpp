@@ -52,6 +52,11 @@ ImageRecord* LoadLastFlicFrame(const char* path) {
   return LoadFlic(path);
 }
 
+ImageRecord* LoadSecondGifFrame(const char* path) {
+  Sequence().chosenFrame = 1;
+  return LoadPath<LoadGif>(path);
+}
+
 /// The frames of AVI files, once the system has decoded them.
 ImageRecord* LoadPackedBitmap(const char* path) {
   return ImageFromPackedBitmap(ReadFile(path));
@@ -76,7 +81,7 @@ const std::vector<Codec>& Codecs() {
       {.name = "dem", .load = LoadDemNamed},
       {.name = "flic", .load = LoadLastFlicFrame},
       {.name = "gif",
-       .load = LoadPath<LoadGif>,
+       .load = LoadSecondGifFrame,
        .savings = {{"plain", SaveWith<SaveGif, 0>, Kept::size},
                    {"interlaced", SaveWith<SaveGif, 1>, Kept::size}}},
       {.name = "iff",

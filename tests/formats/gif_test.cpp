@@ -1,5 +1,6 @@
 #include "formats/gif.h"
 
+#include "imagelib/quirks.h"
 #include "tests/formats/common_builder.h"
 #include "tests/formats/format_test.h"
 
@@ -237,6 +238,71 @@ TEST_F(GifTest, DamagedCodesEndTheImage) {
   const Bytes blocks = GifBlocks(Part(pixels, 2, pixels.size() - 3), 1);
   EXPECT_THAT(Entries(GifScreen(4, 1, 2) + GifFrame(0, 0, 4, 1) + Bytes{2} + blocks),
               ElementsAre(1, 2, 3, 0));
+}
+
+Bytes GifControl(int disposal, int transparent = -1) {
+  const auto flags = static_cast<std::uint8_t>(disposal << 2 | (transparent >= 0 ? 1 : 0));
+  return GifExtension(0xF9, {flags, 0, 0, static_cast<std::uint8_t>(transparent)});
+}
+
+TEST_F(GifTest, FramesAsOtherProgramsShowThem) {
+  const auto frame = [](int left, int flags, const Bytes& rest) {
+    return GifFrame(left, 0, 2, 1, flags) + rest;
+  };
+  const Bytes white = Bytes{0, 0, 0, 255, 255, 255};
+  const Bytes animation = GifScreen(3, 1, 2, 49) + frame(0, 0, GifPixels(2, {1, 2})) +
+                          GifControl(3) + frame(1, 0, GifPixels(2, {3, 3})) + GifControl(2, 1) +
+                          frame(1, 0, GifPixels(2, {1, 3})) +
+                          frame(2, 0x80, white + GifPixels(2, {1, 1})) + Bytes{0x3B};
+  // Entry n of SomeColours has red 10 n + 5.
+  const struct {
+    const char* name;
+    Bytes file;
+    int chosen;
+    std::vector<int> reds;  // -1: transparent
+    std::vector<int> exact;
+  } kCases[] = {
+      {"background beside the first", animation, -1, {15, 25, 5}, {0, 0, 0}},
+      {"restored later", animation, 1, {15, 35, 35}, {0, 0, 0}},
+      {"transparent pixels", animation, 2, {15, 25, 35}, {0, 0, 0}},
+      {"cleared; its own table; beyond the screen", animation, 3, {15, -1, 255}, {0, 0, 0}},
+      {"a single frame with transparency",
+       GifScreen(2, 1, 2) + GifControl(0, 1) + frame(0, 0, GifPixels(2, {1, 2})),
+       7,
+       {-1, 25},
+       {15, 25}},
+      {"a screen without size",
+       GifScreen(0, 0, 2) + frame(0, 0, GifPixels(2, {1, 2})),
+       0,
+       {15, 25},
+       {}},
+      {"no table", GifScreen(1, 1, 0) + frame(0, 0, GifPixels(2, {3, 2})), 0, {3}, {0}},
+  };
+  for (const auto& test : kCases) {
+    SCOPED_TRACE(test.name);
+    const auto reds = [&](const QuirkSet& quirks) {
+      const QuirkScope scope(quirks);
+      Sequence() = {.chosenFrame = test.chosen};
+      std::vector<int> found;
+      for (const Rgba& pixel : Pixels(Load(test.file))) {
+        found.push_back(quirks.any() && pixel.a == 0 ? -1 : pixel.r);
+      }
+      EXPECT_TRUE((scope.applied() | scope.shown())[kGifScreen]);
+      return found;
+    };
+    EXPECT_EQ(reds(QuirkSet().set(kGifScreen)), test.reds);
+    EXPECT_EQ(Sequence().frameCount, test.file == animation ? 4 : 0);
+    EXPECT_EQ(reds({}), test.exact);
+  }
+  const QuirkScope interop(AllQuirks());
+  Sequence().chosenFrame = 4;
+  EXPECT_FALSE(Load(animation));
+  Sequence().chosenFrame = 3;
+  const ImageGuard last = Load(animation);
+  EXPECT_EQ(last->frame, 4);
+  EXPECT_EQ(last->paletteCount, 2);
+  EXPECT_EQ(last->palette.green[1], 255);
+  EXPECT_TRUE(last->flags & kFlagAlpha);
 }
 
 }  // namespace

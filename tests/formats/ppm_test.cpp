@@ -1,5 +1,6 @@
 #include "formats/ppm.h"
 
+#include "imagelib/quirks.h"
 #include "imagelib/save_outcome.h"
 #include "tests/formats/format_test.h"
 
@@ -62,6 +63,48 @@ TEST_F(PpmTest, RefusedFiles) {
   for (const char* file :
        {"", "P", "P3", "P6", "p6 1 1 255 abc", "P5 1 1 255 a", "P7 1 1 255 abc", "P6 0 1 255 abc",
         "P6 1 0 255 abc", "P6 1 1", "P6 #", "P3 1 1 255", "P6 99999999999 99999999999 255 abc"}) {
+    EXPECT_FALSE(Load(std::string(file))) << file;
+  }
+}
+
+TEST_F(PpmTest, AnymapsAsOtherProgramsReadThem) {
+  const struct {
+    const char* name;
+    std::string file;
+    std::uint32_t depth;
+    Bytes rgba;
+  } kCases[] = {
+      {"P1", "P1\n# c\n2 1\n10", 1, {0, 0, 0, 0, 255, 255, 255, 0}},
+      {"P2, rounded", "P2 2 1 3\n1 3", 8, {85, 85, 85, 0, 255, 255, 255, 0}},
+      {"P3 to its last digit", "P3 1 1 1000 999 4 3", 48, {255, 1, 1, 0}},
+      {"P4", "P4 2#c\n1\n\x80"_s, 1, {0, 0, 0, 0, 255, 255, 255, 0}},
+      {"P5", "P5 1 1 100 \x32", 8, {128, 128, 128, 0}},
+      {"P5 of two bytes", "P5 1 1 65535\n\x80\xFF", 16, {128, 128, 128, 0}},
+      {"P6 of two bytes", "P6 1 1 510 \x01\xFE\x00\x03\xFF\xFF"_s, 48, {255, 2, 255, 0}},
+      {"P6 of no maximum", "P6 1 1 70000 abc", 24, {0, 0, 0, 0}},
+      {"P7",
+       "P7\n# c\nWIDTH 1\nHEIGHT 1\nDEPTH 4\nMAXVAL 255\nTUPLTYPE RGB_ALPHA\nENDHDR\nabcd",
+       32,
+       {97, 98, 99, 100}},
+      {"P7 of bits",
+       "P7\nWIDTH 1\nHEIGHT 1\nDEPTH 2\nMAXVAL 1\nTUPLTYPE BLACKANDWHITE_ALPHA\nENDHDR\n\1\1",
+       16,
+       {255, 255, 255, 255}},
+      {"P5 that ends early", "P5 2 1 255 a", 8, {97, 97, 97, 0, 0, 0, 0, 0}},
+  };
+  for (const auto& [name, file, depth, rgba] : kCases) {
+    SCOPED_TRACE(name);
+    const QuirkScope interop(AllQuirks());
+    const ImageGuard image = Load(file);
+    ASSERT_TRUE(image);
+    EXPECT_EQ(Bytes(image->pixels, image->pixels + 4 * image->pixelCount), rgba);
+    EXPECT_EQ(image->depth, depth);
+    EXPECT_EQ((image->flags & kFlagAlpha) != 0, rgba[3] != 0);
+  }
+  const QuirkScope interop(AllQuirks());
+  for (const char* file : {"P1 1", "P1x", "P5 1 1 0 a", "P5 1 1 65536 a", "P7 1 1 255 a",
+                           "P8 1 1 1", "P7\nWIDTH 1\nHEIGHT 1\nDEPTH 65\nMAXVAL 1\nENDHDR\n",
+                           "P4 1 2000000000 ", "P7\nWIDTH -1\nHEIGHT 1\nDEPTH 1\nENDHDR\n"}) {
     EXPECT_FALSE(Load(std::string(file))) << file;
   }
 }
