@@ -89,8 +89,10 @@ bool LooksLikeGif(const FileStart& file) {
 }
 
 bool LooksLikeJpeg(const FileStart& file) {
-  return HasAt(file, 0, "\xFF\xD8\xFF\xE0"sv) && HasAt(file, 6, "JFIF"sv) && file.bytes[11] == 1 &&
-         file.bytes[12] < 3;
+  if (!HasAt(file, 0, "\xFF\xD8\xFF"sv)) return false;
+  const bool isJfif = file.bytes[3] == 0xE0 && HasAt(file, 6, "JFIF"sv) && file.bytes[11] == 1 &&
+                      file.bytes[12] < 3;
+  return isJfif || Quirk(kJpegWithoutJfif);
 }
 
 bool LooksLikeSgi(const FileStart& file) {

@@ -30,7 +30,7 @@ bool LooksLikeWavefront(const FileStart& file);
 /// "FORM" or "ILBM".
 bool LooksLikeIff(const FileStart& file);
 bool LooksLikeGif(const FileStart& file);
-/// JFIF of version 1.0 to 1.2.
+/// JFIF of version 1.0 to 1.2; to other programs, any JPEG.
 bool LooksLikeJpeg(const FileStart& file);
 bool LooksLikeSgi(const FileStart& file);
 bool LooksLikeBmp(const FileStart& file);
@@ -42,6 +42,7 @@ bool LooksLikeAlias(const FileStart& file);
 bool LooksLikeTarga(const FileStart& file);
 /// A raw layout has been chosen (Raw().kind), or the extension names one.
 bool LooksLikeRaw(const FileStart& file);
+/// To other programs, any anymap.
 bool LooksLikePpm(const FileStart& file);
 /// The magic of either kind and ".flc" or ".fli".
 bool LooksLikeFlic(const FileStart& file);

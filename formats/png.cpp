@@ -15,6 +15,7 @@
 #include "imagelib/host.h"
 #include "imagelib/image.h"
 #include "imagelib/load_outcome.h"
+#include "imagelib/quirks.h"
 #include "imagelib/registry.h"
 #include "imagelib/text.h"
 
@@ -330,7 +331,9 @@ bool WritePicture(Writing& job) {
                static_cast<png_uint_32>(job.image.height), 8, job.colourType, job.interlace,
                PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
   if (job.colourType == PNG_COLOR_TYPE_PALETTE) WritePalette(job);
-  png_set_pHYs(job.png, job.info, 1, 1, PNG_RESOLUTION_METER);
+  if (!Quirk(kPngNoMetrePixels)) {
+    png_set_pHYs(job.png, job.info, 1, 1, PNG_RESOLUTION_METER);
+  }
   png_set_text(job.png, job.info, job.texts, job.textCount);
   png_write_info(job.png, job.info);
   // The record's fourth byte is dropped on the way.

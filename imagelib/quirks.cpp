@@ -12,11 +12,6 @@ constexpr bool kWrites = true;
 constexpr QuirkRow kRows[] = {
     {kJpegWithoutJfif, "jpeg-without-jfif", "jpg", "only files that begin with a JFIF header",
      "every JPEG: with an Exif or Adobe header, or none", kReads, !kWrites},
-    {kJpegOrientation, "jpeg-orientation", "jpg", "the Exif orientation is passed over",
-     "the picture is turned as its Exif orientation says", kReads, !kWrites},
-    {kPngForgiving, "png-forgiving", "png",
-     "wrong check sums, unknown critical chunks and an early end refuse the file",
-     "the rows that can be read are", kReads, !kWrites},
     {kPngNoMetrePixels, "png-no-metre-pixels", "png", "pixels are stated to be a metre wide",
      "no pixel size is stated", !kReads, kWrites},
     {kGifScreen, "gif-screen", "gif",

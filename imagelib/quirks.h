@@ -15,8 +15,6 @@ namespace imx {
 
 enum QuirkId : std::size_t {
   kJpegWithoutJfif,
-  kJpegOrientation,
-  kPngForgiving,
   kPngNoMetrePixels,
   kGifScreen,
   kPnmFamily,

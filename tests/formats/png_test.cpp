@@ -1,5 +1,6 @@
 #include "formats/png.h"
 
+#include "imagelib/quirks.h"
 #include "imagelib/save_outcome.h"
 #include "tests/formats/format_test.h"
 #include "tests/formats/png_builder.h"
@@ -164,6 +165,8 @@ TEST_F(PngTest, WrittenChunks) {
   EXPECT_EQ(chunks[2].second, text("Software", "QMK IMX 1.0 r1v1"));
   EXPECT_EQ(chunks[3].second, text("Author", "Ann"));
   EXPECT_EQ(chunks[4].second, text("Description", "A gradient"));
+  const QuirkScope interop(QuirkSet().set(kPngNoMetrePixels));
+  EXPECT_EQ(Chunks(Save(*image, 32))[1].first, "tEXt") << "no pixel size is stated";
 }
 
 TEST_F(PngTest, OtherDepthsWriteAPalette) {
