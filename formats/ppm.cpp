@@ -53,7 +53,7 @@ bool NextNumber(FileReader& in, std::int32_t* number) {
       while (byte >= 0 && byte != '\n') byte = NextByte(in);
     }
   }
-  if (!begun || !QuirkShown(kPnmSamples)) return false;
+  if (!begun || !Quirk(kPnmSamples)) return false;
   *number = static_cast<std::int32_t>(value);
   return true;
 }
