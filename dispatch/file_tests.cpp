@@ -100,7 +100,8 @@ bool LooksLikeSgi(const FileStart& file) {
 }
 
 bool LooksLikeBmp(const FileStart& file) {
-  return HasAt(file, 0, "BM"sv);
+  return HasAt(file, 0, "BM"sv) ||
+         (HasAt(file, 0, "BA"sv) && HasAt(file, 14, "BM"sv) && Quirk(kBmpHeaders));
 }
 
 bool LooksLikeTiff(const FileStart& file) {

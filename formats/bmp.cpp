@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "formats/bit_masks.h"
 #include "formats/indexed.h"
 #include "formats/pixel_rows.h"
 #include "imagelib/byte_order.h"
@@ -10,6 +11,7 @@
 #include "imagelib/file_writer.h"
 #include "imagelib/guards.h"
 #include "imagelib/load_outcome.h"
+#include "imagelib/quirks.h"
 
 namespace imx {
 namespace {
@@ -19,6 +21,10 @@ constexpr std::uint32_t kOs2HeaderSize = 12;
 constexpr std::uint32_t kWindowsHeaderSize = 40;
 constexpr std::uint32_t kHeadersSize = kFileHeaderSize + kWindowsHeaderSize;
 constexpr std::int32_t kLargestSide = 40000;
+constexpr std::uint32_t kArrayHeaderSize = 14;
+constexpr std::uint32_t kMasksAt = 40;  // in the header, or behind one that has no room for them
+constexpr std::uint32_t kBitFields = 3, kAlphaBitFields = 6;
+constexpr std::uint32_t kOs2LongestHeader = 64;
 
 struct BmpHeader {
   std::uint32_t fileSize = 0, reserved = 0, dataOffset = 0;
@@ -28,17 +34,40 @@ struct BmpHeader {
   std::uint32_t compression = 0, imageSize = 0, xPerMetre = 0, yPerMetre = 0;
   std::uint32_t coloursUsed = 0, coloursImportant = 0;
 
+  std::uint64_t start = 0;  // of the file header; behind that of the array, where there is one
+  bool topDown = false;
+  bool masked = false;  // the pixels lie as `masks` say
+  BitMasks masks;
+
   bool IsOs2() const { return headerSize == kOs2HeaderSize; }
   bool IsRunLength() const { return compression != 0 && (bits == 4 || bits == 8); }
+  /// Compression 3 of the second OS/2 header is another thing.
+  bool HasMasks() const {
+    return (bits == 16 || bits == 32) && headerSize != kOs2LongestHeader &&
+           (compression == kBitFields || compression == kAlphaBitFields);
+  }
+  std::uint64_t InfoOffset() const { return start + kFileHeaderSize; }
+  std::int32_t Row(std::int32_t fromStart) const {
+    return topDown ? fromStart : height - 1 - fromStart;
+  }
   std::uint64_t RowBytes() const {
     return (std::uint64_t{bits} * static_cast<std::uint32_t>(width) + 31) / 8 & ~std::uint64_t{3};
   }
 };
 
+/// Goes to the file header: at the start, or behind the header of a bitmap array.
+bool FindFileHeader(FileReader& in, BmpHeader* h) {
+  for (in.Seek(0);; in.Seek(h->start)) {
+    char magic[2];
+    if (!in.ReadAll(magic, 2)) return false;
+    if (std::memcmp(magic, "BM", 2) == 0) return true;
+    if (h->start > 0 || std::memcmp(magic, "BA", 2) != 0 || !Quirk(kBmpHeaders)) return false;
+    h->start = kArrayHeaderSize;
+  }
+}
+
 bool ReadHeader(FileReader& in, BmpHeader* h) {
-  in.Seek(0);
-  char magic[2];
-  if (!in.ReadAll(magic, 2) || std::memcmp(magic, "BM", 2) != 0) return false;
+  if (!FindFileHeader(in, h)) return false;
   h->fileSize = in.U32();
   h->reserved = in.U32();
   h->dataOffset = in.U32();
@@ -54,30 +83,54 @@ bool ReadHeader(FileReader& in, BmpHeader* h) {
   h->height = static_cast<std::int32_t>(in.U32());
   h->planes = in.U16();
   h->bits = in.U16();
-  h->compression = in.U32();
-  h->imageSize = in.U32();
-  h->xPerMetre = in.U32();
-  h->yPerMetre = in.U32();
-  h->coloursUsed = in.U32();
-  h->coloursImportant = in.U32();
+  // OS/2 headers may end behind any field; what is not there is 0.
+  const bool isShort = h->headerSize < kWindowsHeaderSize && Quirk(kBmpHeaders);
+  std::uint32_t at = 16;
+  for (std::uint32_t* field : {&h->compression, &h->imageSize, &h->xPerMetre, &h->yPerMetre,
+                               &h->coloursUsed, &h->coloursImportant}) {
+    at += 4;
+    if (!isShort || at <= h->headerSize) *field = in.U32();
+  }
   return true;
 }
 
-bool SizeIsRefused(const BmpHeader& h) {
-  const auto outside = [](std::int32_t side) { return side < 1 || side > kLargestSide; };
-  return outside(h.width) || outside(h.height) || h.bits == 0 || h.bits > 32;
+/// Whether the pixels lie otherwise than the library takes them, and how.
+void ReadMasks(FileReader& in, BmpHeader* h) {
+  if (h->bits == 16 && !h->HasMasks()) {
+    h->masked = QuirkShown(kBmpMasks);
+    h->masks = kMasks555;
+  }
+  if (!h->HasMasks() || in.size() < h->InfoOffset() + kMasksAt + sizeof h->masks) return;
+  in.Seek(h->InfoOffset() + kMasksAt);
+  const bool alpha = h->compression == kAlphaBitFields || h->headerSize >= kMasksAt + 16;
+  h->masks = {in.U32(), in.U32(), in.U32(), 0};
+  if (alpha) h->masks.alpha = in.U32();
+  BitMasks opaque = kMasks8888;
+  opaque.alpha = 0;
+  if (h->bits == 32 && h->masks == kMasks8888) return;
+  h->masked = h->bits == 32 && h->masks == opaque ? Quirk(kBmpMasks) : QuirkShown(kBmpMasks);
 }
 
-void ReadPalette(FileReader& in, const BmpHeader& h, PixelTable* table) {
+bool SizeIsRefused(BmpHeader* h) {
+  if (h->height < 0 && h->height >= -kLargestSide && Quirk(kBmpTopDown)) {
+    h->height = -h->height;
+    h->topDown = true;
+  }
+  const auto outside = [](std::int32_t side) { return side < 1 || side > kLargestSide; };
+  return outside(h->width) || outside(h->height) || h->bits == 0 || h->bits > 32;
+}
+
+void ReadPalette(FileReader& in, const BmpHeader& h, PixelTable* table, ImageRecord* image) {
   if (h.bits > 8) return;
   std::uint32_t count = h.IsOs2() || h.coloursUsed == 0 ? 1u << h.bits : h.coloursUsed;
   count = std::min(count, 256u);
-  in.Seek(std::uint64_t{kFileHeaderSize} + h.headerSize);
+  in.Seek(h.InfoOffset() + h.headerSize);
   for (std::uint32_t i = 0; i < count; ++i) {
     std::uint8_t entry[4] = {};
     in.Read(entry, h.IsOs2() ? 3 : 4);
     table->Set(i, entry[2], entry[1], entry[0]);
   }
+  KeepPalette(*table, count, image);
   if (count == 2) table->pixel[255] = table->pixel[1];
 }
 
@@ -95,6 +148,7 @@ void RowFrom16(const std::uint8_t* in, std::uint8_t* pixels, std::int32_t width)
 void ConvertRow(const BmpHeader& h, const PixelTable& table, const std::uint8_t* in,
                 std::uint8_t* pixels) {
   const auto width = static_cast<std::size_t>(h.width);
+  if (h.masked) return RowFromMasks(in, h.bits / 8u, h.masks, pixels, width);
   switch (h.bits) {
     case 1:
       return RowFromBits(in, table, pixels, width);
@@ -120,17 +174,17 @@ bool AnyAlpha(const std::uint8_t* row, std::int32_t width) {
   return seen != 0;
 }
 
-/// Rows lie bottom-up.
 void ReadRawRows(FileReader& in, const BmpHeader& h, const PixelTable& table, ImageRecord* image) {
   const std::uint64_t rowBytes = h.RowBytes();
   TrackedBytes row(rowBytes, "allocptr");
   if (!row) return;
+  if (h.masked && h.masks.alpha != 0) image->flags |= kFlagAlpha;
   const std::int32_t step = h.bits == 16 || h.bits == 24 ? 8 : 1;
   ForEachRow(h.height, step, [&](std::int32_t y) {
-    std::uint8_t* pixels = PixelRow(*image, h.height - 1 - y);
+    std::uint8_t* pixels = PixelRow(*image, h.Row(y));
     in.Read(row.data(), row.size());
     ConvertRow(h, table, row.data(), pixels);
-    const bool alphaKnown = h.bits != 32 || (image->flags & kFlagAlpha) != 0;
+    const bool alphaKnown = h.bits != 32 || h.masked || (image->flags & kFlagAlpha) != 0;
     if (!alphaKnown && AnyAlpha(pixels, h.width)) image->flags |= kFlagAlpha;
     return !in.ended();
   });
@@ -142,7 +196,16 @@ class RunLengthDecoder {
  public:
   RunLengthDecoder(std::span<const std::uint8_t> data, const BmpHeader& header,
                    const PixelTable& table, ImageRecord* image)
-      : data_(data), header_(header), table_(table), image_(image) {}
+      : data_(data), header_(header), table_(table), image_(image) {
+    if (!Quirk(kBmpRunLength)) return;
+    alternating_ = true;
+    for (std::int32_t y = 0; y < header.height; ++y) {
+      std::uint8_t* pixels = PixelRow(*image, y);
+      for (std::int32_t x = 0; x < header.width; ++x) {
+        std::memcpy(pixels + 4 * x, &table.pixel[0], 4);
+      }
+    }
+  }
 
   /// False when the data end before the last row is full, without the mark of the bitmap's end.
   bool Run() {
@@ -168,7 +231,15 @@ class RunLengthDecoder {
 
   /// Both pixels of a pair take the low nibble; the run goes on in the row above.
   void Run4(unsigned count, unsigned value) {
+    if (value >> 4 != (value & 15) && !alternating_) QuirkShown(kBmpRunLength);
+    if (alternating_) return RunAlternating(count, value);
     for (; count > 0; --count) PutWrapped(value & 15);
+  }
+
+  void RunAlternating(unsigned count, unsigned value) {
+    for (unsigned i = 0; i < count && x_ < header_.width; ++i) {
+      Put(i % 2 == 0 ? value >> 4 : value & 15);
+    }
   }
 
   /// False at the end of the bitmap or on a stop.
@@ -208,7 +279,7 @@ class RunLengthDecoder {
   unsigned Byte(std::size_t at) const { return at < data_.size() ? data_[at] : 0; }
 
   void Put(unsigned index) {
-    std::memcpy(PixelRow(*image_, header_.height - 1 - y_) + 4 * x_, &table_.pixel[index], 4);
+    std::memcpy(PixelRow(*image_, header_.Row(y_)) + 4 * x_, &table_.pixel[index], 4);
     ++x_;
   }
 
@@ -227,7 +298,8 @@ class RunLengthDecoder {
   ImageRecord* image_;
   std::size_t at_ = 0;
   std::int32_t x_ = 0;
-  std::int32_t y_ = 0;  // from the bottom
+  std::int32_t y_ = 0;  // in the file's order
+  bool alternating_ = false;
 };
 
 void ReadRunLength(FileReader& in, const BmpHeader& h, const PixelTable& table,
@@ -319,12 +391,13 @@ ImageRecord* LoadBmp(std::FILE* file) {
   FileReader in(file);
   SetFileByteOrder(ByteOrder::little);
   BmpHeader header;
-  if (!ReadHeader(in, &header) || SizeIsRefused(header)) return nullptr;
+  if (!ReadHeader(in, &header) || SizeIsRefused(&header)) return nullptr;
   ImageGuard image(AllocImage(header.width, header.height, "ibmp", nullptr));
   if (!image) return nullptr;
   ProgressScope progress("Reading BMP", header.height, 5);
   PixelTable table{};
-  ReadPalette(in, header, &table);
+  ReadPalette(in, header, &table, image.get());
+  ReadMasks(in, &header);
   in.Seek(header.dataOffset);
   if (header.IsRunLength()) {
     ReadRunLength(in, header, table, image.get());

@@ -3,6 +3,8 @@
 #include <bit>
 #include <cstring>
 
+#include "imagelib/image.h"
+
 namespace imx {
 namespace {
 
@@ -105,6 +107,17 @@ void PixelTable::Set(std::size_t index, std::uint8_t r, std::uint8_t g, std::uin
                      std::uint8_t a) {
   pixel[index] =
       std::uint32_t{r} | std::uint32_t{g} << 8 | std::uint32_t{b} << 16 | std::uint32_t{a} << 24;
+}
+
+void KeepPalette(const PixelTable& table, std::size_t count, ImageRecord* image) {
+  for (std::size_t i = 0; i < count; ++i) {
+    std::uint8_t entry[4];
+    Store(entry, table.pixel[i]);
+    image->palette.red[i] = entry[0];
+    image->palette.green[i] = entry[1];
+    image->palette.blue[i] = entry[2];
+  }
+  image->paletteCount = static_cast<std::int32_t>(count);
 }
 
 void RowFromIndices(const std::uint8_t* indices, const PixelTable& table, std::uint8_t* pixels,

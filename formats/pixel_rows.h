@@ -9,6 +9,8 @@
 
 namespace imx {
 
+struct ImageRecord;
+
 void RowFromRgb(const std::uint8_t* packed, std::uint8_t* pixels, std::size_t count);
 void RowFromBgr(const std::uint8_t* packed, std::uint8_t* pixels, std::size_t count);
 void RowFromBgra(const std::uint8_t* packed, std::uint8_t* pixels, std::size_t count);
@@ -25,6 +27,9 @@ struct PixelTable {
 
   void Set(std::size_t index, std::uint8_t r, std::uint8_t g, std::uint8_t b, std::uint8_t a = 0);
 };
+
+/// Puts the first `count` entries into the record's palette.
+void KeepPalette(const PixelTable& table, std::size_t count, ImageRecord* image);
 
 void RowFromIndices(const std::uint8_t* indices, const PixelTable& table, std::uint8_t* pixels,
                     std::size_t count);

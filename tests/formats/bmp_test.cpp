@@ -1,5 +1,6 @@
 #include "formats/bmp.h"
 
+#include "imagelib/quirks.h"
 #include "tests/formats/common_builder.h"
 #include "tests/formats/format_test.h"
 
@@ -111,6 +112,74 @@ TEST_F(BmpTest, FourBitRunsTakeTheLowNibbleAndGoOnAbove) {
   EXPECT_EQ(Indices(f, {0, 3, 0x12, 0x30, 2, 0x0F, 0, 1}), "...../...../123ff");
   EXPECT_EQ(Indices(f, {0, 5, 0x12, 0x34, 0x50, 0x99, 1, 6, 0, 1}), "...../6..../12345");
   EXPECT_EQ(Indices(f, {255, 1, 255, 2}), "11111/11111/11111");
+}
+
+TEST_F(BmpTest, AsOtherProgramsReadThem) {
+  const Bytes word = {0x41, 0xFC, 0, 0};  // bits 0, 6 and 10 to 15
+  const Bytes masks565 = LittleEndian().Longs({0xF800, 0x07E0, 0x001F}).bytes();
+  const Bytes masksAbgr = LittleEndian().Longs({0xFF, 0xFF00, 0xFF0000, 0xF0000000}).bytes();
+  const Bytes file16 = BmpFile({.width = 1, .bits = 16}, {}, word);
+  const Bytes nibbles =
+      BmpFile({.width = 4, .bits = 4, .compression = 2}, SomeBmpColours(16), {3, 0x12, 0, 1});
+  const Bytes inArray = [] {
+    Bytes file = BmpFile({.width = 1}, {}, {1, 2, 3, 0});
+    file[10] = static_cast<std::uint8_t>(file[10] + 14);
+    return LittleEndian().Text("BA").Longs({0, 0, 0}).bytes() + file;
+  }();
+  const Bytes shortHeader = LittleEndian()
+                                .Text("BM")
+                                .Longs({0, 0, 30, 16, 1, 1})
+                                .Words({1, 24})
+                                .List({1, 2, 3, 0})
+                                .bytes();
+  const Bytes rgb = SomeColours(3);
+  const auto colour = [&rgb](std::size_t i) {
+    return Rgba{rgb[3 * i], rgb[3 * i + 1], rgb[3 * i + 2], 0};
+  };
+  const Rgba black{}, one{3, 2, 1, 0};
+  const struct {
+    QuirkId quirk;
+    Bytes file;
+    std::vector<Rgba> ours, theirs;
+  } kCases[] = {
+      {kBmpTopDown,
+       BmpFile({.width = 1, .height = -2}, {}, {1, 2, 3, 0, 4, 5, 6, 0}),
+       {},
+       {one, {6, 5, 4, 0}}},
+      {kBmpMasks, file16, {{0xF8, 16, 8, 0}}, {{255, 16, 8, 0}}},
+      {kBmpMasks,
+       BmpFile({.width = 1, .bits = 16, .compression = 3}, masks565, word),
+       {{0xF8, 16, 8, 0}},
+       {{255, 138, 8, 0}}},
+      {kBmpMasks,
+       BmpFile({.width = 1, .bits = 32, .compression = 6}, masksAbgr, {1, 2, 3, 0x8F}),
+       {{3, 2, 1, 0x8F}},
+       {{1, 2, 3, 0x88}}},
+      {kBmpRunLength,
+       nibbles,
+       {colour(2), colour(2), colour(2), black},
+       {colour(1), colour(2), colour(1), colour(0)}},
+      {kBmpHeaders, inArray, {}, {one}},
+      {kBmpHeaders, shortHeader, {one}, {one}},
+  };
+  for (const auto& c : kCases) {
+    SCOPED_TRACE(&c - kCases);
+    EXPECT_EQ(Pixels(Load(c.file)), c.ours);
+    const QuirkScope scope(QuirkSet().set(c.quirk));
+    EXPECT_EQ(Pixels(Load(c.file)), c.theirs);
+    EXPECT_TRUE(scope.applied()[c.quirk]);
+  }
+  const QuirkScope own((QuirkSet()));
+  Load(file16);
+  Load(nibbles);
+  EXPECT_EQ(QuirkNames(own.shown()), "bmp-masks, bmp-run-length");
+}
+
+TEST_F(BmpTest, TheRecordKeepsThePalette) {
+  const BmpFields f = {.width = 1, .bits = 8, .coloursUsed = 3};
+  const ImageGuard image = Load(BmpFile(f, SomeBmpColours(3), {0, 0, 0, 0}));
+  EXPECT_EQ(image->paletteCount, 3);
+  EXPECT_EQ(image->palette.blue[2], SomeColours(3)[8]);
 }
 
 TEST_F(BmpTest, HeadersAsWritten) {
