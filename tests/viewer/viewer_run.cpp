@@ -147,9 +147,10 @@ void ViewerRun::ExpectGone(HWND image) {
 
 void ViewerRun::ExpectShown(HWND image, const ImageRecord& wanted) {
   if (lost()) return;
-  SetWindowPos(image, HWND_TOP, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
   std::string difference;
   EXPECT_TRUE(Becomes([&] {
+    // Raised for every look: a window opened before may still be on its way to the top.
+    SetWindowPos(image, HWND_TOP, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
     const ImageGuard shown = ReadClientArea(image);
     if (!shown) return false;
     // A small image's window is wider than the image.
