@@ -353,9 +353,8 @@ TEST_F(ViewerTest, DoesWhatTheCommandLineDoes) {
   run.PressButton(IDYES);
   run.Save("PNG", "24-bit", kNoOption, temp.file("clip.png"));
   run.ExpectEnd();
-  EXPECT_EQ(
-      Difference(*Made(ClipToRegion, *image, {10, 10, 200, 150}), *Loaded(temp.file("clip.png"))),
-      "");
+  const ImageGuard clipped = Clipped(*image, {10, 10, 200, 150}).image;
+  EXPECT_EQ(Difference(*clipped, *Loaded(temp.file("clip.png"))), "");
   EXPECT_EQ(Difference(*wanted, *Loaded(temp.file("viewer.png"))), "");
 }
 
