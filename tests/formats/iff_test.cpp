@@ -49,7 +49,10 @@ Bytes PlaneRows(int planes, const std::vector<unsigned>& values) {
   ByteBuilder rows = BigEndian();
   for (int plane = 0; plane < planes; ++plane) {
     unsigned bits = 0;
-    for (std::size_t x = 0; x < values.size(); ++x) bits |= (values[x] >> plane & 1) << (15 - x);
+    for (std::size_t x = 0; x < values.size(); ++x) {
+      const bool set = plane < 32 && (values[x] >> plane & 1) != 0;
+      bits |= (set ? 1u : 0u) << (15 - x);
+    }
     rows.U16(bits);
   }
   return rows.bytes();
