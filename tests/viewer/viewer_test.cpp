@@ -254,7 +254,7 @@ TEST_F(ViewerTest, AsksForWhatFilesDoNotTell) {
   }
   run.PressButton(IDOK);
   run.TypePath("Open Image", temp.Write("shot.red", triples));
-  const HWND grey = run.Image(4, "shot.red");
+  const HWND grey = run.Image(5, "shot.red");
   const ImageGuard greyWanted = Solid(12, 2, {0, 0, 0, 255});
   for (std::uint8_t i = 0; i < 24; ++i) SetPixel(*greyWanted, i % 12, i / 12, {i, i, i, 255});
   run.ExpectShown(grey, *greyWanted);
