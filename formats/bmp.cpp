@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string>
 
 #include "formats/bit_masks.h"
 #include "formats/indexed.h"
@@ -144,7 +145,10 @@ void RowFrom16(const std::uint8_t* in, std::uint8_t* pixels, std::int32_t width)
   }
 }
 
-/// Bit counts that no bitmap has leave the row as it is.
+bool BitsAreRead(unsigned bits) {
+  return bits == 1 || bits == 2 || bits == 4 || bits == 8 || bits == 16 || bits == 24 || bits == 32;
+}
+
 void ConvertRow(const BmpHeader& h, const PixelTable& table, const std::uint8_t* in,
                 std::uint8_t* pixels) {
   const auto width = static_cast<std::size_t>(h.width);
@@ -152,6 +156,8 @@ void ConvertRow(const BmpHeader& h, const PixelTable& table, const std::uint8_t*
   switch (h.bits) {
     case 1:
       return RowFromBits(in, table, pixels, width);
+    case 2:
+      return RowFromPairs(in, table, pixels, width);
     case 4:
       return RowFromNibbles(in, table, pixels, width);
     case 8:
@@ -392,6 +398,11 @@ ImageRecord* LoadBmp(std::FILE* file) {
   SetFileByteOrder(ByteOrder::little);
   BmpHeader header;
   if (!ReadHeader(in, &header) || SizeIsRefused(&header)) return nullptr;
+  if (!BitsAreRead(header.bits)) {
+    LibError(
+        ("BMP loader: " + std::to_string(header.bits) + " bits to a pixel are not read").c_str());
+    return nullptr;
+  }
   ImageGuard image(AllocImage(header.width, header.height, "ibmp", nullptr));
   if (!image) return nullptr;
   ProgressScope progress("Reading BMP", header.height, 5);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string>
 
 #include "formats/indexed.h"
 #include "formats/pixel_rows.h"
@@ -143,14 +144,16 @@ void ReadBitRow(PcxRows& rows, std::uint8_t* pixels) {
   RowFromBits(rows.line.data(), rows.table, pixels, rows.Pixels(8));
 }
 
+/// `planes` planes of one bit each.
+template <std::size_t planes>
 void ReadPlaneRow(PcxRows& rows, std::uint8_t* pixels) {
   const std::size_t planeBytes = rows.header.bytesPerLine;
-  DecodeLine(rows.in, rows.line.data(), 4 * planeBytes);
+  DecodeLine(rows.in, rows.line.data(), planes * planeBytes);
   const std::uint8_t* line = rows.line.data();
   const std::size_t count = rows.Pixels(8);
   for (std::size_t x = 0; x < count; ++x) {
     unsigned index = 0;
-    for (std::size_t plane = 0; plane < 4; ++plane) {
+    for (std::size_t plane = 0; plane < planes; ++plane) {
       index |= (unsigned{line[plane * planeBytes + x / 8]} >> (7 - x % 8) & 1u) << plane;
     }
     std::memcpy(pixels + 4 * x, &rows.table.pixel[index], 4);
@@ -164,27 +167,48 @@ void ReadIndexRow(PcxRows& rows, std::uint8_t* pixels) {
   for (std::size_t x = 0; x < count; ++x) pixels[4 * x] = rows.line[x];
 }
 
+/// Two bits a pixel in one plane.
+void ReadPairRow(PcxRows& rows, std::uint8_t* pixels) {
+  DecodeLine(rows.in, rows.line.data(), rows.header.bytesPerLine);
+  RowFromPairs(rows.line.data(), rows.table, pixels, rows.Pixels(4));
+}
+
+template <std::size_t channels>
 void ReadTrueColourRow(PcxRows& rows, std::uint8_t* pixels) {
   const std::size_t count = rows.Pixels(1);
-  for (std::size_t channel = 0; channel < 3; ++channel) {
+  for (std::size_t channel = 0; channel < channels; ++channel) {
     DecodeLine(rows.in, rows.line.data(), rows.header.bytesPerLine);
     for (std::size_t x = 0; x < count; ++x) pixels[4 * x + channel] = rows.line[x];
   }
 }
 
+/// The fourth plane counts as alpha when any pixel uses it.
+void ReadAlphaRow(PcxRows& rows, std::uint8_t* pixels) {
+  ReadTrueColourRow<4>(rows, pixels);
+  const std::span<const std::uint8_t> alphas(rows.line.data(), rows.Pixels(1));
+  const auto used = [](std::uint8_t alpha) { return alpha != 0; };
+  if (std::any_of(alphas.begin(), alphas.end(), used)) rows.image->flags |= kFlagAlpha;
+}
+
 using RowReader = void (*)(PcxRows& rows, std::uint8_t* pixels);
 
-/// Null for depths that no PCX file has; such an image stays black.
-RowReader ReaderFor(std::uint32_t depth) {
-  switch (depth) {
+/// Null for kinds that are not read.
+RowReader ReaderFor(const PcxHeader& header) {
+  switch (header.Depth()) {
     case 1:
       return ReadBitRow;
+    case 2:
+      return header.planes == 2 ? ReadPlaneRow<2> : ReadPairRow;
+    case 3:
+      return header.planes == 3 ? ReadPlaneRow<3> : nullptr;
     case 4:
-      return ReadPlaneRow;
+      return ReadPlaneRow<4>;
     case 8:
       return ReadIndexRow;
     case 24:
-      return ReadTrueColourRow;
+      return ReadTrueColourRow<3>;
+    case 32:
+      return header.planes == 4 ? ReadAlphaRow : nullptr;
     default:
       return nullptr;
   }
@@ -285,7 +309,14 @@ ImageRecord* LoadPcx(std::FILE* file) {
   PcxHeader header;
   if (!ReadHeader(in, &header)) return nullptr;
   const std::uint32_t depth = header.Depth();
-  TrackedBytes line(std::uint64_t{header.bytesPerLine} * (depth == 4 ? 4 : 1), "allocptr");
+  const RowReader readRow = ReaderFor(header);
+  if (!readRow) {
+    LibError(("PCX loader: " + std::to_string(header.planes) + " planes of " +
+              std::to_string(header.bitsPerPixel) + " bits are not read")
+                 .c_str());
+    return nullptr;
+  }
+  TrackedBytes line(std::uint64_t{header.bytesPerLine} * (depth <= 4 ? 4 : 1), "allocptr");
   if (!line) return nullptr;
   ImageGuard image(AllocImage(header.Width(), header.Height(), "ipcx", nullptr));
   if (!image) return nullptr;
@@ -294,8 +325,6 @@ ImageRecord* LoadPcx(std::FILE* file) {
 
   ProgressScope progress("Reading PCX", header.Height() * (depth == 8 ? 2 : 1), 5);
   PcxRows rows{in, header, TableFrom(header.palette, kHeaderColours), std::move(line), image.get()};
-  const RowReader readRow = ReaderFor(depth);
-  if (!readRow) return image.release();
   std::int32_t rowsRead = 0;
   const Rows end = ForEachRow(header.Height(), 8, [&](std::int32_t y) {
     readRow(rows, PixelRow(*image, y));

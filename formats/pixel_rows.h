@@ -38,6 +38,10 @@ void RowFromIndices(const std::uint8_t* indices, const PixelTable& table, std::u
 void RowFromBits(const std::uint8_t* bits, const PixelTable& table, std::uint8_t* pixels,
                  std::size_t count);
 
+/// Two bits each, the highest first.
+void RowFromPairs(const std::uint8_t* pairs, const PixelTable& table, std::uint8_t* pixels,
+                  std::size_t count);
+
 /// High nibble first.
 void RowFromNibbles(const std::uint8_t* nibbles, const PixelTable& table, std::uint8_t* pixels,
                     std::size_t count);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string>
 #include <string_view>
 
 #include "formats/pixel_rows.h"
@@ -60,6 +61,24 @@ struct TargaHeader {
   bool IsMapped() const { return imageType == kMapped || imageType == kMappedRle; }
   /// Type 11 (run-length grey) is read as raw rows.
   bool IsRunLength() const { return imageType == kMappedRle || imageType == kTrueColourRle; }
+  /// Run-length packets are of whole bytes.
+  bool DepthIsRead() const {
+    switch (depth) {
+      case 1:
+        return !IsRunLength();
+      case 8:
+      case 15:
+      case 16:
+      case 24:
+      case 32:
+        return true;
+      default:
+        return false;
+    }
+  }
+  std::size_t RowBytes() const {
+    return depth == 1 ? (std::size_t{width} + 7) / 8 : BytesPerPixel() * width;
+  }
   std::size_t BytesPerPixel() const {
     switch (depth) {
       case 15:
@@ -151,6 +170,8 @@ void ConvertRow(const TargaHeader& header, const PixelTable& map, const std::uin
                 std::uint8_t* pixels) {
   const std::size_t width = header.width;
   switch (header.depth) {
+    case 1:
+      return RowFromBits(in, map, pixels, width);
     case 8:
       return header.IsMapped() ? RowFromIndices(in, map, pixels, width)
                                : RowFromGrey(in, pixels, width);
@@ -163,7 +184,7 @@ void ConvertRow(const TargaHeader& header, const PixelTable& map, const std::uin
     case 32:
       return RowFromBgra(in, pixels, width);
     default:
-      return;  // no such pixels: the row stays as it is
+      return;
   }
 }
 
@@ -360,6 +381,11 @@ ImageRecord* LoadTarga(std::FILE* file) {
   SetFileByteOrder(ByteOrder::little);
   TargaHeader header{};
   if (!ReadHeader(in, &header)) return nullptr;
+  if (!header.DepthIsRead()) {
+    LibError(("Targa loader: " + std::to_string(header.depth) + " bits to a pixel are not read")
+                 .c_str());
+    return nullptr;
+  }
   ImageGuard image(AllocImage(header.width, header.height, "itga", nullptr));
   if (!image) return nullptr;
   CopyText(image->formatLabel, "TARGA");
@@ -368,10 +394,14 @@ ImageRecord* LoadTarga(std::FILE* file) {
 
   ProgressScope progress("Reading TGA", header.height, 5);
   PixelTable map{};
-  if (header.IsMapped()) ReadMap(in, header, &map);
+  if (header.IsMapped()) {
+    ReadMap(in, header, &map);
+  } else {
+    map.Set(1, 255, 255, 255);  // of single bits
+  }
   in.Seek(header.PixelOffset());
   const std::size_t bytesPerPixel = header.BytesPerPixel();
-  const std::size_t rowBytes = bytesPerPixel * header.width;
+  const std::size_t rowBytes = header.RowBytes();
   TrackedBytes row(std::uint64_t{rowBytes} + kRowSlack, "targa1.1");
   if (!row) return nullptr;
   TargaRle rle;

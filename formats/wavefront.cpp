@@ -18,7 +18,7 @@ namespace {
 constexpr std::uint32_t kHeaderSize = 740;
 constexpr std::uint64_t kActiveWindowOffset = 8;
 constexpr std::uint64_t kStorageOffset = 18;
-constexpr std::uint64_t kMatteOffset = 22;
+constexpr std::uint64_t kChannelsOffset = 20;
 constexpr std::uint64_t kChannelBitsOffset = 658;
 constexpr std::int32_t kFloatStorage = 3;
 constexpr std::int32_t kMostColumns = 32767;  // window coordinates are signed 16-bit
@@ -28,6 +28,7 @@ constexpr std::int32_t kMatte = 3;  // channel that holds the complement of alph
 
 struct RlaHeader {
   std::int32_t width = 0, height = 0;
+  bool grey = false;
   bool matte = false;
   bool hasAuxiliary = false;  ///< channels behind the matte
   std::int32_t storage = 0, bits = 8, matteBits = 8;
@@ -39,7 +40,8 @@ struct RlaHeader {
   std::int32_t Channels() const { return kColours + (matte ? 1 : 0); }
 };
 
-/// For the library's own way only the active window and the matte count matter.
+/// For the library's own way only the active window and the channels matter. Any number of colours
+/// but one counts as three.
 bool ReadHeader(FileReader& in, RlaHeader* h) {
   if (in.remaining() < kHeaderSize) {
     NoteFileEndedEarly();
@@ -52,7 +54,8 @@ bool ReadHeader(FileReader& in, RlaHeader* h) {
   h->height = top - bottom + 1;
   in.Seek(kStorageOffset);
   h->storage = number();
-  in.Seek(kMatteOffset);
+  in.Seek(kChannelsOffset);
+  h->grey = number() == 1;
   h->matte = number() != 0;
   h->hasAuxiliary = number() != 0;
   in.Seek(kChannelBitsOffset);
@@ -132,6 +135,7 @@ bool ReadFloatChannel(FileReader& in, std::size_t width, std::uint8_t* out) {
 bool ReadScanline(FileReader& in, const RlaHeader& h, TrackedBytes& spare, std::uint8_t* pixels) {
   const auto width = static_cast<std::size_t>(h.width);
   for (std::int32_t channel = 0; channel < h.Channels(); ++channel) {
+    if (h.grey && channel > 0 && channel < kMatte) continue;
     in.U16();  // the length that the file states does not bound the decoding
     std::uint8_t* out = pixels + channel;
     const std::int32_t bits = channel == kMatte ? h.matteBits : h.bits;
@@ -145,6 +149,8 @@ bool ReadScanline(FileReader& in, const RlaHeader& h, TrackedBytes& spare, std::
     }
     if (!read) return false;
   }
+  for (std::size_t i = 0; h.grey && i < 4 * width; i += 4)
+    pixels[i + 1] = pixels[i + 2] = pixels[i];
   return true;
 }
 
@@ -241,7 +247,7 @@ ImageRecord* LoadWavefront(const char* path) {
     LibError("Wavefront loader: could not get image memory");
     return nullptr;
   }
-  image->depth = header.matte ? 32 : 24;
+  image->depth = (header.grey ? 8u : 24u) + (header.matte ? 8u : 0u);
   if (header.matte) image->flags |= kFlagAlpha;
   ProgressScope progress("Loading Wavefront Picture", header.height, 5);
   ForEachRow(header.height, 1, [&](std::int32_t k) {

@@ -408,7 +408,10 @@ bool ReadConverted(TIFF* tiff, const Picture& picture, const PluginRecord& recor
   const std::uint64_t pixels = std::uint64_t{picture.width} * picture.height;
   const auto theirs =
       static_cast<std::uint64_t>(TIFFIsTiled(tiff) ? TIFFTileSize(tiff) : TIFFStripSize(tiff));
-  if (!TakeBlock(host, std::max<std::uint64_t>(theirs, 1))) return false;
+  if (!HasRoom(host, std::max<std::uint64_t>(theirs, 1))) {
+    NoteFault(kPluginNoMemory);
+    return false;
+  }
   HostBlock turned = {nullptr, HostBlockFreer{host.free}};
   if (picture.orientation != ORIENTATION_TOPLEFT) {
     turned = TakeBlock(host, 4 * pixels);

@@ -60,6 +60,14 @@ TEST_F(BmpTest, OfTwoColoursTheSecondIsTheLastAsWell) {
   EXPECT_EQ(Indices(f, {0, 1, 255, 0}, 2), "011");
 }
 
+TEST_F(BmpTest, PairsOfBits) {
+  const Bytes palette = {0, 0, 1, 0, 0, 0, 2, 0, 0, 0, 3, 0, 0, 0, 4, 0};
+  const ImageGuard image = Load(BmpFile({5, 1, 2}, palette, {0x1B, 0x80, 0, 0}));
+  std::vector<int> reds;
+  for (const Rgba& pixel : Pixels(image)) reds.push_back(pixel.r);
+  EXPECT_THAT(reds, ElementsAre(1, 2, 3, 4, 3));
+}
+
 TEST_F(BmpTest, SixteenBitsTakeRedFromTheTopFive) {
   const BmpFields f = {.width = 2, .height = 1, .bits = 16};
   const ImageGuard image = Load(BmpFile(f, {}, {0x41, 0xFC, 0x00, 0x84}));
@@ -83,6 +91,8 @@ TEST_F(BmpTest, RefusedHeaders) {
   const BmpFields refused[] = {
       {.height = -1}, {.width = 0}, {.width = 40001}, {.bits = 0}, {.bits = 33}};
   for (const BmpFields& f : refused) EXPECT_FALSE(Load(BmpFile(f, {}, pixels)));
+  EXPECT_EQ(Refusal(BmpFile({.bits = 3}, {}, pixels)),
+            "BMP loader: 3 bits to a pixel are not read");
 }
 
 TEST_F(BmpTest, EightBitRuns) {

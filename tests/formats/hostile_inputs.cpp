@@ -128,6 +128,28 @@ Bytes PngTexts() {
   return PngFile(PngHeader(1, 1, 8, kPngGrey), {0, 0}, chunks.bytes());
 }
 
+Bytes RiffChunk(std::string_view name, const Bytes& data) {
+  const auto size = static_cast<std::uint32_t>(data.size());
+  return LittleEndian().Text(name).U32(size).Raw(data).bytes();
+}
+
+Bytes RiffList(std::string_view name, std::string_view kind, const Bytes& chunks) {
+  return RiffChunk(name, LittleEndian().Text(kind).Raw(chunks).bytes());
+}
+
+/// A run-length frame that ends at once, and `padding` bytes that say nothing.
+Bytes BlankAvi(int side, std::size_t padding) {
+  ByteBuilder main = LittleEndian(), stream = LittleEndian(), format = LittleEndian();
+  main.Longs({100000, 0, 0, 16, 1, 0, 1, 0}).Repeat(0, 24);
+  stream.Text("vidsmrle").Longs({0, 0, 0, 1, 10, 0, 1, 0, -1, 0, 0, 0});
+  format.Longs({40, side, side}).Words({1, 8}).Longs({1, 0, 0, 0, 0, 0});
+  const Bytes streamChunks = RiffChunk("strh", stream.bytes()) + RiffChunk("strf", format.bytes());
+  const Bytes headers = RiffChunk("avih", main.bytes()) + RiffList("LIST", "strl", streamChunks);
+  return RiffList("RIFF", "AVI ",
+                  RiffList("LIST", "hdrl", headers) + RiffChunk("JUNK", Bytes(padding, 0)) +
+                      RiffList("LIST", "movi", RiffChunk("00dc", {0, 1})));
+}
+
 double Seconds(const timeval& time) {
   return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) * 1e-6;
 }
@@ -148,6 +170,10 @@ const std::vector<HostileInput>& HostileInputs() {
        [] { return PngOfZeros(268000000, 1, 16, kPngRgba, 8ull * 268000000); }},
       {"grey-1x100000000.png", [] { return PngOfZeros(1, 100000000, 8, kPngGrey, 1); }},
       {"1000-texts.png", PngTexts, {"info"}, 64},
+      {"run-length-16000x16000.avi", [] { return BlankAvi(16000, 40); }, {"info", "--frame", "0"}},
+      {"padded-run-length-16000x16000.avi",
+       [] { return BlankAvi(16000, 20000); },
+       {"info", "--frame", "0"}},
       {"4x4-rescaled.png",
        [] { return PngFile(PngHeader(4, 4, 8, kPngGrey), Bytes(4 * 5, 0)); },
        {"convert", "--rescale", "130000000", "--max-memory", "1"}},

@@ -108,12 +108,19 @@ TEST_F(OthersWriteTest, Gif) {
 }
 
 TEST_F(OthersWriteTest, Pcx) {
+  const auto reduced = [this](const char* colours) {
+    return OutputOf({"convert", "ppm:-", "+dither", "-colors", colours, "ppm:-"}, pixmap);
+  };
+  const std::string seven = reduced("7"), three = reduced("3");
   // Bits and planes.
   ExpectAlike<LoadPcx>("a.pcx", FfmpegRgb,
                        {{"convert ppm:- -type TrueColor a.pcx", pixmap, {{3, 8}, {65, 3}}},
                         {"convert ppm:- +dither -colors 200 a.pcx", pixmap, {{3, 8}, {65, 1}}},
                         {"ppmtopcx -24bit", pixmap, {{3, 8}, {65, 3}}},
                         {"ppmtopcx", few, {{3, 1}, {65, 4}}},
+                        {"ppmtopcx", seven, {{3, 1}, {65, 3}}},
+                        {"ppmtopcx", three, {{3, 1}, {65, 2}}},
+                        {"ppmtopcx -packed", three, {{3, 2}, {65, 1}}},
                         {"ppmtopcx", two, {{3, 1}, {65, 1}}}});
 }
 
@@ -225,6 +232,7 @@ TEST_F(OthersWriteTest, Photoshop) {
     ExpectAlike<LoadPsd>("in.psd", magick,
                          {{start + "None in.psd", ""}, {start + "RLE in.psd", ""}});
   }
+  ExpectAlike<LoadPsd>("in.psb", magick, {{"convert in.ppm -alpha off -compress RLE in.psb", ""}});
   // It takes the colours for blended with white when it reads, but not when it writes.
   ExpectAlike<LoadPsd>(
       "in.psd", [&](const std::string&) { return transparent; },

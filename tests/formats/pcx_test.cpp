@@ -35,6 +35,20 @@ TEST_F(PcxTest, BitsAndPlanesUseTheHeadersColours) {
   EXPECT_EQ(planes->depth, 4u);
 }
 
+TEST_F(PcxTest, PairsFewPlanesAndAlphaPlanes) {
+  EXPECT_EQ(Pixels(Load(PcxFile({4, 1, 2, 1, 1}, {0x1B}))), Colours({0, 1, 2, 3}));
+  EXPECT_EQ(Pixels(Load(PcxFile({4, 1, 1, 2, 1}, {0x50, 0x30}))), Colours({0, 1, 2, 3}));
+  EXPECT_EQ(Pixels(Load(PcxFile({4, 1, 1, 3, 1}, {0x50, 0x30, 0x10}))), Colours({0, 1, 2, 7}));
+  const ImageGuard opaque = Load(PcxFile({2, 1, 8, 4, 2}, {1, 2, 3, 4, 5, 6, 0, 0}));
+  EXPECT_THAT(Pixels(opaque), ElementsAre(Rgba{1, 3, 5, 0}, Rgba{2, 4, 6, 0}));
+  EXPECT_FALSE(opaque->flags & kFlagAlpha);
+  const ImageGuard alpha = Load(PcxFile({2, 1, 8, 4, 2}, {1, 2, 3, 4, 5, 6, 0, 9}));
+  EXPECT_EQ(PixelAt(*alpha, 1, 0), (Rgba{2, 4, 6, 9}));
+  EXPECT_TRUE(alpha->flags & kFlagAlpha);
+  EXPECT_EQ(alpha->depth, 32u);
+  EXPECT_EQ(Refusal(PcxFile({.bits = 3}, {1})), "PCX loader: 1 planes of 3 bits are not read");
+}
+
 TEST_F(PcxTest, IndicesUseTheTrailer) {
   const Bytes lines = {0xC1, 0xFF, 2, 1, 77, 0xC3, 9, 77}, mark = {0x99};  // any mark will do
   const ImageGuard image = Load(PcxFile({3, 2, 8, 1, 4}, lines + mark + SomeColours(256)));

@@ -32,6 +32,32 @@ TEST_F(PsdTest, Modes) {
             (Row{{255, 255, 255, 0}, {128, 51, 0, 0}, {0, 0, 0, 0}}));
 }
 
+TEST_F(PsdTest, MoreModesAndDepths) {
+  using Row = std::vector<Rgba>;
+  EXPECT_EQ(Loaded({.channels = 4, .mode = 7}, {1, 2, 3, 4, 5, 6, 9, 9}),
+            (Row{{1, 3, 5, 0}, {2, 4, 6, 0}}));
+  EXPECT_EQ(Loaded({.channels = 2, .mode = 7}, {1, 2, 3, 4}), (Row{{1, 1, 1, 0}, {2, 2, 2, 0}}));
+  // A half, and what is out of range.
+  EXPECT_EQ(Loaded({.channels = 1, .width = 3, .bits = 32, .mode = 1},
+                   {0x3F, 0, 0, 0, 0x40, 0x80, 0, 0, 0xFF, 0xC0, 0, 0}),
+            (Row{{128, 128, 128, 0}, {255, 255, 255, 0}, {0, 0, 0, 0}}));
+  const std::vector<Rgba> lab =
+      Loaded({.width = 4, .mode = 9}, {255, 0, 138, 138, 128, 128, 209, 128, 128, 128, 198, 128});
+  const Row wanted = {{255, 255, 255, 0}, {0, 0, 0, 0}, {254, 0, 0, 0}, {130, 130, 130, 0}};
+  for (std::size_t i = 0; i < wanted.size(); ++i) {
+    EXPECT_NEAR(lab[i].r, wanted[i].r, 2);
+    EXPECT_NEAR(lab[i].g, wanted[i].g, 8) << i;
+    EXPECT_NEAR(lab[i].b, wanted[i].b, 2);
+  }
+}
+
+TEST_F(PsdTest, LargeFilesCountWider) {
+  EXPECT_EQ(Loaded({.channels = 1, .width = 2, .mode = 1, .compression = 1, .large = true},
+                   {0, 0, 0, 3, 1, 7, 8}),
+            (std::vector<Rgba>{{7, 7, 7, 0}, {8, 8, 8, 0}}));
+  EXPECT_TRUE(Load(PsdFile({.channels = 1, .width = 30001, .mode = 1, .large = true}, {1})));
+}
+
 TEST_F(PsdTest, PackedRows) {
   const Bytes lengths = {0, 3, 0, 2, 0, 6};
   // Literals; a run longer than the row; a code without effect, then two runs.
@@ -45,19 +71,20 @@ TEST_F(PsdTest, PackedRows) {
 
 TEST_F(PsdTest, NamesWhatItDoesNotRead) {
   const std::pair<PsdFields, const char*> refused[] = {
-      {{.bits = 32}, "unknown channel depth: \"32\""},
-      {{.mode = 9}, "unknown colour mode: \"9\""},
+      {{.bits = 12}, "unknown channel depth: \"12\""},
+      {{.mode = 5}, "unknown colour mode: \"5\""},
       {{.channels = 2}, "illegal number of channels: \"2\""},
       {{.channels = 57}, "illegal number of channels: \"57\""},
       {{.width = 0}, "width and/or height illegal"},
       {{.height = 30001}, "width and/or height illegal"},
+      {{.width = 300001, .large = true}, "width and/or height illegal"},
       {{.compression = 2}, "unknown compression: \"2\""},
       {{.channels = 1, .mode = 2}, "could not read colour table"}};
   for (const auto& [fields, message] : refused) {
     EXPECT_EQ(Refusal(PsdFile(fields, Bytes(1000, 1))),
               std::string("Photoshop loader: ") + message);
   }
-  EXPECT_EQ(Refusal(WithByte(PsdFile({}, {}), 5, 2)), "Photoshop loader: unknown version: \"2\"");
+  EXPECT_EQ(Refusal(WithByte(PsdFile({}, {}), 5, 3)), "Photoshop loader: unknown version: \"3\"");
 }
 
 class FramestoreTest : public FormatTest<LoadIff> {

@@ -151,14 +151,19 @@ struct PsdFields {
   std::uint32_t channels = 3, width = 2, height = 1, bits = 8, mode = 3;
   std::uint32_t compression = 0;
   Bytes colours = {};
+  bool large = false;
 };
 
 /// `body` starts behind the compression word: the packed rows' lengths, if any, and the channels.
 inline Bytes PsdFile(const PsdFields& f, const Bytes& body) {
   ByteBuilder file = BigEndian();
-  file.Text("8BPS").U16(1).Repeat(0, 6).U16(f.channels).Longs({f.height, f.width});
+  file.Text("8BPS").U16(f.large ? 2 : 1).Repeat(0, 6).U16(f.channels).Longs({f.height, f.width});
   file.Words({f.bits, f.mode}).U32(static_cast<std::uint32_t>(f.colours.size())).Raw(f.colours);
-  file.U32(3).List({1, 2, 3}).U32(2).List({4, 5});  // resources, layers and masks: passed over
+  file.U32(3)
+      .List({1, 2, 3})
+      .Repeat(0, f.large ? 4 : 0)
+      .U32(2)
+      .List({4, 5});  // resources, layers and masks: passed over
   return file.U16(f.compression).Raw(body).bytes();
 }
 

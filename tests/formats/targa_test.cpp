@@ -34,6 +34,21 @@ TEST_F(TargaTest, EveryDepthWidensItsOwnWay) {
   EXPECT_THAT(Loaded(f, {0x41, 0xFC, 0}), ElementsAre(Rgba{248, 16, 8, 0}));  // c * 8
 }
 
+TEST_F(TargaTest, SingleBits) {
+  const Rgba black = {0, 0, 0, 0}, white = {255, 255, 255, 0};
+  EXPECT_THAT(Loaded({.type = 3, .width = 9, .height = 2, .depth = 1}, {0x81, 0x80, 0x40, 0}),
+              ElementsAre(white, black, black, black, black, black, black, white, white, black,
+                          white, black, black, black, black, black, black, black));
+  const TargaFields mapped = {
+      .type = 1, .width = 2, .depth = 1, .mapType = 1, .mapLength = 2, .mapBits = 24};
+  EXPECT_THAT(Loaded(mapped, {1, 2, 3, 4, 5, 6, 0x40}),
+              ElementsAre(Rgba{3, 2, 1, 0}, Rgba{6, 5, 4, 0}));
+  EXPECT_EQ(Refusal(TargaFile({.type = 10, .depth = 1}, {0x81, 0})),
+            "Targa loader: 1 bits to a pixel are not read");
+  EXPECT_EQ(Refusal(TargaFile({.depth = 12}, {1, 2, 3})),
+            "Targa loader: 12 bits to a pixel are not read");
+}
+
 TEST_F(TargaTest, MapsStartAtSlotZeroWhateverTheFileSays) {
   TargaFields f = {.type = 1, .width = 3, .depth = 8, .mapType = 1, .id = "an id"};
   f.mapStart = 5;

@@ -55,6 +55,11 @@ TEST_F(WavefrontTest, OtherProgramsFollowOffsetsReadDeepSamplesAndAPlainMatte) {
   EXPECT_EQ(Saved<SaveWavefront>(*saved).back(), 9);
 }
 
+TEST_F(WavefrontTest, OneChannelIsGrey) {
+  const Bytes grey = WithByte(RlaFile({0, 1, 0, 0}, 1, {0, 3, 0xFE, 6, 7, 0, 2, 1, 0}), 21, 1);
+  EXPECT_THAT(Pixels(Load(grey)), ElementsAre(Rgba{6, 6, 6, 255}, Rgba{7, 7, 7, 255}));
+}
+
 TEST_F(WavefrontTest, Faults) {
   const Bytes cut = RlaFile({0, 0, 0, 1}, 0, {0, 2, 0, 9, 0, 2, 0, 8, 0, 2, 0, 7, 0});
   EXPECT_EQ(Refusal(cut), "loaded");
