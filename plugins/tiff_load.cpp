@@ -15,7 +15,8 @@ constexpr unsigned kMostSamples = 64;
 
 char firstComplaint[256];  // libtiff's
 
-void KeepFirst(const char* /*module*/, const char* format, std::va_list arguments) {
+[[gnu::format(printf, 2, 0)]] void KeepFirst(const char* /*module*/, const char* format,
+                                             std::va_list arguments) {
   if (firstComplaint[0] == 0) {
     std::vsnprintf(firstComplaint, sizeof firstComplaint, format, arguments);
   }
