@@ -10,10 +10,10 @@
 namespace imx {
 namespace {
 
-std::vector<std::string> Depths(std::int32_t row) {
-  std::vector<std::string> depths;
+std::vector<std::int32_t> Depths(std::int32_t row) {
+  std::vector<std::int32_t> depths;
   for (std::int32_t i = 0; i < DepthChoiceCount(row); ++i) {
-    depths.push_back(std::to_string(DepthBits(DepthChoiceBit(row, i))));
+    depths.push_back(DepthBits(DepthChoiceBit(row, i)));
   }
   return depths;
 }
@@ -27,21 +27,20 @@ std::vector<std::string> OutputOptionNames(std::int32_t row) {
   return names;
 }
 
-std::string Join(const std::vector<std::string>& parts, const char* between) {
+std::string Spaced(const std::vector<std::string>& words) {
   std::string joined;
-  for (const std::string& part : parts) joined.append(joined.empty() ? "" : between).append(part);
+  for (const std::string& word : words) joined.append(joined.empty() ? "" : " ").append(word);
   return joined;
 }
 
 void PrintJson(std::int32_t row) {
-  std::vector<std::string> options = OutputOptionNames(row);
-  for (std::string& name : options) name = JsonString(name);
-  std::printf(
-      "{\"extension\":%s,\"label\":%s,\"typeId\":%d,\"load\":%s,\"save\":%s,\"depths\":[%s],"
-      "\"options\":[%s]}\n",
-      JsonString(TypeExtension(row)).c_str(), JsonString(TypeLabel(row)).c_str(),
-      Registry(row).type, TypeCanLoad(row) ? "true" : "false", TypeCanSave(row) ? "true" : "false",
-      Join(Depths(row), ",").c_str(), Join(options, ",").c_str());
+  PrintJsonLine({{"extension", TypeExtension(row)},
+                 {"label", TypeLabel(row)},
+                 {"typeId", Registry(row).type},
+                 {"load", TypeCanLoad(row) != 0},
+                 {"save", TypeCanSave(row) != 0},
+                 {"depths", Depths(row)},
+                 {"options", OutputOptionNames(row)}});
 }
 
 /// One line of the list; the last column may be empty.
@@ -57,9 +56,11 @@ void PrintColumns(const char* extension, const char* label, const std::string& t
 }
 
 void PrintLine(std::int32_t row) {
+  std::vector<std::string> depths;
+  for (const std::int32_t depth : Depths(row)) depths.push_back(std::to_string(depth));
   PrintColumns(TypeExtension(row), TypeLabel(row), std::to_string(Registry(row).type),
-               TypeCanLoad(row) ? "yes" : "no", TypeCanSave(row) ? "yes" : "no",
-               Join(Depths(row), " "), Join(OutputOptionNames(row), " "));
+               TypeCanLoad(row) ? "yes" : "no", TypeCanSave(row) ? "yes" : "no", Spaced(depths),
+               Spaced(OutputOptionNames(row)));
 }
 
 }  // namespace

@@ -1,4 +1,3 @@
-#include <cstdint>
 #include <cstdio>
 #include <string>
 
@@ -13,47 +12,31 @@
 namespace imx {
 namespace {
 
-/// Fields of one JSON object, in the order in which they are added.
-class JsonObject {
- public:
-  void Add(const char* key, const std::string& value) {
-    text_ += text_.empty() ? '{' : ',';
-    text_ += JsonString(key) + ":" + value;
-  }
-  void Add(const char* key, std::int64_t value) { Add(key, std::to_string(value)); }
-  void AddText(const char* key, const char* value) { Add(key, JsonString(value)); }
-  std::string Text() const { return text_ + "}"; }
-
- private:
-  std::string text_;
-};
-
 bool IsSequenceFrame(const ImageRecord& image) {
   return image.frame != 0;
 }
 
 void PrintJson(const std::string& file, const ImageRecord& image) {
-  JsonObject object;
-  object.AddText("file", file.c_str());
-  object.AddText("formatLabel", image.formatLabel);
-  object.Add("fileType", image.fileType);
-  object.Add("width", image.width);
-  object.Add("height", image.height);
-  object.Add("depth", image.depth);
+  nlohmann::ordered_json object;
+  object["file"] = file;
+  object["formatLabel"] = image.formatLabel;
+  object["fileType"] = image.fileType;
+  object["width"] = image.width;
+  object["height"] = image.height;
+  object["depth"] = image.depth;
+  object["frame"] = nullptr;
   if (IsSequenceFrame(image)) {
-    object.Add("frame", image.frame - 1);
-    object.Add("frames", Sequence().frameCount);
-  } else {
-    object.Add("frame", "null");
+    object["frame"] = image.frame - 1;
+    object["frames"] = Sequence().frameCount;
   }
-  object.Add("flags", image.flags);
-  object.Add("alpha", image.flags & kFlagAlpha ? "true" : "false");
-  object.Add("paletteCount", image.paletteCount);
-  object.AddText("extension", image.extension);
-  object.AddText("author", image.author);
-  object.AddText("comment", image.comment);
-  object.AddText("notice", image.notice);
-  std::printf("%s\n", object.Text().c_str());
+  object["flags"] = image.flags;
+  object["alpha"] = (image.flags & kFlagAlpha) != 0;
+  object["paletteCount"] = image.paletteCount;
+  object["extension"] = image.extension;
+  object["author"] = image.author;
+  object["comment"] = image.comment;
+  object["notice"] = image.notice;
+  PrintJsonLine(object);
 }
 
 void PrintField(const char* name, const std::string& value) {

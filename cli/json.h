@@ -1,12 +1,11 @@
 /// Writing JSON.
 #pragma once
 
-#include <string>
-#include <string_view>
+#include <nlohmann/json.hpp>
 
 namespace imx {
 
-/// `text` as a JSON string with its quotes. Bytes that are not UTF-8 become U+FFFD.
-std::string JsonString(std::string_view text);
+/// Prints the value in one line. Bytes that are not UTF-8 become U+FFFD.
+void PrintJsonLine(const nlohmann::ordered_json& value);
 
 }  // namespace imx

@@ -35,9 +35,10 @@ TEST_F(InfoTest, JsonStringsAreWellFormedWhateverTheFileHolds) {
   const std::string text =
       "\"\\\n\t\x01 \xC3\xA9 \xF0\x9F\x98\x80 \x80 \xC0\xAF \xED\xA0\x80 \xE2\x82";
   ImxOutput({"convert", "a.ppm", "a.trm", "--comment", text});
+  const std::string odd = "\xEF\xBF\xBD";
   EXPECT_THAT(ImxOutput({"info", "--json", "a.trm"}),
-              HasSubstr("\"comment\":\"\\\"\\\\\\n\\t\\u0001 \xC3\xA9 \xF0\x9F\x98\x80 \\ufffd "
-                        "\\ufffd\\ufffd \\ufffd\\ufffd\\ufffd \\ufffd\\ufffd\""));
+              HasSubstr("\"comment\":\"\\\"\\\\\\n\\t\\u0001 \xC3\xA9 \xF0\x9F\x98\x80 " + odd +
+                        " " + odd + odd + " " + odd + odd + odd + " " + odd + "\""));
 }
 
 TEST_F(InfoTest, TextIsReadableAndHarmlessToTerminals) {
