@@ -1,6 +1,7 @@
 #include "formats/avi.h"
 
 #include <algorithm>
+#include <memory>
 
 #include "formats/avi_source.h"
 #include "formats/codec_state.h"
@@ -16,19 +17,10 @@ constexpr std::size_t kTableEntry = 4;  // blue, green, red, reserved
 // Stop requests are seen on every row but those that this divides.
 constexpr std::int32_t kUncheckedRows = 4;
 
-class StreamGuard {
- public:
-  StreamGuard(const char* path, AviInfo* info) : stream_(OpenAviStream(path, info)) {}
-  ~StreamGuard() {
-    if (stream_) CloseAviStream(stream_);
-  }
-  StreamGuard(const StreamGuard&) = delete;
-  StreamGuard& operator=(const StreamGuard&) = delete;
-  AviStream* get() const { return stream_; }
-
- private:
-  AviStream* stream_;
+struct StreamCloser {
+  void operator()(AviStream* stream) const { CloseAviStream(stream); }
 };
+using StreamGuard = std::unique_ptr<AviStream, StreamCloser>;
 
 struct BitmapInfo {
   std::uint32_t size;
@@ -128,8 +120,8 @@ ImageRecord* LoadAviFrame(const char* path) {
     return nullptr;
   }
   AviInfo info;
-  const StreamGuard stream(path, &info);
-  if (!stream.get()) return nullptr;
+  const StreamGuard stream(OpenAviStream(path, &info));
+  if (!stream) return nullptr;
   SequenceState& sequence = Sequence();
   sequence.frameCount = info.frames;
   if (sequence.chosenFrame < 0) {

@@ -1,7 +1,10 @@
-/// Owners that release a block, an image or the progress display once, on every exit path.
+/// Owners that release a block, an image or the progress display once, on every exit path. A C file
+/// is an OpenFile (imagelib/open_file.h), what a codec reads and writes a FileReader and a
+/// FileWriter.
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <type_traits>
 #include <utility>
@@ -61,28 +64,12 @@ class TrackedArray {
 
 using TrackedBytes = TrackedArray<std::uint8_t>;
 
-/// An image record that is freed unless it is released.
-class ImageGuard {
- public:
-  explicit ImageGuard(ImageRecord* image = nullptr) : image_(image) {}
-  ImageGuard(ImageGuard&& other) noexcept : image_(std::exchange(other.image_, nullptr)) {}
-  ImageGuard& operator=(ImageGuard&& other) noexcept {
-    std::swap(image_, other.image_);
-    return *this;
-  }
-  ~ImageGuard() {
-    if (image_) FreeImage(image_);
-  }
-
-  explicit operator bool() const { return image_ != nullptr; }
-  ImageRecord* get() const { return image_; }
-  ImageRecord& operator*() const { return *image_; }
-  ImageRecord* operator->() const { return image_; }
-  ImageRecord* release() { return std::exchange(image_, nullptr); }
-
- private:
-  ImageRecord* image_;
+struct ImageFreer {
+  void operator()(ImageRecord* image) const { FreeImage(image); }
 };
+
+/// An image record that is freed unless it is released.
+using ImageGuard = std::unique_ptr<ImageRecord, ImageFreer>;
 
 /// A progress display with a stop request, ended on every path.
 class ProgressScope {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "imagelib/open_file.h"
 #include "plugins/jpeg_errors.h"
 #include "plugins/plugin.h"
 

@@ -4,8 +4,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
-#include <memory>
 #include <string_view>
 
 #include "dispatch/plugin_interface.h"
@@ -52,10 +50,5 @@ void NoteFault(PluginFault fault, std::string_view text = "");
 
 /// To be called where a load or a save begins.
 void ForgetFault();
-
-struct FileCloser {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using OpenFile = std::unique_ptr<std::FILE, FileCloser>;
 
 }  // namespace imx
