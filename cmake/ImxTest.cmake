@@ -1,4 +1,4 @@
-# imx_test(): a GoogleTest program that ./test and ctest find.
+# imx_test(): a GoogleTest program that ./test finds.
 #
 #   imx_test(NAME name SOURCES file... [LINKS target...] [SERIAL])
 #
@@ -16,7 +16,6 @@ else()
   set(IMX_TEST_DIR ${CMAKE_BINARY_DIR}/tests)
 endif()
 file(WRITE ${IMX_TEST_DIR}/programs.txt "")
-enable_testing()
 
 function(imx_test)
   cmake_parse_arguments(TEST "SERIAL" "NAME" "SOURCES;LINKS" ${ARGN})
@@ -34,10 +33,4 @@ function(imx_test)
     set(schedule serial)
   endif()
   file(APPEND ${IMX_TEST_DIR}/programs.txt "${TEST_NAME}${CMAKE_EXECUTABLE_SUFFIX} ${schedule}\n")
-
-  add_test(NAME ${TEST_NAME} COMMAND ${TEST_NAME})
-  set_tests_properties(${TEST_NAME} PROPERTIES TIMEOUT 600)
-  if(TEST_SERIAL)
-    set_tests_properties(${TEST_NAME} PROPERTIES RUN_SERIAL ON)
-  endif()
 endfunction()
