@@ -9,16 +9,9 @@
 namespace imx::test {
 
 /// Id, length, data, and a pad byte behind data of odd length.
-inline Bytes IffChunk(std::string_view id, const Bytes& data) {
-  ByteBuilder chunk = BigEndian();
-  chunk.Text(id).U32(static_cast<std::uint32_t>(data.size())).Raw(data);
-  if (data.size() % 2 != 0) chunk.U8(0);
-  return chunk.bytes();
-}
+Bytes IffChunk(std::string_view id, const Bytes& data);
 
-inline Bytes IffText(std::string_view id, std::string_view text) {
-  return IffChunk(id, Bytes(text.begin(), text.end()));
-}
+Bytes IffText(std::string_view id, std::string_view text);
 
 /// The whole file.
 template <typename... Chunks>
@@ -35,17 +28,9 @@ struct IlbmHeader {
 };
 
 /// A "BMHD" chunk.
-inline Bytes IffHeader(const IlbmHeader& header) {
-  ByteBuilder data = BigEndian();
-  data.Words({header.width, header.height, 0, 0}).U8(header.planes).U8(header.masking);
-  data.U32(0);                            // no compression, no key colour
-  data.List({10, 11}).Words({320, 200});  // aspect, page: of no effect
-  return IffChunk("BMHD", data.bytes());
-}
+Bytes IffHeader(const IlbmHeader& header);
 
 /// A "CAMG" chunk.
-inline Bytes IffViewMode(std::uint32_t mode) {
-  return IffChunk("CAMG", BigEndian().U32(mode).bytes());
-}
+Bytes IffViewMode(std::uint32_t mode);
 
 }  // namespace imx::test
