@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <tuple>
 
 #include "dispatch/load.h"
 #include "dispatch/save.h"
@@ -23,6 +24,7 @@ class ViewerTest : public LibraryTest {
   void TearDown() override {
     Output() = {};
     Sequence() = {};
+    photo = ImageGuard();
     LibraryTest::TearDown();
   }
 
@@ -42,6 +44,9 @@ class ViewerTest : public LibraryTest {
     ADD_FAILURE() << path << " cannot be loaded";
     return Solid(1, 1, {});
   }
+
+  ImageGuard photo = PhotoLike(120, 80);
+  const std::string photoPath = Stored("photo.png", *photo, 1);
 };
 
 /// The image over a checkerboard of 4 x 4 cells.
@@ -65,17 +70,14 @@ void Resize(HWND window, int width, int height) {
   SetWindowPos(window, nullptr, 0, 0, width, height, SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
 }
 
-TEST_F(ViewerTest, OpensLooksEditsAndSaves) {
-  const ImageGuard photo = PhotoLike(120, 80);
+TEST_F(ViewerTest, ShowsOpenedFiles) {
   const ImageGuard veil = AlphaGradient(256, 40);
-  const std::string veilPath = Stored("veil.png", *veil, 0);
-  ViewerRun run({Stored("photo.png", *photo, 1)});
+  ViewerRun run({photoPath});
   EXPECT_EQ(WindowText(run.window()), "Quillmark Viewer");
-  const HWND first = run.Image(1, "photo.png");
-  run.ExpectShown(first, *photo);
+  run.ExpectShown(run.Image(1, "photo.png"), *photo);
 
   TypeControlKey('o');
-  run.TypePath("Open Image", veilPath);
+  run.TypePath("Open Image", Stored("veil.png", *veil, 0));
   const HWND second = run.Image(2, "veil.png");
   run.ExpectShown(second, *OverCheckerboard(*veil));
   run.ExpectTicks('v', {true});
@@ -87,33 +89,51 @@ TEST_F(ViewerTest, OpensLooksEditsAndSaves) {
   run.Choose("va");
   Resize(second, 300, 100);
   run.ExpectShown(second, *OverCheckerboard(*veil));
+  run.Choose("ha");
+  run.ExpectAndClose(
+      "About Quillmark Viewer",
+      "Opens:\nFlick (*.flc), AVI (*.avi), Photoshop (*.psd), Flick (*.fli), DEM (*.dem)");
+  run.Choose("fx");
+  run.ExpectEnd();
+}
 
+TEST_F(ViewerTest, ToolsMakeImagesOfARegion) {
+  ViewerRun run({photoPath});
+  const HWND first = run.Image(1, "photo.png");
   run.ExpectTicks('t', {false, false, false, false, false, false});
-  run.Choose("tc");
-  run.Drag(first, {49, 59}, {10, 20});
-  const ImageGuard clip = Clipped(*photo, {10, 20, 49, 59}).image;
-  const HWND third = run.Image(3, "NEW_");
-  run.ExpectShown(third, *clip);
+  const struct {
+    const char *letters, *dialog, *factor;
+    POINT from, to;
+    ImageGuard wanted;
+  } tools[] = {
+      {"tr", "Scale Region", "2", {10, 20}, {49, 59}, Rescaled(*photo, {10, 20, 49, 59}, 2).image},
+      {"ts",
+       "Resampling",
+       "0.75",
+       {5, 6},
+       {119, 70},
+       Resampled(*photo, {5, 6, 119, 70}, 0.75f).image},
+      {"tc", nullptr, nullptr, {49, 59}, {10, 20}, Clipped(*photo, {10, 20, 49, 59}).image}};
+  int number = 1;
+  for (const auto& tool : tools) {
+    run.Choose(tool.letters);
+    if (tool.dialog) run.TypeFactor(tool.dialog, "1.000000", tool.factor);
+    run.Drag(first, tool.from, tool.to);
+    run.ExpectShown(run.Image(++number, "NEW_"), *tool.wanted);
+  }
   run.ExpectTicks('t', {false, true, false, false, false, false});
   EXPECT_EQ(WindowText(run.window()), "Quillmark Viewer - Clip Region");
+}
 
-  run.Choose("tr");
-  run.TypeFactor("Scale Region", "1.000000", "2");
-  run.Drag(third, {0, 0}, {39, 39});
-  const ImageGuard large = Rescaled(*clip, {0, 0, 39, 39}, 2).image;
-  run.ExpectShown(run.Image(4, "NEW_"), *large);
-  EXPECT_EQ(PixelAt(*large, 79, 2), PixelAt(*photo, 49, 21));
-
-  run.Choose("ts");
-  run.TypeFactor("Resampling", "1.000000", "0.75");
-  run.Drag(first, {5, 6}, {119, 70});
-  run.ExpectShown(run.Image(5, "NEW_"), *Resampled(*photo, {5, 6, 119, 70}, 0.75f).image);
-
+TEST_F(ViewerTest, ToolsChangeTheImage) {
+  const ImageGuard veil = AlphaGradient(256, 40);
+  ViewerRun run({photoPath, Stored("veil.png", *veil, 0)});
+  const HWND first = run.Image(1, "photo.png");
   run.Choose("tg");
   run.TypeFactor("Apply Gamma Correction", "1.000000", "2.0");
-  run.Drag(third, {3, 3}, {3, 3});
-  CorrectGamma(*clip, 2);
-  run.ExpectShown(third, *clip);
+  run.Drag(first, {3, 3}, {3, 3});
+  CorrectGamma(*photo, 2);
+  run.ExpectShown(first, *photo);
 
   // The proportions of the source, 120 : 80 here, are kept.
   run.Choose("tm");
@@ -122,51 +142,57 @@ TEST_F(ViewerTest, OpensLooksEditsAndSaves) {
   MergeInto(*photo, {20, 10, 69, 17}, *veil);
   run.ExpectShown(first, *photo);
   run.ExpectTicks('t', {false, false, false, false, false, true});
+}
 
+TEST_F(ViewerTest, SavesAsItsTypesAndThoseOfPlugIns) {
+  ViewerRun run({photoPath, photoPath});
+  run.Image(2, "photo.png");
   TypeControlKey('s');
-  run.PickImage("Select File to Save", 4);
-  run.Save("GIF", "8-bit", IDC_INTERLACE, temp.file("large.gif"));
-  run.Choose("fs");
-  run.PickImage("Select File to Save", 3);
-  run.Save("Softimage", "24-bit", kNoOption, temp.file("clip.pic"));
-  for (const auto& [type, name] : {std::pair{"TIFF", "clip.tif"}, {"JPEG", "clip.jpg"}}) {
+  run.PickImage("Select File to Save", 2);
+  run.Save("GIF", "8-bit", IDC_INTERLACE, temp.file("photo.gif"));
+  for (const auto& [type, name] : {std::pair{"TIFF", "photo.tif"}, {"JPEG", "photo.jpg"}}) {
     run.Choose("fs");
-    run.PickImage("Select File to Save", 3);
+    run.PickImage("Select File to Save", 1);
     run.Save(type, "24-bit", kNoOption, temp.file(name));
   }
+  run.Choose("fx");
+  run.ExpectEnd();
+  Output().interlace = 1;
+  EXPECT_TRUE(ReadFile(temp.file("photo.gif")) == ReadFile(Stored("wanted.gif", *photo, 0)));
+  for (const std::string type : {"tif", "jpg"}) {
+    const std::string wanted = temp.file("wanted." + type);
+    DrivenRun imx(ProgramOfBuild("imx.exe"), "", {"convert", photoPath, wanted});
+    imx.ExpectEnd();
+    EXPECT_FALSE(ReadFile(wanted).empty());
+    EXPECT_TRUE(ReadFile(temp.file("photo." + type)) == ReadFile(wanted)) << type;
+  }
+}
+
+TEST_F(ViewerTest, SavesChangesWhereItSavedBefore) {
+  ViewerRun run({photoPath});
+  const HWND first = run.Image(1, "photo.png");
   run.Choose("fs");
   run.PickImage("Select File to Save", 1);
-  run.Save("Targa", "24-bit", IDC_COMPRESSION,
-           temp.file("photo"));  // the ending comes from the type
-
-  // Once more with what has changed since, to the path last confirmed.
-  run.Choose("tg");
-  run.TypeFactor("Apply Gamma Correction", "2.000000", "0.5");
-  run.Drag(first, {7, 7}, {7, 7});
-  CorrectGamma(*photo, 0.5f);
-  run.ExpectShown(first, *photo);
+  // The ending comes from the type.
+  run.Save("Targa", "24-bit", IDC_COMPRESSION, temp.file("photo"));
+  for (const auto& [shown, typed, factor] :
+       {std::tuple{"1.000000", "2.0", 2.0f}, {"2.000000", "0.5", 0.5f}}) {
+    run.Choose("tg");
+    run.TypeFactor("Apply Gamma Correction", shown, typed);
+    run.Drag(first, {7, 7}, {7, 7});
+    CorrectGamma(*photo, factor);
+    run.ExpectShown(first, *photo);
+  }
+  run.Choose("tc");
+  run.Drag(first, {0, 0}, {9, 9});
+  run.Image(2, "NEW_");
   run.Choose("fu");
   run.PickImage("Select File to Save", 1);
   run.Choose("fu");  // only one is left, which has no type yet
   run.ExpectAndClose("Failure", "The image could not be saved as\n" + temp.file("photo.tga") +
                                     ":\nno file type has been chosen for it yet.");
-
-  run.Choose("ha");
-  run.ExpectAndClose(
-      "About Quillmark Viewer",
-      "Opens:\nFlick (*.flc), AVI (*.avi), Photoshop (*.psd), Flick (*.fli), DEM (*.dem)");
   run.Choose("fx");
   run.ExpectEnd();
-  Output().interlace = 1;
-  EXPECT_TRUE(ReadFile(temp.file("large.gif")) == ReadFile(Stored("wanted.gif", *large, 0)));
-  EXPECT_EQ(Difference(*clip, *Loaded(temp.file("clip.pic")), Channels::rgb), "");
-  for (const std::string type : {"tif", "jpg"}) {
-    const std::string wanted = temp.file("wanted." + type);
-    DrivenRun imx(ProgramOfBuild("imx.exe"), "", {"convert", temp.file("clip.pic"), wanted});
-    imx.ExpectEnd();
-    EXPECT_FALSE(ReadFile(wanted).empty());
-    EXPECT_TRUE(ReadFile(temp.file("clip." + type)) == ReadFile(wanted)) << type;
-  }
   EXPECT_GT(ReadFile(temp.file("photo.tga")).size(), 120U * 80U * 3U) << "not compressed";
   const ImageGuard targa = Loaded(temp.file("photo.tga"));
   EXPECT_EQ(targa->depth, 24u);
@@ -319,27 +345,21 @@ TEST_F(ViewerTest, AHundredWindows) {
 }
 
 TEST_F(ViewerTest, DoesWhatTheCommandLineDoes) {
-  const ImageGuard image = PhotoLike(300, 200);
-  const std::string in = Stored("in.tga", *image, 1);
   const std::string out = temp.file("out.png");
   DrivenRun imx(ProgramOfBuild("imx.exe"), "",
-                {"convert", in, "--region", "10,10,200,150", "--clip", "--rescale", "2", "--gamma",
-                 "1.5", out});
+                {"convert", photoPath, "--region", "10,10,100,60", "--clip", "--rescale", "2",
+                 "--gamma", "1.5", out});
   imx.ExpectEnd();
   const ImageGuard wanted = Loaded(out);
 
-  ViewerRun run({in});
-  const HWND first = run.Image(1, "in.tga");
-  run.ExpectShown(first, *image);
+  ViewerRun run({photoPath});
   run.Choose("tc");
-  run.Drag(first, {10, 10}, {200, 150});
+  run.Drag(run.Image(1, "photo.png"), {10, 10}, {100, 60});
   const HWND clip = run.Image(2, "NEW_");
-  run.ExpectShown(clip, *Clipped(*image, {10, 10, 200, 150}).image);
   run.Choose("tr");
   run.TypeFactor("Scale Region", "1.000000", "2");
-  run.Drag(clip, {0, 0}, {190, 140});
+  run.Drag(clip, {0, 0}, {90, 50});
   const HWND large = run.Image(3, "NEW_");
-  run.ExpectShown(large, *Rescaled(*image, {10, 10, 200, 150}, 2).image);
   run.Choose("tg");
   run.TypeFactor("Apply Gamma Correction", "1.000000", "1.5");
   run.Drag(large, {5, 5}, {5, 5});

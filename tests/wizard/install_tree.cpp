@@ -21,23 +21,16 @@ namespace {
 
 /// Where a file or folder of the install data goes; empty when it is not wanted.
 std::string DestinationOf(const fs::path& path, const Choices& choices) {
-  const bool help = choices.docs && choices.glint;
   const std::string name = path.filename().string();
   for (const auto& [folder, to] : {std::pair("data", choices.dataDir),
                                    {"images", choices.picturesDir},
-                                   {"html_docs", help ? choices.helpDir : ""}}) {
-    if (*path.begin() != folder) continue;
-    return to.empty() ? to : to + path.string().substr(std::strlen(folder));
+                                   {"html_docs", choices.helpDir}}) {
+    if (*path.begin() == folder) return to + path.string().substr(std::strlen(folder));
   }
   if (name.ends_with(".ini")) return WindowsDirectory() + "\\" + name;
-  if (name.starts_with("msv")) {
-    const std::string library = SystemDirectory() + "\\" + name;
-    return FileExists(library) ? "" : library;
-  }
-  const bool wanted = name == "glint.exe" || name == "twainlnk.dll"     ? choices.glint
-                      : name == "twistel.exe" || name == "demoloop.avi" ? choices.twistel
-                                                                        : true;
-  return wanted ? choices.programDir + "\\" + name : "";
+  if (!name.starts_with("msv")) return choices.programDir + "\\" + name;
+  const std::string library = SystemDirectory() + "\\" + name;
+  return FileExists(library) ? "" : library;
 }
 
 /// Whether the tokens of a file of the install data are replaced.
@@ -56,10 +49,7 @@ Bytes ExpandTokens(const Bytes& bytes, const Choices& choices) {
   std::string barred = choices.dataDir;
   std::replace(barred.begin(), barred.end(), ' ', '|');
   const std::map<std::string, std::string> directories = {
-      {"i", choices.picturesDir},
-      {"d", choices.dataDir},
-      {"h", choices.docs && choices.glint ? choices.helpDir : ""},
-      {"D", barred}};
+      {"i", choices.picturesDir}, {"d", choices.dataDir}, {"h", choices.helpDir}, {"D", barred}};
   std::string text(bytes.begin(), bytes.end());
   std::string expanded;
   for (std::smatch match; std::regex_search(text, match, token); text = match.suffix()) {

@@ -9,11 +9,8 @@
 
 namespace imx::test {
 
-/// What the user chooses. Directories without a backslash at the end.
+/// What the user chooses beside all components. Directories without a backslash at the end.
 struct Choices {
-  bool glint = true;
-  bool twistel = true;
-  bool docs = true;
   std::string programDir;
   std::string picturesDir;
   std::string helpDir;

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 #include "resources/wizard_ids.h"
 #include "setup/core/wizard_pages.h"
 
@@ -42,24 +44,14 @@ void SetupRun::ExpectControls(const std::map<int, std::string>& wanted) {
   EXPECT_EQ(shown, wanted);
 }
 
-void SetupRun::TypeLocations(const Choices& choices) {
-  if (lost()) return;
-  SetControlText(dialog(), IDC_PROGRAM_DIR, choices.programDir);
-  SetControlText(dialog(), IDC_PICTURES_DIR, choices.picturesDir);
-  if (IsControlEnabled(dialog(), IDC_HELP_DIR)) {
-    SetControlText(dialog(), IDC_HELP_DIR, choices.helpDir);
-  }
-  SetControlText(dialog(), IDC_DATA_DIR, choices.dataDir);
-}
-
 void SetupRun::AnswerPages(const Choices& choices) {
-  NextTo("Choose Components");
-  if (!choices.glint) PressButton(IDC_GLINT);
-  if (!choices.twistel) PressButton(IDC_TWISTEL);
-  Leave(IDC_NEXT, "Large Component Query");
-  if (!choices.docs) PressButton(IDC_DOCS);
-  Leave(IDC_NEXT, "Install Locations");
-  TypeLocations(choices);
+  NextTo("Install Locations");
+  for (const auto& [id, directory] : {std::pair{IDC_PROGRAM_DIR, choices.programDir},
+                                      {IDC_PICTURES_DIR, choices.picturesDir},
+                                      {IDC_HELP_DIR, choices.helpDir},
+                                      {IDC_DATA_DIR, choices.dataDir}}) {
+    if (!lost()) SetControlText(dialog(), id, directory);
+  }
   Leave(IDC_NEXT, "Program Group Selection");
   if (!lost()) SetControlText(dialog(), IDC_GROUP, choices.group);
   Leave(IDC_NEXT, "Installation Confirmation");

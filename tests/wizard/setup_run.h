@@ -32,9 +32,6 @@ class SetupRun : public DrivenRun {
   /// page.
   void AnswerPages(const Choices& choices);
 
-  /// Types the four directories; the Help field only when it is open to the user.
-  void TypeLocations(const Choices& choices);
-
   /// Starts the installation from the Storage page.
   void Install();
 };
