@@ -30,7 +30,7 @@ Bytes Encode(const Bytes& values) {
   return room;
 }
 
-TEST(TrimBlock, EncodesByHand) {
+TEST(TrimBlockTest, EncodesByHand) {
   // All equal.
   EXPECT_EQ(Encode({7}), (Bytes{0xF0, 7}));
   EXPECT_EQ(Encode(Bytes(256, 200)), (Bytes{0xF0, 200}));
@@ -43,7 +43,7 @@ TEST(TrimBlock, EncodesByHand) {
   EXPECT_EQ(Encode({0, 2, 1, 2, 2, 1, 2, 0}), Bytes{0x28} + TrimPack("0010011010011000"));
 }
 
-TEST(TrimBlock, EncodesAsTheReference) {
+TEST(TrimBlockTest, EncodesAsTheReference) {
   for (int round = 0; round < 4000; ++round) {
     Bytes values(round % 3 == 0 ? 256 : 1 + Below(round % 3 == 1 ? 256 : 12));
     const unsigned common = 1u << Below(9), rare = 1u << Below(9), share = 1 + Below(40);
@@ -58,7 +58,7 @@ TEST(TrimBlock, EncodesAsTheReference) {
 
 // Widths that this writer never chooses, fields that no writer makes, streams that end early or go
 // on behind the block.
-TEST(TrimBlock, DecodesAnythingAsTheReference) {
+TEST(TrimBlockTest, DecodesAnythingAsTheReference) {
   for (unsigned shape = 0; shape < 10 * 9 * 9 * 9; ++shape) {
     const unsigned w1 = shape / 729, w2 = shape / 81 % 9, w3 = shape / 9 % 9, w4 = shape % 9;
     Bytes stream = {static_cast<std::uint8_t>((w1 == 9 ? 15 : w1) * 16 + w2),

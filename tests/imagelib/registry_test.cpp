@@ -10,14 +10,14 @@ namespace {
 
 using testing::ElementsAre;
 
-TEST(Registry, RowsByExtension) {
+TEST(RegistryTest, RowsByExtension) {
   EXPECT_EQ(TypeRowByExtension("PnG"), 23);
   EXPECT_EQ(Registry(23).type, 12) << "the order of the rows is not that of the type ids";
   EXPECT_EQ(TypeRowByExtension("tr"), -1);
   EXPECT_EQ(TypeRowByExtension(""), -1) << "the closing row is no type";
 }
 
-TEST(Registry, RowsOutOfRange) {
+TEST(RegistryTest, RowsOutOfRange) {
   for (const std::int32_t row : {-1, kRegistryRows, kRegistryRows + 1, 1000}) {
     EXPECT_NE(TypeRowOutOfRange(row), 0) << row;
     EXPECT_EQ(TypeCanLoad(row), 0);
@@ -41,7 +41,7 @@ std::vector<std::string> ExtensionsWith(std::int32_t (*question)(std::int32_t)) 
   return list;
 }
 
-TEST(Registry, OptionsThatApply) {
+TEST(RegistryTest, OptionsThatApply) {
   EXPECT_THAT(ExtensionsWith(TypeHasInterlace), ElementsAre("gif", "png"));
   EXPECT_THAT(ExtensionsWith(TypeHasQuality), ElementsAre("jpg"));
   EXPECT_THAT(ExtensionsWith(TypeHasCompression),
@@ -50,7 +50,7 @@ TEST(Registry, OptionsThatApply) {
               ElementsAre("flc", "avi", "psd", "fli", "dem"));
 }
 
-TEST(Registry, SaverPositionsCountOnlySavers) {
+TEST(RegistryTest, SaverPositionsCountOnlySavers) {
   EXPECT_EQ(SaverRow(4), 7) << "pic, behind tga bmp gif fs";
   EXPECT_EQ(SaverRow(20), -1);
   for (std::int32_t row = 0; row < kRegistryRows; ++row) {

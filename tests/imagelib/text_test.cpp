@@ -9,7 +9,7 @@
 namespace imx::test {
 namespace {
 
-TEST(Text, CutCopiesAlwaysEnd) {
+TEST(TextTest, CutCopiesAlwaysEnd) {
   TextField field;
   CopyTextCut(field, std::string(1000, 'x'));
   EXPECT_EQ(std::string(field), std::string(255, 'x'));
@@ -21,7 +21,7 @@ TEST(Text, CutCopiesAlwaysEnd) {
   EXPECT_STREQ(field, "a");
 }
 
-TEST(Text, ComparisonIgnoresCaseOfAsciiLettersOnly) {
+TEST(TextTest, ComparisonIgnoresCaseOfAsciiLettersOnly) {
   EXPECT_TRUE(EqualNoCase("AbZ.09", "aBz.09"));
   EXPECT_FALSE(EqualNoCase("@[", "`{")) << "next to the letters, 32 apart";
   EXPECT_FALSE(EqualNoCase("ab", "abc"));
@@ -29,7 +29,7 @@ TEST(Text, ComparisonIgnoresCaseOfAsciiLettersOnly) {
   EXPECT_FALSE(EndsWithNoCase("ga", ".tga"));
 }
 
-TEST(Text, PathsOfBothSystems) {
+TEST(TextTest, PathsOfBothSystems) {
   EXPECT_EQ(PathFileName("a/b\\c.d", kWindowsPathSeparators), "c.d");
   EXPECT_EQ(PathFileName("a\\b\\c.d"), kPathSeparators == "/" ? "a\\b\\c.d" : "c.d");
   EXPECT_EQ(PathExtension("a.b/c.tar.gz"), ".gz");

@@ -14,17 +14,17 @@ RenderSequence Seeded(std::uint32_t seed) {
   return {{[engine = std::mt19937(seed)]() mutable { return engine(); }}, 5};
 }
 
-class RenderSequences : public RenderTest, public testing::WithParamInterface<std::uint32_t> {};
+class RenderSequenceTest : public RenderTest, public testing::WithParamInterface<std::uint32_t> {};
 
-TEST_P(RenderSequences, GiveWhatTheReferenceRendererGives) {
+TEST_P(RenderSequenceTest, GiveWhatTheReferenceRendererGives) {
   RenderSequence sequence = Seeded(GetParam());
   for (int step = 0; step < 40; ++step) ASSERT_EQ(sequence.Step(), "") << "step " << step;
 }
 
-INSTANTIATE_TEST_SUITE_P(Seeds, RenderSequences, testing::Range(1u, 21u));
+INSTANTIATE_TEST_SUITE_P(Seeds, RenderSequenceTest, testing::Range(1u, 21u));
 
 // Without the exact tree its passes add nothing and lookups go by cell alone.
-TEST_F(RenderSequences, GiveTheSameWithoutAnExactTree) {
+TEST_F(RenderSequenceTest, GiveTheSameWithoutAnExactTree) {
   RenderSequence sequence = Seeded(99);
   sequence.plain.treeAvailable = false;
   // Three blocks make the first picture; the seventh of its render is the tree, which is not asked
@@ -37,7 +37,7 @@ TEST_F(RenderSequences, GiveTheSameWithoutAnExactTree) {
   EXPECT_TRUE(tree.reached());
 }
 
-TEST_F(RenderSequences, ARenderWithoutMemoryLeavesTheNextAsItWouldBe) {
+TEST_F(RenderSequenceTest, ARenderWithoutMemoryLeavesTheNextAsItWouldBe) {
   RenderSequence sequence = Seeded(7);
   for (auto* plane : {sequence.palette.red, sequence.palette.green, sequence.palette.blue}) {
     std::generate_n(plane, 256, [&] { return sequence.dice.Byte(); });

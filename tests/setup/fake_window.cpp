@@ -94,6 +94,15 @@ std::string FakeWindow::text(int id) const {
   return found != texts.end() ? found->second : std::string();
 }
 
+std::string FakeWindow::looks(const std::vector<int>& ids) const {
+  std::string all;
+  for (const int id : ids) {
+    if (id != ids.front()) all += ", ";
+    all += text(id) + (isChecked(id) ? "+" : "") + (isEnabled(id) ? "" : "!");
+  }
+  return all;
+}
+
 void FakeWindow::send(int id, ControlEvent event) {
   commandPage(page_, view_, id, event);
 }

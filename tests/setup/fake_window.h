@@ -30,6 +30,9 @@ class FakeWindow {
   bool isEnabled(int id) const;
   bool isChecked(int id) const;
   std::string text(int id) const;
+  /// The controls' texts, followed by "+" when they are ticked and by "!" when they are disabled,
+  /// with ", " between them.
+  std::string looks(const std::vector<int>& ids) const;
 
   std::map<int, std::string> texts;
   std::map<int, bool> checks;

@@ -22,7 +22,9 @@ MemoryPlatform& self(void* context) {
 
 // Empty for a name without a directory.
 std::string parentOf(const std::string& path) {
-  return path.substr(0, path.size() - std::min(path.size(), PathFileName(path, kWindowsPathSeparators).size() + 1));
+  return path.substr(
+      0,
+      path.size() - std::min(path.size(), PathFileName(path, kWindowsPathSeparators).size() + 1));
 }
 
 FileEntry entryOf(const std::string& path, const Node& node) {

@@ -2,12 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+#include <vector>
+
 #include "tests/setup/memory_platform.h"
 
 namespace imx::test {
 namespace {
 
-class Paths : public testing::Test {
+class PathsTest : public testing::Test {
  protected:
   std::int32_t validate(const std::string& path) {
     badChar = '\0';
@@ -23,50 +26,39 @@ class Paths : public testing::Test {
   char badChar = '\0';
 };
 
-TEST_F(Paths, ValidatePathTellsWhatIsWrong) {
-  EXPECT_EQ(kNameValid, validate("C:\\Program Files (x86)\\Glimrix7"));
-  EXPECT_EQ(kNameValid, validate("\\\\server\\share\\x"));
-  EXPECT_EQ(kNameValid, validate("C:\\Apps\\"));
-  EXPECT_EQ(kNameValid, validate("relative"));  // E:\relative is below a root
-  EXPECT_EQ(kMisplacedColon, validate("C:\\a:b"));
-  EXPECT_EQ(kMisplacedColon, validate(":a"));
-  EXPECT_EQ(kRepeatedSeparator, validate("C:\\a\\\\b"));
-  EXPECT_EQ(kRepeatedSeparator, validate("c:\\\\Glimrix7"));
-  EXPECT_EQ(kRepeatedSeparator, validate("\\\\\\x"));
-  EXPECT_EQ(kIllegalCharacter, validate("C:\\my.dir"));
-  EXPECT_EQ('.', badChar);
-  EXPECT_EQ(kPathIsRoot, validate("C:\\"));
-  EXPECT_EQ(kPathIsRoot, validate("C:"));
-  EXPECT_EQ(kPathIsRoot, validate(""));
-  EXPECT_EQ(kPathIsRoot, validate("\\\\server\\share\\"));
-  EXPECT_EQ(kPathIsRoot, validate("\\\\server\\share"));
+TEST_F(PathsTest, ValidatePathTellsTheFirstFault) {
+  using List = std::vector<const char*>;
+  const std::pair<std::int32_t, List> cases[] = {
+      // E:\relative is below a root.
+      {kNameValid,
+       {"C:\\Program Files (x86)\\Glimrix7", "\\\\server\\share\\x", "C:\\Apps\\", "relative",
+        "C:\\\x80\xff\xe9t\xe9"}},
+      {kMisplacedColon, {"C:\\a:b*", ":a"}},
+      // Beyond ASCII nothing separates separators.
+      {kRepeatedSeparator, {"C:\\a\\\\b", "c:\\\\Glimrix7", "\\\\\\x", "C:\\\xe9\\x"}},
+      {kIllegalCharacter, {"C:\\my.dir", "C:\\a.b:c\\\\d"}},
+      {kPathIsRoot, {"C:\\", "C:", "", "\\\\server\\share\\", "\\\\server\\share"}}};
+  for (const auto& [fault, paths] : cases) {
+    for (const char* path : paths) {
+      EXPECT_EQ(validate(path), fault) << path;
+      EXPECT_EQ(badChar, fault == kIllegalCharacter ? '.' : '\0') << path;
+    }
+  }
   computer.currentDirectory = "\\\\s\\t\\";
-  EXPECT_EQ(kPathIsRoot, validate("abc"));  // shorter than the root that it lies below
+  EXPECT_EQ(validate("abc"), kPathIsRoot) << "shorter than the root that it lies below";
 }
 
-TEST_F(Paths, TheFirstFaultInTheTextCounts) {
-  EXPECT_EQ(kIllegalCharacter, validate("C:\\a*b:c\\\\d"));
-  EXPECT_EQ('*', badChar);
-  EXPECT_EQ(kMisplacedColon, validate("C:\\a:b*"));
-  EXPECT_EQ('\0', badChar);
-}
-
-TEST_F(Paths, CharactersBeyondAsciiDoNotSeparateSeparators) {
-  EXPECT_EQ(kNameValid, validate("C:\\\x80\xff\xe9t\xe9"));
-  EXPECT_EQ(kRepeatedSeparator, validate("C:\\\xe9\\x"));
-}
-
-TEST_F(Paths, LengthLimits) {
+TEST_F(PathsTest, LengthLimits) {
   const std::string start = "C:\\";
-  EXPECT_EQ(kNameValid, validate(start + std::string(256, 'a')));
-  EXPECT_EQ(kNameTooLong, validate(start + std::string(257, 'a')));
-  EXPECT_EQ(kNameTooLong, validate(std::string(5000, '*')));
-  EXPECT_EQ(kNameValid, validateGroupName(std::string(255, 'g').c_str(), &badChar));
-  EXPECT_EQ(kNameTooLong, validateGroupName(std::string(256, 'g').c_str(), &badChar));
+  EXPECT_EQ(validate(start + std::string(256, 'a')), kNameValid);
+  EXPECT_EQ(validate(start + std::string(257, 'a')), kNameTooLong);
+  EXPECT_EQ(validate(std::string(5000, '*')), kNameTooLong);
+  EXPECT_EQ(validateGroupName(std::string(255, 'g').c_str(), &badChar), kNameValid);
+  EXPECT_EQ(validateGroupName(std::string(256, 'g').c_str(), &badChar), kNameTooLong);
 }
 
 // Every character by itself, against the accepted codes counted out.
-TEST_F(Paths, AcceptedCharacters) {
+TEST_F(PathsTest, AcceptedCharacters) {
   for (int code = 1; code < 256; ++code) {
     const bool letterOrDigit =
         (code >= 48 && code <= 57) || (code >= 65 && code <= 90) || (code >= 97 && code <= 122);
@@ -76,47 +68,48 @@ TEST_F(Paths, AcceptedCharacters) {
                              code == 125 || code == 126;
     const bool accepted = letterOrDigit || punctuation || code >= 128;
     const std::string c(1, static_cast<char>(code));
-    EXPECT_EQ(accepted ? kNameValid : kIllegalCharacter, validateGroupName(c.c_str(), &badChar))
+    EXPECT_EQ(validateGroupName(c.c_str(), &badChar), accepted ? kNameValid : kIllegalCharacter)
         << code;
     if (!accepted) {
-      EXPECT_EQ(c[0], badChar);
+      EXPECT_EQ(badChar, c[0]);
     }
     if (code == '\\' || code == ':') continue;
-    EXPECT_EQ(accepted ? kNameValid : kIllegalCharacter, validate("C:\\a" + c)) << code;
+    EXPECT_EQ(validate("C:\\a" + c), accepted ? kNameValid : kIllegalCharacter) << code;
   }
-  EXPECT_EQ(kNameValid, validateGroupName("", &badChar));
+  EXPECT_EQ(validateGroupName("", &badChar), kNameValid);
 }
 
-TEST_F(Paths, Roots) {
-  EXPECT_EQ("C:\\", root("C:\\Apps\\X"));
-  EXPECT_EQ("C:", root("C:"));
-  EXPECT_EQ("\\\\srv\\share\\", root("\\\\srv\\share\\dir"));
-  EXPECT_EQ("\\\\srv\\share", root("\\\\srv\\share"));
-  EXPECT_EQ("\\\\srv", root("\\\\srv"));
-  EXPECT_EQ("E:\\", root("x"));
+TEST_F(PathsTest, Roots) {
+  EXPECT_EQ(root("C:\\Apps\\X"), "C:\\");
+  EXPECT_EQ(root("C:"), "C:");
+  EXPECT_EQ(root("\\\\srv\\share\\dir"), "\\\\srv\\share\\");
+  EXPECT_EQ(root("\\\\srv\\share"), "\\\\srv\\share");
+  EXPECT_EQ(root("\\\\srv"), "\\\\srv");
+  EXPECT_EQ(root("x"), "E:\\");
   computer.currentDirectory = std::string(255, 'x');
-  EXPECT_EQ("ab\\", root("ab\\cdefgh"));  // cannot be made absolute: taken as it stands
-  EXPECT_EQ("\\a\\", root("\\a\\cdefgh"));
+  EXPECT_EQ(root("ab\\cdefgh"), "ab\\");  // cannot be made absolute: taken as it stands
+  EXPECT_EQ(root("\\a\\cdefgh"), "\\a\\");
 }
 
-TEST(FormatThousands, GroupsDigits) {
-  EXPECT_EQ("0", formatThousands(0));
-  EXPECT_EQ("999", formatThousands(999));
-  EXPECT_EQ("1,000", formatThousands(1000));
-  EXPECT_EQ("123,456", formatThousands(123456));
-  EXPECT_EQ("1,234,567", formatThousands(1234567));
-  EXPECT_EQ("4,294,967,295", formatThousands(4294967295U));
+TEST(FormatThousandsTest, GroupsDigits) {
+  for (const auto& [number, text] : {std::pair{0U, "0"},
+                                     {999U, "999"},
+                                     {1000U, "1,000"},
+                                     {123456U, "123,456"},
+                                     {4294967295U, "4,294,967,295"}}) {
+    EXPECT_EQ(formatThousands(number), text);
+  }
 }
 
-TEST(JoinPath, FillsWholeOrNotAtAll) {
+TEST(JoinPathTest, FillsWholeOrNotAtAll) {
   PathText text = "old";
   EXPECT_TRUE(joinPath(text, {std::string(200, 'a'), std::string(59, 'b')}));
-  EXPECT_EQ(std::string(200, 'a') + std::string(59, 'b'), text);
+  EXPECT_EQ(text, std::string(200, 'a') + std::string(59, 'b'));
   EXPECT_FALSE(joinPath(text, {std::string(200, 'a'), std::string(60, 'b')}));
-  EXPECT_STREQ("", text);
+  EXPECT_STREQ(text, "");
   copyPath(text, "x");
   EXPECT_TRUE(joinPath(text, {text, "\\", text}));
-  EXPECT_STREQ("x\\x", text);
+  EXPECT_STREQ(text, "x\\x");
 }
 
 }  // namespace

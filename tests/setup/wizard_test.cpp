@@ -38,9 +38,9 @@ Step leave(Page page, std::function<void()> look = {}) {
 }
 
 // The whole wizard, its pages answered by a script.
-class Wizard : public testing::Test {
+class WizardTest : public testing::Test {
  protected:
-  Wizard() {
+  WizardTest() {
     addSampleMedium(computer);
     computer.onPage = [this](Page page) { return answer(page); };
   }
@@ -52,7 +52,7 @@ class Wizard : public testing::Test {
     }
     const Step step = steps.front();
     steps.pop_front();
-    EXPECT_STREQ(pageResource(step.page), pageResource(page));
+    EXPECT_STREQ(pageResource(page), pageResource(step.page));
     if (step.look) step.look();
     if (step.direction != 0) settings.navStep = step.direction;
     // Exit on the storage page leaves the confirmation's answer.
@@ -75,9 +75,9 @@ class Wizard : public testing::Test {
 
   void expectHalt(const std::string& message, const std::string& suggestion) {
     run(Page::welcome, {leave(Page::halted)});
-    EXPECT_EQ(message, settings.haltMessage);
-    EXPECT_EQ(suggestion, settings.haltSuggestion);
-    EXPECT_EQ(1, computer.exits);
+    EXPECT_EQ(settings.haltMessage, message);
+    EXPECT_EQ(settings.haltSuggestion, suggestion);
+    EXPECT_EQ(computer.exits, 1);
     EXPECT_THAT(computer.directoriesMade, IsEmpty());
   }
 
@@ -87,106 +87,105 @@ class Wizard : public testing::Test {
   std::deque<Step> steps;
 };
 
-TEST_F(Wizard, DefaultsInstallEverything) {
+TEST_F(WizardTest, DefaultsInstallEverything) {
   const Step locations = next(Page::locations, [this] {
-    EXPECT_STREQ("C:\\Program Files\\Glimrix7", settings.programDir);
-    EXPECT_STREQ("C:\\Program Files\\Glimrix7\\Images", settings.picturesDir);
-    EXPECT_STREQ("C:\\Program Files\\Glimrix7\\Html_docs", settings.helpDir);
-    EXPECT_STREQ("C:\\Program Files\\Glimrix7\\Data", settings.dataDir);
+    EXPECT_STREQ(settings.programDir, "C:\\Program Files\\Glimrix7");
+    EXPECT_STREQ(settings.picturesDir, "C:\\Program Files\\Glimrix7\\Images");
+    EXPECT_STREQ(settings.helpDir, "C:\\Program Files\\Glimrix7\\Html_docs");
+    EXPECT_STREQ(settings.dataDir, "C:\\Program Files\\Glimrix7\\Data");
   });
   const Step storage = next(Page::storage, [this] {
-    EXPECT_EQ(1U, settings.spaceOk);
-    EXPECT_STREQ("Using the locations you selected, there is enough free space to install.",
-                 settings.haltMessage);
+    EXPECT_EQ(settings.spaceOk, 1U);
+    EXPECT_STREQ(settings.haltMessage,
+                 "Using the locations you selected, there is enough free space to install.");
   });
-  EXPECT_EQ(kResultOk,
-            run(Page::locations, {locations, next(Page::programGroup), next(Page::confirmation),
-                                  storage, leave(Page::finished)}));
-  EXPECT_STREQ("E:\\nt9895\\", settings.packageDir);
-  EXPECT_EQ(sampleFiles().size(), computer.written.size());
+  EXPECT_EQ(run(Page::locations, {locations, next(Page::programGroup), next(Page::confirmation),
+                                  storage, leave(Page::finished)}),
+            kResultOk);
+  EXPECT_STREQ(settings.packageDir, "E:\\nt9895\\");
+  EXPECT_EQ(computer.written.size(), sampleFiles().size());
   std::size_t bytes = 0;
   for (const SampleFile& file : sampleFiles()) bytes += file.content.size();
-  EXPECT_EQ("Install Complete\n\n\t" + std::to_string(sampleFiles().size()) +
-                " files copied\n\n\t" + std::to_string(bytes) + " bytes copied",
-            settings.haltMessage);
+  EXPECT_EQ(settings.haltMessage, "Install Complete\n\n\t" + std::to_string(sampleFiles().size()) +
+                                      " files copied\n\n\t" + std::to_string(bytes) +
+                                      " bytes copied");
   EXPECT_THAT(computer.explored, ElementsAre("C:\\Menu\\Programs\\Glimmerix7"));
   EXPECT_TRUE(computer.mainShown);
-  EXPECT_EQ(1, computer.exits);
-  EXPECT_EQ(0, computer.openFiles);
+  EXPECT_EQ(computer.exits, 1);
+  EXPECT_EQ(computer.openFiles, 0);
 }
 
-TEST_F(Wizard, StorageIsCountedAfreshOnEachVisit) {
+TEST_F(WizardTest, StorageIsCountedAfreshOnEachVisit) {
   run(Page::storage,
       {back(Page::storage), back(Page::confirmation), back(Page::programGroup),
        back(Page::locations), back(Page::documentation), back(Page::components),
        next(Page::welcome), next(Page::components, [this] { settings.installTwistel = 0; }),
        next(Page::documentation), next(Page::locations), next(Page::programGroup),
        next(Page::confirmation), next(Page::storage), leave(Page::finished)});
-  EXPECT_EQ(sampleFiles().size() - 2, settings.expectedFiles);
-  EXPECT_EQ(settings.expectedFiles, settings.runningFiles);
-  EXPECT_EQ("(none)", computer.contentOf("C:\\Program Files\\Glimrix7\\twistel.exe"));
+  EXPECT_EQ(settings.expectedFiles, sampleFiles().size() - 2);
+  EXPECT_EQ(settings.runningFiles, settings.expectedFiles);
+  EXPECT_EQ(computer.contentOf("C:\\Program Files\\Glimrix7\\twistel.exe"), "(none)");
 }
 
-TEST_F(Wizard, ExitEndsTheWizardOnEveryPageButStorage) {
+TEST_F(WizardTest, ExitEndsTheWizardOnEveryPageButStorage) {
   for (const Page last : kPagesBeforeStorage) {
     settings = InstallSettings();
     computer.exits = 0;
-    EXPECT_EQ(kResultOk, run(last, {leave(last)}));
-    EXPECT_EQ(1, computer.exits);
+    EXPECT_EQ(run(last, {leave(last)}), kResultOk);
+    EXPECT_EQ(computer.exits, 1);
   }
   EXPECT_THAT(computer.written, IsEmpty());
 }
 
-TEST_F(Wizard, ExitOnStorageInstallsEvenWithoutRoom) {
+TEST_F(WizardTest, ExitOnStorageInstallsEvenWithoutRoom) {
   computer.disks["C:\\"] = {1, 1, 10};
   const Step storage = leave(Page::storage, [this] {
-    EXPECT_EQ(0U, settings.spaceOk);
-    EXPECT_STREQ(
-        "Using the locations you selected, there is not enough space available.\n\n"
-        "Reassign compenents or make more space available.",
-        settings.haltMessage);
+    EXPECT_EQ(settings.spaceOk, 0U);
+    EXPECT_STREQ(settings.haltMessage,
+                 "Using the locations you selected, there is not enough space available.\n\n"
+                 "Reassign compenents or make more space available.");
   });
   run(Page::storage, {storage, leave(Page::finished)});
-  EXPECT_EQ(sampleFiles().size(), computer.written.size());
+  EXPECT_EQ(computer.written.size(), sampleFiles().size());
 }
 
-TEST_F(Wizard, ADialogThatCannotBeShownEndsTheWizard) {
+TEST_F(WizardTest, ADialogThatCannotBeShownEndsTheWizard) {
   computer.onPage = [this](Page page) { return page != Page::storage && answer(page); };
   run(Page::storage, {});
   EXPECT_THAT(computer.written, IsEmpty());
-  EXPECT_EQ(1, computer.exits);
+  EXPECT_EQ(computer.exits, 1);
 }
 
-TEST_F(Wizard, WithoutGlintTheDocumentationPageIsPassedBothWays) {
+TEST_F(WizardTest, WithoutGlintTheDocumentationPageIsPassedBothWays) {
   // The page never lets Next be pressed like this; the flow holds all the same.
   const Step withoutGlint = next(Page::components, [this] { settings.installGlint = 0; });
   run(Page::components,
       {withoutGlint, back(Page::locations), back(Page::components), next(Page::welcome),
        withoutGlint, next(Page::locations), next(Page::programGroup), next(Page::confirmation),
        leave(Page::storage), leave(Page::finished)});
-  EXPECT_EQ(0U, settings.installDocs);
+  EXPECT_EQ(settings.installDocs, 0U);
 }
 
-TEST_F(Wizard, WithoutAProgramsDirectoryTheDefaultIsOnTheDrive) {
+TEST_F(WizardTest, WithoutAProgramsDirectoryTheDefaultIsOnTheDrive) {
   computer.programFiles.clear();
   run(Page::locations, {leave(Page::locations)});
-  EXPECT_STREQ("c:\\\\Glimrix7", settings.programDir);
+  EXPECT_STREQ(settings.programDir, "c:\\\\Glimrix7");
 }
 
-TEST_F(Wizard, HaltsOnADirectoryInPlaceOfTheMedium) {
+TEST_F(WizardTest, HaltsOnADirectoryInPlaceOfTheMedium) {
   computer.currentDirectory = "C:\\Apps";
   computer.addDirectory("C:\\Apps\\nt9895\\glint.exe");
   expectHalt("Cannot locate install data on source media",
              "Contact Technical Support, install data appears to be corrupt.");
-  EXPECT_STREQ("C:\\Apps\\nt9895\\", settings.packageDir);
+  EXPECT_STREQ(settings.packageDir, "C:\\Apps\\nt9895\\");
 }
 
-TEST_F(Wizard, HaltsWithoutAShellAllocator) {
+TEST_F(WizardTest, HaltsWithoutAShellAllocator) {
   computer.allocatorResult = -1;
   expectHalt("Memory allocation problem", "Reboot, system appears to be corrupt");
 }
 
-TEST_F(Wizard, HaltsOnOldSystemsOnly) {
+TEST_F(WizardTest, HaltsOnOldSystemsOnly) {
   struct {
     OsVersion version;
     bool refused;
@@ -194,7 +193,7 @@ TEST_F(Wizard, HaltsOnOldSystemsOnly) {
                      {{2, 3, 51}, true}, {{2, 4, 0}, false}, {{2, 10, 0}, false},
                      {{3, 0, 0}, false}};
   for (const auto& [version, refused] : cases) {
-    EXPECT_EQ(refused, isRefused(version)) << version.platformId << ": " << version.major;
+    EXPECT_EQ(isRefused(version), refused) << version.platformId << ": " << version.major;
   }
   computer.version = {1, 3, 95};
   expectHalt(
@@ -203,11 +202,11 @@ TEST_F(Wizard, HaltsOnOldSystemsOnly) {
       "Upgrade your operating system.");
 }
 
-TEST_F(Wizard, WithoutAProgramsFolderItReturnsSilently) {
+TEST_F(WizardTest, WithoutAProgramsFolderItReturnsSilently) {
   computer.programsResult = -5;
-  EXPECT_EQ(-5, run(Page::welcome, {}));
+  EXPECT_EQ(run(Page::welcome, {}), -5);
   EXPECT_THAT(computer.pages, IsEmpty());
-  EXPECT_EQ(0, computer.exits);
+  EXPECT_EQ(computer.exits, 0);
 }
 
 }  // namespace

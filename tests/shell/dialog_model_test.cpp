@@ -24,7 +24,7 @@ std::int32_t DimensionAfter(std::int32_t dimension, const char* text) {
   return dimension;
 }
 
-TEST(NumberText, Factors) {
+TEST(NumberTextTest, Factors) {
   EXPECT_EQ(FactorText(1.0F), "1.000000");
   EXPECT_EQ(FactorText(-0.25F), "-0.250000");
   EXPECT_EQ(FactorText(3.0e38F).size(), 39U + 7U);
@@ -36,7 +36,7 @@ TEST(NumberText, Factors) {
   EXPECT_EQ(FactorAfter(1, "0000000000000000000125"), 1.0F);
 }
 
-TEST(NumberText, Dimensions) {
+TEST(NumberTextTest, Dimensions) {
   EXPECT_EQ(DimensionAfter(7, "640"), 640);
   EXPECT_EQ(DimensionAfter(7, "12 pixels"), 12);
   EXPECT_EQ(DimensionAfter(7, ""), 7);
@@ -46,7 +46,7 @@ TEST(NumberText, Dimensions) {
   EXPECT_EQ(DimensionAfter(7, "9999999999"), INT32_MAX);
 }
 
-TEST(Scroll, StepsStayOnTheBar) {
+TEST(ScrollTest, StepsStayOnTheBar) {
   struct Case {
     std::int32_t position;
     ScrollStep step;
@@ -72,7 +72,7 @@ TEST(Scroll, StepsStayOnTheBar) {
   EXPECT_EQ(ScrolledPosition(INT_MAX - 2, INT_MAX, ScrollStep::pageOn, 0), INT_MAX);
 }
 
-TEST(SaveTexts, StartNameLosesItsEnding) {
+TEST(SaveTextsTest, StartNameLosesItsEnding) {
   EXPECT_EQ(SaveStartName("photo.png"), "photo");
   EXPECT_EQ(SaveStartName("clip.fli {fr #4}"), "clip");
   EXPECT_EQ(SaveStartName("a.b.png"), "a.b.png");
@@ -81,13 +81,13 @@ TEST(SaveTexts, StartNameLosesItsEnding) {
   EXPECT_EQ(SaveStartName("a."), "a.");
 }
 
-TEST(ColourCount, BeyondWhat32BitsCount) {
+TEST(ColourCountTest, BeyondWhat32BitsCount) {
   EXPECT_EQ(ColourCountText(2, 3, 1), "This image has 2 colors. 66.67% utilization.");
   EXPECT_EQ(ColourCountText(16777216, 100000, 100000),
             "This image has 16777216 colors. 0.17% utilization.");
 }
 
-TEST(WindowTable, UnsavedIsChangedOrNameless) {
+TEST(WindowTableTest, UnsavedIsChangedOrNameless) {
   ImageRecord image = {};
   image.flags = kFlagAlpha | kFlagPixelsChanged | kFlagDisplayStale;
   EXPECT_FALSE(IsUnsaved(image));
@@ -97,7 +97,7 @@ TEST(WindowTable, UnsavedIsChangedOrNameless) {
   }
 }
 
-TEST(WindowTable, ClosingLosesWhatIsUnsavedOrEdited) {
+TEST(WindowTableTest, ClosingLosesWhatIsUnsavedOrEdited) {
   ImageRecord image = {};
   CopyText(image.name, "photo.png");
   DisplayRecord record = {};
@@ -111,7 +111,7 @@ TEST(WindowTable, ClosingLosesWhatIsUnsavedOrEdited) {
   EXPECT_EQ(SaveChangesQuestion(image), "Save changes to photo.png?");
 }
 
-TEST(OpenFilter, PairsInTableOrder) {
+TEST(OpenFilterTest, PairsInTableOrder) {
   std::string filter = BuildOpenFilter();
   for (char& c : filter) c = c == '\0' ? '|' : c;
   EXPECT_TRUE(filter.starts_with("All Files (*.*)|*.*|Targa (*.tga)|*.tga|BMP (*.bmp)|*.bmp|"));
@@ -128,7 +128,7 @@ RubberBand Dragged(Point from, Point to, std::int32_t width, std::int32_t height
   return band;
 }
 
-TEST(RubberBand, AspectLockKeepsTheDiagonalsLength) {
+TEST(RubberBandTest, AspectLockKeepsTheDiagonalsLength) {
   // 640 : 480 has the diagonal 800, so 100 along it are 80 across and 60 down.
   EXPECT_EQ(Dragged({10, 10}, {110, 10}, 640, 480).shape, (ClipRegion{10, 10, 90, 70}));
   EXPECT_EQ(Dragged({10, 10}, {10, 110}, 640, 480).shape, (ClipRegion{10, 10, 90, 70}));
@@ -138,7 +138,7 @@ TEST(RubberBand, AspectLockKeepsTheDiagonalsLength) {
   EXPECT_EQ(Dragged({0, 0}, {3, 4}, 3, 4).shape, (ClipRegion{0, 0, 3, 4}));
 }
 
-TEST(RubberBand, MovingKeepsTheLockedSize) {
+TEST(RubberBandTest, MovingKeepsTheLockedSize) {
   RubberBand band = Dragged({10, 10}, {110, 10}, 640, 480);
   GrabRubberBand(band, {110, 10});
   DropRubberBand(band, {100, 30});

@@ -14,7 +14,7 @@ namespace {
 
 constexpr Rgba kWhite = {255, 255, 255, 255};
 
-class Entry : public ShellTest {
+class EntryTest : public ShellTest {
  protected:
   void SetUp() override {
     GetCurrentDirectoryA(sizeof startFolder, startFolder);
@@ -26,7 +26,7 @@ class Entry : public ShellTest {
   char startFolder[MAX_PATH] = "";
 };
 
-TEST_F(Entry, LogoIsTheBackground) {
+TEST_F(EntryTest, LogoIsTheBackground) {
   // Any picture will do for a logo; its alpha, had it one, would not matter.
   temp.Write("qmki_logo.trm", "P3 3 2 255  255 0 0  0 255 0  0 0 255  1 2 3  4 5 6  7 8 9\n");
   Run([](HWND window) {
@@ -55,7 +55,7 @@ bool DrawnInTheMiddle(HWND window) {
   return false;
 }
 
-TEST_F(Entry, WithoutALogoTheNameStandsInTheMiddle) {
+TEST_F(EntryTest, WithoutALogoTheNameStandsInTheMiddle) {
   Run([](HWND window) { EXPECT_TRUE(DrawnInTheMiddle(window)); });
   // A logo that says it is one, and breaks off, is passed over without a message.
   temp.Write("qmki_logo.trm",
@@ -64,7 +64,7 @@ TEST_F(Entry, WithoutALogoTheNameStandsInTheMiddle) {
   Run([](HWND window) { EXPECT_TRUE(DrawnInTheMiddle(window)); });
 }
 
-TEST_F(Entry, LeaksAreReportedAfterTheMainWindowIsGone) {
+TEST_F(EntryTest, LeaksAreReportedAfterTheMainWindowIsGone) {
   EXPECT_EQ(Run([](HWND) { AllocMem(3, 4, "left behind"); }), 0);
   const std::vector<AnsweredBox> boxes = TakeBoxes();
   ASSERT_EQ(boxes.size(), 4U);
@@ -75,12 +75,12 @@ TEST_F(Entry, LeaksAreReportedAfterTheMainWindowIsGone) {
   EXPECT_EQ(boxes[3].title, "SA Program Message");
 }
 
-TEST_F(Entry, TheLoopMayEndUnderAnOpenWindow) {
+TEST_F(EntryTest, TheLoopMayEndUnderAnOpenWindow) {
   EXPECT_EQ(Run([](HWND) { PostQuitMessage(7); }, true), 7);
   EXPECT_EQ(Shell().mainWindow, nullptr);
 }
 
-TEST_F(Entry, NoWindowNoRun) {
+TEST_F(EntryTest, NoWindowNoRun) {
   // The name is taken, so the class cannot be registered.
   WNDCLASSA taken = {};
   taken.lpfnWndProc = DefWindowProcA;
@@ -95,7 +95,7 @@ TEST_F(Entry, NoWindowNoRun) {
   EXPECT_TRUE(ran);
 }
 
-TEST_F(Entry, MainWindowClosedUnderAModalDialog) {
+TEST_F(EntryTest, MainWindowClosedUnderAModalDialog) {
   const auto askOn = [](HWND window) {
     PostMessageA(window, WM_CLOSE, 0, 0);
     MessageBoxA(window, "Still there?", "Wizard", MB_OK);
@@ -105,7 +105,7 @@ TEST_F(Entry, MainWindowClosedUnderAModalDialog) {
   TakeBoxes();
 }
 
-TEST_F(Entry, LibraryTextsAreShownInBoxes) {
+TEST_F(EntryTest, LibraryTextsAreShownInBoxes) {
   Run([](HWND window) {
     HWND image = ShowImage("a", Solid(20, 10, {1, 2, 3, 255}));
     const DialogScope dialog;

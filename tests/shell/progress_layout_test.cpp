@@ -12,7 +12,7 @@ std::int32_t PercentageAt(std::int32_t position, std::int32_t total) {
   return ProgressPercentage(ProgressFraction(position, ProgressScale(total)));
 }
 
-TEST(ProgressFraction, Percentages) {
+TEST(ProgressFractionTest, Percentages) {
   constexpr std::int32_t kMost = std::numeric_limits<std::int32_t>::max();
   constexpr std::int32_t kLeast = std::numeric_limits<std::int32_t>::min();
   const std::int32_t cases[][3] = {{0, 8, 0},       {1, 8, 12},     {7, 8, 87},  {8, 8, 100},
@@ -23,7 +23,7 @@ TEST(ProgressFraction, Percentages) {
   }
 }
 
-TEST(ProgressLayout, StopButtonTakesTheLowerHalf) {
+TEST(ProgressLayoutTest, StopButtonTakesTheLowerHalf) {
   const Box client = {0, 0, 300, 60};
   const ProgressLayout layout = LayOutProgress(client, true, 1.0F);
   EXPECT_EQ(layout.barArea, (Box{0, 0, 300, 30}));
@@ -45,7 +45,7 @@ void Paint(std::vector<int>& coats, const Box& client, const Box& box) {
 }
 
 // Nothing is erased before the painting, so every pixel must be painted, and once is enough.
-TEST(ProgressLayout, PartsCoverTheClientAreaOnce) {
+TEST(ProgressLayoutTest, PartsCoverTheClientAreaOnce) {
   for (const Box client : {Box{0, 0, 300, 60}, {0, 0, 301, 31}, {0, 0, 7, 3}, {0, 0, 1, 1}}) {
     for (const float fraction :
          {-0.5F, 0.0F, 0.33F, 1.0F, -std::numeric_limits<float>::infinity()}) {

@@ -8,7 +8,7 @@
 namespace imx::test {
 namespace {
 
-using RubberBandWindow = ShellTest;
+using RubberBandWindowTest = ShellTest;
 
 constexpr Rgba kImage = {16, 32, 64, 255};
 constexpr Rgba kInverted = {239, 223, 191, 255};
@@ -32,7 +32,7 @@ void ExpectErased(HWND window) {
   }
 }
 
-TEST_F(RubberBandWindow, SetsTheClipRegion) {
+TEST_F(RubberBandWindowTest, SetsTheClipRegion) {
   Run([](HWND) {
     HWND window = ShowImage("a", Solid(200, 100, kImage));
     Mouse(window, WM_LBUTTONDOWN, MK_LBUTTON, 60, 20);
@@ -72,7 +72,7 @@ TEST_F(RubberBandWindow, SetsTheClipRegion) {
   });
 }
 
-TEST_F(RubberBandWindow, EndsWithItsWindow) {
+TEST_F(RubberBandWindowTest, EndsWithItsWindow) {
   Run([](HWND) {
     HWND first = ShowImage("a", Solid(150, 50, kImage));
     HWND second = ShowImage("b", Solid(150, 50, kImage));

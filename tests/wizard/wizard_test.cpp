@@ -173,7 +173,7 @@ TEST_F(WizardTest, HaltsOnADirectoryThatCannotBeMade) {
   }
 }
 
-TEST_F(Wizard, WithoutRoomEnterGoesBack) {
+TEST_F(WizardTest, WithoutRoomEnterGoesBack) {
   const std::string medium = Place("medium");
   fs::copy(SampleMedium(), medium, fs::copy_options::recursive);
   const std::string large = medium + "\\nt9895\\images\\large.trm";
@@ -187,7 +187,7 @@ TEST_F(Wizard, WithoutRoomEnterGoesBack) {
   run.ExpectEnd();
 }
 
-TEST_F(Wizard, AMediumInstalledOverItselfKeepsItsTemplates) {
+TEST_F(WizardTest, AMediumInstalledOverItselfKeepsItsTemplates) {
   const std::string medium = Place("medium");
   fs::copy(SampleMedium(), medium, fs::copy_options::recursive);
   const std::string data = medium + "\\nt9895\\data";
@@ -207,7 +207,7 @@ TEST_F(Wizard, AMediumInstalledOverItselfKeepsItsTemplates) {
 }
 
 // The programs ask for no code page and are given the system's; the setup program has its own.
-TEST_F(Wizard, InstalledProgramsFindDirectoriesBeyondAscii) {
+TEST_F(WizardTest, InstalledProgramsFindDirectoriesBeyondAscii) {
   choices.picturesDir = Place("Fot\xF3s");
   SetupRun run(SampleMedium());
   run.AnswerPages(choices);
