@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <memory>
 #include <string_view>
 
 #include "formats/alias.h"
@@ -14,6 +13,7 @@
 #include "formats/softimage.h"
 #include "imagelib/byte_order.h"
 #include "imagelib/file_reader.h"
+#include "imagelib/open_file.h"
 #include "imagelib/quirks.h"
 #include "imagelib/text.h"
 
@@ -42,7 +42,7 @@ bool IsTextByte(std::uint8_t byte) {
 }  // namespace
 
 bool ReadFileStart(const char* path, FileStart* start) {
-  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(OpenForReading(path), std::fclose);
+  const OpenFile file(OpenForReading(path));
   if (!file) return false;
   *start = {path, 0, 0, {}};
   std::setvbuf(file.get(), nullptr, _IONBF, 0);  // it is read once

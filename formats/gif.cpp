@@ -214,7 +214,7 @@ std::int32_t SaveGif(const ImageRecord* image, const char* path, std::int32_t in
   FileWriter out(path);
   if (!out.ok()) return 1;
   GifSource source{&indexed, &out, std::move(order), image->height};
-  PlainProgressScope progress("Saving GIF", image->height, 5);
+  ProgressScope progress("Saving GIF", image->height, 5, StopButton::none);
   GifStream gif{};
   gif.putByte = [](void* context, std::uint8_t byte) -> std::int32_t {
     return static_cast<GifSource*>(context)->out->U8(byte) ? 0 : kWriteError;

@@ -71,26 +71,18 @@ struct ImageFreer {
 /// An image record that is freed unless it is released.
 using ImageGuard = std::unique_ptr<ImageRecord, ImageFreer>;
 
-/// A progress display with a stop request, ended on every path.
+enum class StopButton { shown, none };
+
+/// A progress display, ended on every path.
 class ProgressScope {
  public:
-  ProgressScope(const char* title, std::int32_t total, std::int32_t extra) {
-    ProgressBeginAbortable(title, total, extra);
+  ProgressScope(const char* title, std::int32_t total, std::int32_t extra,
+                StopButton stop = StopButton::shown) {
+    (stop == StopButton::shown ? ProgressBeginAbortable : ProgressBegin)(title, total, extra);
   }
   ~ProgressScope() { ProgressEnd(); }
   ProgressScope(const ProgressScope&) = delete;
   ProgressScope& operator=(const ProgressScope&) = delete;
-};
-
-/// The same without a stop request.
-class PlainProgressScope {
- public:
-  PlainProgressScope(const char* title, std::int32_t total, std::int32_t extra) {
-    ProgressBegin(title, total, extra);
-  }
-  ~PlainProgressScope() { ProgressEnd(); }
-  PlainProgressScope(const PlainProgressScope&) = delete;
-  PlainProgressScope& operator=(const PlainProgressScope&) = delete;
 };
 
 /// How a walk over rows came to its end.

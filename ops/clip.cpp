@@ -10,7 +10,7 @@ NewImage Clipped(const ImageRecord& source, ClipRegion region) {
   if (!made) return made;
   TakeAfter(source, *made.image);
   const std::size_t rowSize = std::size_t{4} * static_cast<std::uint32_t>(region.Width());
-  PlainProgressScope progress("Clipping Region", region.Height(), 1);
+  ProgressScope progress("Clipping Region", region.Height(), 1, StopButton::none);
   for (std::int32_t y = 0; y < region.Height(); ++y) {
     ProgressUpdate(y);
     std::memcpy(PixelRow(*made.image, y), RegionRow(source, region, y), rowSize);

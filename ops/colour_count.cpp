@@ -16,7 +16,7 @@ std::int32_t CountColours(const ImageRecord* image) {
   TrackedBytes seen(kSetBytes, "count_cols1");
   if (!seen) return -1;
   {
-    PlainProgressScope progress("Count Colors", image->height, 1);
+    ProgressScope progress("Count Colors", image->height, 1, StopButton::none);
     for (std::int32_t y = 0; y < image->height; ++y) {
       ProgressUpdate(y);
       const std::uint8_t* pixel = PixelRow(*image, y);

@@ -24,7 +24,7 @@ void CorrectGamma(ImageRecord& image, float gamma) {
   image.flags |= kFlagChanged;
   std::uint8_t table[256];
   MakeTable(gamma, table);
-  PlainProgressScope progress("Apply Gamma", image.height, 1);
+  ProgressScope progress("Apply Gamma", image.height, 1, StopButton::none);
   for (std::int32_t y = 0; y < image.height; ++y) {
     ProgressUpdate(y);
     std::uint8_t* pixel = PixelRow(image, y);

@@ -26,7 +26,7 @@ OperationError MergeInto(ImageRecord& target, ClipRegion region, const ImageReco
   const NewImage made = ResampledTo(source, region.right - region.left, region.bottom - region.top);
   if (!made) return made.error;
   const ImageRecord& block = *made.image;
-  PlainProgressScope progress("Merge Resampled Region", block.height, 1);
+  ProgressScope progress("Merge Resampled Region", block.height, 1, StopButton::none);
   for (std::int32_t y = 0; y < block.height; ++y) {
     ProgressUpdate(y);
     const std::uint8_t* from = PixelRow(block, y);

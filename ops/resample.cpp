@@ -52,7 +52,7 @@ NewImage Sample(const ImageRecord& source, const ClipRegion& window, std::int32_
   const Sampling sampling(source, window, width, height);
   if (!sampling) return NoImage(OperationFault::noMemory);
   made.image->flags |= source.flags & kFlagAlpha;
-  PlainProgressScope progress("Generate Resampled Image", height, 1);
+  ProgressScope progress("Generate Resampled Image", height, 1, StopButton::none);
   for (std::int32_t y = 0; y < height; ++y) {
     ProgressUpdate(y);
     SampleRow(sampling, static_cast<std::size_t>(y), PixelRow(*made.image, y));

@@ -10,7 +10,7 @@ using IndexMap = TrackedArray<std::int32_t>;
 
 void CopyPixels(const ImageRecord& source, const ClipRegion& region, const IndexMap& columns,
                 const IndexMap& rows, const ImageRecord& scaled) {
-  PlainProgressScope progress("Generate Rescaled Image", scaled.height, 1);
+  ProgressScope progress("Generate Rescaled Image", scaled.height, 1, StopButton::none);
   std::int32_t copied = -1;  // the region's row that the row above came from
   for (std::int32_t y = 0; y < scaled.height; ++y) {
     ProgressUpdate(y);

@@ -78,7 +78,7 @@ void FindNeighbours(ChannelDirections& directions, std::uint32_t i, std::int32_t
 template <typename Lookup>
 void SetDirections(const Palette& palette, std::int32_t entries, Directions& directions,
                    const Lookup& lookup) {
-  const PlainProgressScope progress("Setting Quantization Directions", entries, 4);
+  const ProgressScope progress("Setting Quantization Directions", entries, 4, StopButton::none);
   for (std::int32_t i = 0; i < entries; ++i) {
     ProgressUpdate(i);
     const std::uint8_t r = palette.red[i];

@@ -20,7 +20,7 @@ struct ErrorRows {
 /// Visits the rows from the top, with the position reported at every eighth.
 template <typename RowFunction>
 void ForEachRenderedRow(const char* title, std::int32_t height, RowFunction&& visit) {
-  const PlainProgressScope progress(title, height, 10);
+  const ProgressScope progress(title, height, 10, StopButton::none);
   for (std::int32_t y = 0; y < height; ++y) {
     if (y % 8 == 0) ProgressUpdate(y);
     visit(y);
