@@ -1,10 +1,10 @@
 #include "imagelib/text.h"
 
-#include "imagelib/system_files.h"
-
 #include <gtest/gtest.h>
 
 #include <string>
+
+#include "imagelib/system_files.h"
 
 namespace imx::test {
 namespace {
