@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <memory>
 
-#include "imagelib/open_file.h"
 #include "plugins/plugin.h"
 #include "plugins/tiff_load.h"
 

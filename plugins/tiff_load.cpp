@@ -4,6 +4,7 @@
 #include <cstdarg>
 #include <cstdio>
 
+#include "imagelib/open_file.h"
 #include "plugins/tiff_samples.h"
 
 namespace imx {
