@@ -37,10 +37,10 @@ TEST_F(TokenExpanderTest, DirectoriesAreInTheSystemsCodePageWhereItHasThem) {
   copyPath(settings.picturesDir, "C:\\Fot\xC3\xB3s \xC2\xBF");
   copyPath(settings.dataDir, "C:\\\xC3\xB3 \xE2\x82\xAC");  // with a euro sign
   copyPath(settings.helpDir, "C:\\\xC3\xA9");
-  EXPECT_EQ("C:\\Fot\xF3s \xBF", expand("%i.."));
-  EXPECT_EQ("C:\\\xC3\xB3 \xE2\x82\xAC", expand("%d.."));
-  EXPECT_EQ("C:\\\xC3\xB3|\xE2\x82\xAC", expand("%D.."));
-  EXPECT_EQ("C:\\\xE9", expand("%h.."));
+  EXPECT_EQ(expand("%i.."), "C:\\Fot\xF3s \xBF");
+  EXPECT_EQ(expand("%d.."), "C:\\\xC3\xB3 \xE2\x82\xAC");
+  EXPECT_EQ(expand("%D.."), "C:\\\xC3\xB3|\xE2\x82\xAC");
+  EXPECT_EQ(expand("%h.."), "C:\\\xE9");
 }
 
 // All texts of up to seven bytes over an alphabet that drives every state, cut tokens included.

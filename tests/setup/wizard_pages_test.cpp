@@ -229,7 +229,7 @@ TEST_F(WizardPagesTest, StorageShowsSixSlotsAndKeepsTheFormerAnswer) {
   EXPECT_EQ(settings.navStep, 1);
   settings.spaceOk = 1;
   EXPECT_TRUE(open(Page::storage).isEnabled(IDC_NEXT));
-  EXPECT_EQ(0, firstFocus(Page::storage, settings));
+  EXPECT_EQ(firstFocus(Page::storage, settings), 0);
   window->press(IDC_BACK);
   EXPECT_EQ(settings.navStep, -1);
 }
