@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <memory>
 
 #include "cli/host.h"
 #include "dispatch/host_alpha.h"
@@ -12,6 +11,7 @@
 #include "formats/raw.h"
 #include "imagelib/host.h"
 #include "imagelib/image.h"
+#include "imagelib/open_file.h"
 #include "imagelib/system_files.h"
 #include "imagelib/temporary_file.h"
 
@@ -22,11 +22,9 @@ constexpr std::uint64_t kMib = 1024 * 1024;
 // Even pixels written out as decimal text are not longer than this many times their four bytes.
 constexpr std::uint64_t kLongestForm = 4;
 
-using FileHandle = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
-
 /// Copies what is left of `stream` into the file `path`. Empty, or what went wrong.
 std::string Spool(std::FILE* stream, const std::string& path, std::uint64_t most) {
-  const FileHandle to(std::fopen(path.c_str(), "wb"), std::fclose);
+  const OpenFile to(std::fopen(path.c_str(), "wb"));
   if (!to) return std::strerror(errno);
   char buffer[65536];
   std::uint64_t total = 0;
@@ -84,7 +82,7 @@ Input LoadFile(const std::string& path, const Request& request, FileScope& scope
 Input LoadStream(const std::string& name, const Request& request, FileScope& scope,
                  std::string* fault) {
   const bool standard = name == "-";
-  const FileHandle opened(standard ? nullptr : std::fopen(name.c_str(), "rb"), std::fclose);
+  const OpenFile opened(standard ? nullptr : std::fopen(name.c_str(), "rb"));
   std::FILE* stream = standard ? stdin : opened.get();
   const TemporaryFile file{std::string()};
   if (!stream || !file.ok()) {

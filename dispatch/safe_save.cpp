@@ -3,24 +3,18 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
-#include <memory>
 
 #include "dispatch/host_alpha.h"
 #include "dispatch/save.h"
 #include "formats/codec_state.h"
 #include "imagelib/memory_edge.h"
+#include "imagelib/open_file.h"
 #include "imagelib/save_outcome.h"
 #include "imagelib/system_files.h"
 #include "imagelib/temporary_file.h"
 
 namespace imx {
 namespace {
-
-using FileHandle = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
-
-FileHandle Open(const std::string& path, const char* mode) {
-  return FileHandle(std::fopen(path.c_str(), mode), std::fclose);
-}
 
 SaveResult SystemFailure() {
   return {false, std::strerror(errno)};
@@ -43,7 +37,7 @@ SaveResult SaveInto(const TemporaryFile& file, const char* finalPath, ImageRecor
 }
 
 SaveResult CopyToStream(const std::string& path, std::FILE* stream) {
-  const FileHandle from = Open(path, "rb");
+  const OpenFile from(std::fopen(path.c_str(), "rb"));
   if (!from) return SystemFailure();
   char buffer[65536];
   while (const std::size_t got = std::fread(buffer, 1, sizeof buffer, from.get())) {
@@ -62,7 +56,7 @@ SaveResult SaveToStream(std::FILE* stream, ImageRecord* image) {
 }
 
 SaveResult SaveToDevice(const std::string& path, ImageRecord* image) {
-  FileHandle to = Open(path, "wb");
+  OpenFile to(std::fopen(path.c_str(), "wb"));
   if (!to) return SystemFailure();
   const SaveResult result = SaveToStream(to.get(), image);
   if (std::fclose(to.release()) != 0 && result.saved) return SystemFailure();

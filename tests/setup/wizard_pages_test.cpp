@@ -223,7 +223,7 @@ TEST_F(WizardPagesTest, StorageShowsSixSlotsAndKeepsTheFormerAnswer) {
   EXPECT_EQ(window->text(IDC_FIRST_DRIVE + 1), "Space used on \"\" will be 0 bytes");
   for (int slot = 2; slot < 6; ++slot) EXPECT_EQ(window->text(IDC_FIRST_DRIVE + slot), "--");
   EXPECT_FALSE(window->isEnabled(IDC_NEXT));
-  EXPECT_EQ(IDC_BACK, firstFocus(Page::storage, settings)) << "not Exit, which installs";
+  EXPECT_EQ(firstFocus(Page::storage, settings), IDC_BACK) << "not Exit, which installs";
   window->press(IDC_EXIT);
   EXPECT_EQ(settings.pageAccepted, 1U);
   EXPECT_EQ(settings.navStep, 1);
