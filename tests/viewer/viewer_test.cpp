@@ -373,7 +373,7 @@ TEST_F(ViewerTest, DoesWhatTheCommandLineDoes) {
   run.PressButton(IDYES);
   run.Save("PNG", "24-bit", kNoOption, temp.file("clip.png"));
   run.ExpectEnd();
-  const ImageGuard clipped = Clipped(*image, {10, 10, 200, 150}).image;
+  const ImageGuard clipped = Clipped(*photo, {10, 10, 100, 60}).image;
   EXPECT_EQ(Difference(*clipped, *Loaded(temp.file("clip.png"))), "");
   EXPECT_EQ(Difference(*wanted, *Loaded(temp.file("viewer.png"))), "");
 }
