@@ -157,13 +157,13 @@ TEST_F(LoadTest, TypesAreToldByContentAndForSomeByName) {
 TEST_F(LoadTest, TypesToOtherPrograms) {
   const QuirkScope interop(AllQuirks());
   for (const int marker : {0xDB, 0xE1, 0xEE}) {
-    EXPECT_EQ(LabelOf("a", Changed(kJfif, 3, marker)), std::string("JPEG"));
+    EXPECT_EQ(LabelOf("a", WithByte(kJfif, 3, marker)), std::string("JPEG"));
   }
   for (const char* start : {"P1 1", "P2#", "P4\n", "P5\t", "P7\r"}) {
     EXPECT_EQ(LabelOf("a", Text(start)), std::string("PPM")) << start;
   }
   EXPECT_EQ(LabelOf("a", Text("P5x")), std::string(kUnknown));
-  EXPECT_EQ(LabelOf("a", Changed(kJfif, 2, 0xFE)), std::string(kUnknown));
+  EXPECT_EQ(LabelOf("a", WithByte(kJfif, 2, 0xFE)), std::string(kUnknown));
 }
 
 TEST_F(LoadTest, AChosenRawKindTakesWhatNoEarlierTestKnows) {
