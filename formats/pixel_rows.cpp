@@ -135,8 +135,7 @@ void RowFromBits(const std::uint8_t* bits, const PixelTable& table, std::uint8_t
 void RowFromPairs(const std::uint8_t* pairs, const PixelTable& table, std::uint8_t* pixels,
                   std::size_t count) {
   for (std::size_t x = 0; x < count; ++x) {
-    const unsigned index = pairs[x / 4] >> (6 - 2 * (x % 4)) & 3u;
-    std::memcpy(pixels + 4 * x, &table.pixel[index], 4);
+    Store(pixels + 4 * x, table.pixel[pairs[x / 4] >> (6 - 2 * (x % 4)) & 3]);
   }
 }
 

@@ -13,6 +13,7 @@
 extern "C" {
 std::remove_pointer_t<imx::PluginLoad> JpegImageLoad, TiffImageLoad;
 std::remove_pointer_t<imx::PluginSave> JpegImageSave, TiffImageSave;
+std::remove_pointer_t<imx::PluginFaultOf> ImageFault;
 }
 
 namespace imx {
@@ -45,7 +46,8 @@ PluginLibrary::~PluginLibrary() = default;
 void* PluginLibrary::Symbol(const char* name) const {
   const auto& library = *static_cast<const LinkedLibrary*>(handle_);
   if (EqualNoCase(name, "ImageLoad")) return reinterpret_cast<void*>(library.load);
-  return reinterpret_cast<void*>(library.save);
+  if (EqualNoCase(name, "ImageSave")) return reinterpret_cast<void*>(library.save);
+  return EqualNoCase(name, "ImageFault") ? reinterpret_cast<void*>(ImageFault) : nullptr;
 }
 
 namespace test {
