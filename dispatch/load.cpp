@@ -301,13 +301,15 @@ LoadResult LoadWith(const char* path, const LoadChoices& choices, const QuirkSet
   LoadResult result = WithinMemory([path] { return LoadAsTold(path); }, OutOfMemory());
   if (result.failure == LoadFailure::empty) result.image = ImageGuard();
   CheckFrame(result, choices);
-  if (result.image && choices.way == ReadingWay::atNeed) {
-    const QuirkSet applied = scope.applied(), shown = scope.shown();
-    if (applied.any()) {
-      result.note = "read as other programs do (" + QuirkNames(applied) + "); --exact refuses it";
-    } else if (shown.any()) {
-      result.note = "other programs read it otherwise: --interop=" + QuirkNames(shown, ",");
-    }
+  if (!result.image) return result;
+  result.applied = scope.applied();
+  result.shown = scope.shown();
+  if (choices.way != ReadingWay::atNeed) return result;
+  if (result.applied.any()) {
+    result.note =
+        "read as other programs do (" + QuirkNames(result.applied) + "); --exact refuses it";
+  } else if (result.shown.any()) {
+    result.note = "other programs read it otherwise: --interop=" + QuirkNames(result.shown, ",");
   }
   return result;
 }
@@ -352,7 +354,7 @@ LoadResult Load(const char* path, const LoadChoices& choices) {
   if (!OthersMayReadIt(own)) return own;
   errors.Hold(false);
   LoadResult others = LoadWith(path, choices, choices.quirks);
-  const bool helped = others.image && !others.note.empty();
+  const bool helped = others.image && others.applied.any();
   if (helped) errors.Forget();
   return helped ? std::move(others) : std::move(own);
 }

@@ -34,6 +34,7 @@
 
 #define ID_ABOUT 40100
 #define ID_OPEN_RAW 40101
+#define ID_READ_AS_OTHERS 40102
 
 /* Controls; the same number means different things in different dialogs. */
 #define IDC_FACTOR 1000 /* gamma, rescale, resample */

@@ -22,6 +22,9 @@ bool RunViewerCommand(HWND, int command) {
     case ID_OPEN_RAW:
       imx::RunOpenRawImage();
       return true;
+    case ID_READ_AS_OTHERS:
+      imx::ToggleReadAsOthers();
+      return true;
     default:
       return false;
   }
@@ -38,5 +41,6 @@ int WINAPI WinMain(HINSTANCE instance, HINSTANCE, char*, int) {
                                   .windowStyle = WS_OVERLAPPEDWINDOW,
                                   .toolInTitle = true,
                                   .takesFiles = true,
+                                  .readingWay = imx::ReadingWay::atNeed,
                                   .command = RunViewerCommand});
 }

@@ -14,4 +14,10 @@ std::string LoadedImageName(const std::string& fileTitle, std::int32_t frame) {
   return name;
 }
 
+std::string ReadingNote(const QuirkSet& applied, const QuirkSet& shown) {
+  if (applied.any()) return " (as other programs read it: " + QuirkNames(applied) + ")";
+  if (shown.any()) return " (other programs read it otherwise: " + QuirkNames(shown) + ")";
+  return "";
+}
+
 }  // namespace imx

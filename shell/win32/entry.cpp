@@ -20,6 +20,7 @@ bool OpenShell(HINSTANCE instance, const ShellProgram& program) {
   Shell().instance = instance;
   Shell().titleOfTools = program.toolInTitle ? program.windowTitle : nullptr;
   Shell().programCommand = program.command;
+  Shell().readingWay = program.readingWay;
   SuppressProgress(true);
   if (!RegisterWindowClasses(instance, program.className) || !OpenMainWindow(program)) return false;
   Shell().bandPen = CreatePen(PS_SOLID, 1, RGB(255, 255, 255));

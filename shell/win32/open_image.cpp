@@ -6,12 +6,14 @@
 #include "imagelib/guards.h"
 #include "imagelib/text.h"
 #include "ops/commands.h"
+#include "resources/resource_ids.h"
 #include "shell/model/display_texts.h"
 #include "shell/win32/file_dialogs.h"
 #include "shell/win32/frame_dialog.h"
 #include "shell/win32/host_callbacks.h"
 #include "shell/win32/image_window.h"
 #include "shell/win32/raw_dialog.h"
+#include "shell/win32/shell_state.h"
 
 namespace imx {
 namespace {
@@ -70,6 +72,7 @@ void RunOpenRawImage() {
 OpenOutcome OpenImageFile(const std::string& path, const std::string& fileTitle,
                           std::int32_t rawKind) {
   LoadChoices choices;
+  choices.way = Shell().readingWay;
   choices.rawKind = rawKind;
   choices.rawWidth = Raw().width;  // as answered last
   choices.rawHeight = Raw().height;
@@ -88,7 +91,9 @@ OpenOutcome OpenImageFile(const std::string& path, const std::string& fileTitle,
   ImageGuard image = std::move(result.image);
   CopyTextCut(image->name, LoadedImageName(fileTitle, image->frame));
   CopyTextCut(image->path, path);
-  if (!OpenImageWindow(image->name, image.get())) {
+  std::string name = image->name;
+  if (choices.way != ReadingWay::exact) name += ReadingNote(result.applied, result.shown);
+  if (!OpenImageWindow(name.c_str(), image.get())) {
     ReportNoWindow(std::move(image));
     return OpenOutcome::noWindow;
   }
@@ -101,6 +106,14 @@ void OpenNamedFile(const std::string& path) {
   if (OpenImageFile(full, std::string(PathFileName(full))) == OpenOutcome::noImage) {
     ShowBox(("No image could be loaded from\n" + full).c_str(), "Failure", MB_ICONSTOP);
   }
+}
+
+void ToggleReadAsOthers() {
+  ReadingWay& way = Shell().readingWay;
+  const bool asOthers = way != ReadingWay::interop;
+  way = asOthers ? ReadingWay::interop : ReadingWay::atNeed;
+  CheckMenuItem(GetMenu(Shell().mainWindow), ID_READ_AS_OTHERS,
+                asOthers ? MF_CHECKED : MF_UNCHECKED);
 }
 
 }  // namespace imx

@@ -30,4 +30,8 @@ OpenOutcome OpenImageFile(const std::string& path, const std::string& fileTitle,
 /// One that gives no image is reported.
 void OpenNamedFile(const std::string& path);
 
+/// Changes between reading files as other programs do and doing so only where the library's own
+/// way gives nothing, and ticks the menu's item. The open images stay as they are.
+void ToggleReadAsOthers();
+
 }  // namespace imx

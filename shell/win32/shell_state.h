@@ -1,6 +1,7 @@
 /// The shell's process-wide state.
 #pragma once
 
+#include "dispatch/load.h"
 #include "imagelib/windows_api.h"
 #include "shell/model/rubber_band.h"
 #include "shell/model/window_table.h"
@@ -21,6 +22,7 @@ struct ShellState {
   RubberBand band = {};
   HPEN bandPen = nullptr;
   bool alphaCheckerboard = true;
+  ReadingWay readingWay = ReadingWay::exact;
 };
 
 /// One thread uses it.

@@ -80,10 +80,10 @@ TEST_F(ViewerTest, ShowsOpenedFiles) {
   run.TypePath("Open Image", Stored("veil.png", *veil, 0));
   const HWND second = run.Image(2, "veil.png");
   run.ExpectShown(second, *OverCheckerboard(*veil));
-  run.ExpectTicks('v', {true});
+  run.ExpectTicks('v', {true, false});
   run.Choose("va");
   run.ExpectShown(second, *veil);
-  run.ExpectTicks('v', {false});
+  run.ExpectTicks('v', {false, false});
   // What was out of sight while it was drawn comes into sight.
   Resize(second, 150, 50);
   run.Choose("va");
@@ -93,6 +93,39 @@ TEST_F(ViewerTest, ShowsOpenedFiles) {
   run.ExpectAndClose(
       "About Quillmark Viewer",
       "Opens:\nFlick (*.flc), AVI (*.avi), Photoshop (*.psd), Flick (*.fli), DEM (*.dem)");
+  run.Choose("fx");
+  run.ExpectEnd();
+}
+
+TEST_F(ViewerTest, ReadsAsOtherProgramsDo) {
+  const std::string pgm = temp.Write("grey.pgm", std::string_view("P5 2 1 255 \x20\x90"));
+  const std::string pix = Stored("photo.pix", *photo, 0);
+  Bytes gif = ReadFile(Stored("photo.gif", *photo, 0));
+  gif.at(12) = 49;  // pixels that are not square
+  const ImageGuard swapped = Copy(*photo);
+  for (std::uint32_t i = 0; i < swapped->pixelCount; ++i) {
+    std::swap(swapped->pixels[4 * i], swapped->pixels[4 * i + 2]);
+  }
+  ViewerRun run({pgm, temp.Write("squat.gif", gif)});
+  run.Image(1, "grey.pgm (as other programs read it: pnm-family)");
+  run.Image(2, "squat.gif (other programs read it otherwise: gif-screen)");
+  run.ExpectTicks('v', {true, false});
+  const struct {
+    const char* title;
+    const ImageRecord& wanted;
+    bool ticked;
+  } readings[] = {{"photo.pix (as other programs read it: alias-blue-first)", *swapped, true},
+                  {"photo.pix", *photo, false}};
+  int number = 2;
+  for (const auto& reading : readings) {
+    run.Choose("vo");
+    run.ExpectTicks('v', {true, reading.ticked});
+    run.Choose("fo");
+    run.TypePath("Open Image", pix);
+    const HWND image = run.Image(++number, reading.title);
+    run.ExpectShown(image, reading.wanted);
+    EXPECT_EQ(WindowText(image), "[" + std::to_string(number) + "] - " + reading.title);
+  }
   run.Choose("fx");
   run.ExpectEnd();
 }
