@@ -133,8 +133,9 @@ std::string AddRegion(Request& request, const char* value) {
   return {};
 }
 
-std::string AddClip(Request& request, const char* /*value*/) {
-  request.steps.push_back({ImageStep::Kind::clip});
+template <ImageStep::Kind kind>
+std::string AddStep(Request& request, const char* /*value*/) {
+  request.steps.push_back({kind});
   return {};
 }
 
@@ -146,6 +147,53 @@ std::string AddFactor(Request& request, const char* value) {
   if (error != std::errc() || stop != end || !std::isfinite(step.factor) || step.factor <= 0) {
     return "needs a number above 0";
   }
+  request.steps.push_back(step);
+  return {};
+}
+
+/// "WxH", "Wx", "xH", and behind it '!' or '>'.
+std::string AddResize(Request& request, const char* value) {
+  ImageStep step{ImageStep::Kind::resize};
+  SizeWish& size = step.size;
+  std::string_view text = value;
+  size.exact = text.ends_with('!');
+  size.onlyLarger = text.ends_with('>');
+  if (size.exact || size.onlyLarger) text.remove_suffix(1);
+  const std::size_t cross = text.find_first_of("xX");
+  bool fits = cross != std::string_view::npos && text.size() > 1;
+  const auto take = [&](std::string_view digits, std::int32_t* length) {
+    const auto number = Number(digits, 1, INT32_MAX);
+    fits = fits && (number || (digits.empty() && !size.exact));
+    *length = static_cast<std::int32_t>(number.value_or(0));
+  };
+  if (fits) take(text.substr(0, cross), &size.width);
+  if (fits) take(text.substr(cross + 1), &size.height);
+  if (!fits) return "needs WxH, Wx, xH, WxH! or WxH>";
+  request.steps.push_back(step);
+  return {};
+}
+
+constexpr const char* kTurns[] = {"90", "180", "270"};
+
+std::string AddRotate(Request& request, const char* value) {
+  ImageStep step{ImageStep::Kind::rotate};
+  const auto* found = std::find(std::begin(kTurns), std::end(kTurns), std::string_view(value));
+  if (found == std::end(kTurns)) return NeedsOneOf(kTurns);
+  step.quarters = static_cast<std::int32_t>(found - kTurns) + 1;
+  request.steps.push_back(step);
+  return {};
+}
+
+std::string AddFlatten(Request& request, const char* value) {
+  ImageStep step{ImageStep::Kind::flatten};
+  std::string_view digits = value;
+  for (std::uint8_t& channel : step.below) {
+    const char* end = digits.data() + std::min<std::size_t>(digits.size(), 2);
+    const auto [stop, error] = std::from_chars(digits.data(), end, channel, 16);
+    if (error != std::errc() || stop != digits.data() + 2) return "needs RRGGBB, six hex digits";
+    digits.remove_prefix(2);
+  }
+  if (!digits.empty()) return "needs RRGGBB, six hex digits";
   request.steps.push_back(step);
   return {};
 }
@@ -237,13 +285,25 @@ constexpr Option kOptions[] = {
      "the region of the operations that follow, in pixels, all edges included (default: the whole "
      "image, also after an operation that made a new one)",
      AddRegion},
-    {"--clip", 0, nullptr, kConvert, "go on with the region alone", AddClip},
+    {"--clip", 0, nullptr, kConvert, "go on with the region alone", AddStep<ImageStep::Kind::clip>},
     {"--gamma", 0, "G", kConvert, "raise the colours to the power G",
      AddFactor<ImageStep::Kind::gamma>},
     {"--rescale", 0, "F", kConvert, "go on with the region scaled by F, nearest neighbour",
      AddFactor<ImageStep::Kind::rescale>},
     {"--resample", 0, "F", kConvert, "go on with the region scaled by F, bilinear",
      AddFactor<ImageStep::Kind::resample>},
+    {"--resize", 0, "WxH", kConvert,
+     "fit the whole image into W x H keeping its shape; also Wx or xH, WxH! for exactly that size, "
+     "WxH> only when it is larger; averages in linear light, weighted by alpha (Mitchell filter, "
+     "Catmull-Rom to enlarge)",
+     AddResize},
+    {"--flip", 0, nullptr, kConvert, "turn the image upside down", AddStep<ImageStep::Kind::flip>},
+    {"--flop", 0, nullptr, kConvert, "mirror the image left to right",
+     AddStep<ImageStep::Kind::flop>},
+    {"--rotate", 0, "DEGREES", kConvert, "turn the image clockwise by {}", AddRotate, kTurns},
+    {"--flatten", 0, "RRGGBB", kConvert,
+     "put the image on this colour; no alpha is left (mixes stored values, as displays do)",
+     AddFlatten},
     {"--merge", 0, "FILE", kConvert, "put FILE, resampled, into the region", AddMerge},
     {"--render-mode", 0, "N", kConvert,
      "palette of reduced depths: 0 fixed, 1 grey, 2 built from the image (default), 4 that of the "

@@ -9,16 +9,32 @@
 #include <vector>
 
 #include "imagelib/quirks.h"
+#include "ops/operations.h"
 
 namespace imx {
 
 /// A step of a conversion between loading and saving.
 struct ImageStep {
-  enum class Kind { region, clip, gamma, rescale, resample, merge };
+  enum class Kind {
+    region,
+    clip,
+    gamma,
+    rescale,
+    resample,
+    resize,
+    flip,
+    flop,
+    rotate,
+    flatten,
+    merge
+  };
   Kind kind;
   std::array<std::int32_t, 4> region = {};  ///< left, top, right, bottom; all inclusive
   float factor = 1.0f;                      ///< of gamma, rescale and resample
-  std::string file = {};                    ///< to merge
+  SizeWish size = {};
+  std::int32_t quarters = 0;               ///< of a rotation, clockwise
+  std::array<std::uint8_t, 3> below = {};  ///< red, green and blue to flatten on
+  std::string file = {};                   ///< to merge
 };
 
 /// Everything that one command line asks for.

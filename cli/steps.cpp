@@ -48,6 +48,16 @@ std::string Replace(NewImage made, Canvas& canvas) {
   return {};
 }
 
+/// An image that has the size already is left alone to the last bit.
+std::string Resize(const SizeWish& wish, Canvas& canvas) {
+  const ImageRecord& image = **canvas.image;
+  const ImageSize before = {image.width, image.height};
+  const ImageSize size = FittedSize(before, wish);
+  if (size != before) return Replace(Resized(image, size), canvas);
+  canvas.SelectAll();
+  return {};
+}
+
 std::string Apply(const ImageStep& step, const ImageRecord* mergeSource, Canvas& canvas) {
   ImageRecord& image = **canvas.image;
   switch (step.kind) {
@@ -63,12 +73,26 @@ std::string Apply(const ImageStep& step, const ImageRecord* mergeSource, Canvas&
       return Replace(Rescaled(image, canvas.region, step.factor), canvas);
     case Kind::resample:
       return Replace(Resampled(image, canvas.region, step.factor), canvas);
+    case Kind::resize:
+      return Resize(step.size, canvas);
+    case Kind::flip:
+      FlipUpsideDown(image);
+      return {};
+    case Kind::flop:
+      FlopLeftToRight(image);
+      return {};
+    case Kind::rotate:
+      return Replace(Rotated(image, step.quarters), canvas);
+    case Kind::flatten:
+      Flatten(image, step.below[0], step.below[1], step.below[2]);
+      return {};
     case Kind::merge:
       return Reason(MergeInto(image, canvas.region, *mergeSource));
   }
   return {};
 }
 
+/// The option of a step that can fail.
 std::string NameOf(const ImageStep& step) {
   switch (step.kind) {
     case Kind::clip:
@@ -79,12 +103,15 @@ std::string NameOf(const ImageStep& step) {
       return "--rescale";
     case Kind::resample:
       return "--resample";
+    case Kind::resize:
+      return "--resize";
+    case Kind::rotate:
+      return "--rotate";
     case Kind::merge:
       return "--merge " + step.file;
-    case Kind::region:
-      break;
+    default:
+      return {};
   }
-  return "--region";
 }
 
 }  // namespace

@@ -58,3 +58,15 @@ function(imx_library name)
   add_library(${name} STATIC ${LIBRARY_SOURCES})
   target_link_libraries(${name} PUBLIC imx_flags ${LIBRARY_LINKS})
 endfunction()
+
+# imx_use_headers(TARGET HEADER): lets the target's sources include HEADER (FOLDER/NAME), of a library
+# that has no other part, from the system that builds. A folder with nothing else lets the cross
+# compiler have it without the native system's other headers.
+function(imx_use_headers target header)
+  cmake_path(GET header PARENT_PATH folder)
+  find_path(IMX_${folder}_INCLUDE ${header} NO_CMAKE_FIND_ROOT_PATH REQUIRED)
+  set(headers ${CMAKE_CURRENT_BINARY_DIR}/headers)
+  file(MAKE_DIRECTORY ${headers})
+  file(CREATE_LINK ${IMX_${folder}_INCLUDE}/${folder} ${headers}/${folder} SYMBOLIC)
+  target_include_directories(${target} SYSTEM PRIVATE ${headers})
+endfunction()

@@ -59,6 +59,40 @@ OperationError MergeInto(ImageRecord& target, ClipRegion region, const ImageReco
 /// Raises red, green and blue (as fractions of 255) to the power `gamma`. 1.0 changes nothing.
 void CorrectGamma(ImageRecord& image, float gamma);
 
+/// A width and a height in pixels.
+struct ImageSize {
+  std::int32_t width;
+  std::int32_t height;
+
+  friend bool operator==(const ImageSize&, const ImageSize&) = default;
+};
+
+/// How large an image is to become.
+struct SizeWish {
+  std::int32_t width = 0;   ///< the image's shape is kept within width x height; 0: no limit
+  std::int32_t height = 0;  ///< the same
+  bool exact = false;       ///< just width x height, both given, whatever the shape
+  bool onlyLarger = false;  ///< an image that is within them already stays as it is
+};
+
+/// The size that an image of size `from` gets by the wish; at least one pixel each way.
+ImageSize FittedSize(ImageSize from, const SizeWish& wish);
+
+/// The whole image in another size, averaged where it gets smaller (Mitchell-Netravali) and
+/// interpolated where it gets larger (Catmull-Rom): in linear light, taking the colours as sRGB,
+/// and weighted by alpha when the image has any. Marked and described as by the operations above.
+NewImage Resized(const ImageRecord& source, ImageSize size);
+
+/// Turns the whole image clockwise, `quarters` times 90 degrees. Marked and described as above.
+NewImage Rotated(const ImageRecord& source, std::int32_t quarters);
+
+/// Mirrors the image in place, its rows or its columns. Marked as CorrectGamma does.
+void FlipUpsideDown(ImageRecord& image);
+void FlopLeftToRight(ImageRecord& image);
+
+/// Puts the image on a colour, mixing stored values as displays do. No alpha is left.
+void Flatten(ImageRecord& image, std::uint8_t red, std::uint8_t green, std::uint8_t blue);
+
 /// Number of distinct colours, alpha aside; -1 for an image that is null or not alive, and when
 /// memory runs out.
 std::int32_t CountColours(const ImageRecord* image);

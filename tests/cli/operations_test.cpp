@@ -35,6 +35,9 @@ TEST_F(OperationsTest, RunInTheirOrderEachOnTheRegion) {
   ExpectGives("--region 1,1,6,4 --clip --clip", "-crop 6x4+1+1");
   ExpectGives("--region 1,1,6,4 --clip --region 0,0,1,1 --clip", "-crop 2x2+1+1");
   ExpectGives("--region 0,0,1,1 --region 1,1,6,4 --clip --rescale 2", "-crop 6x4+1+1 -sample 200%");
+  ExpectGives("--rotate 90 --flip --region 0,0,2,1 --clip", "-rotate 90 -flip -crop 3x2+0+0");
+  ExpectGives("--rotate 270 --flop --rotate 180", "-rotate 270 -flop -rotate 180");
+  ExpectGives("--resize '9x9>' --resize 8x --flatten 102030", "");
 }
 
 TEST_F(OperationsTest, WhatCannotBeDoneTellsWhyInOneLineAndWritesNothing) {
@@ -44,6 +47,8 @@ TEST_F(OperationsTest, WhatCannotBeDoneTellsWhyInOneLineAndWritesNothing) {
         {"--rescale 0.1", "in.ppm: --rescale: not a pixel would be left"},
         {"--max-memory 2 --resample 1000",
          "in.ppm: --resample: its pixels take 134 MiB, the limit is 2 (--max-memory)"},
+        {"--max-memory 2 --resize x9000",
+         "in.ppm: --resize: its pixels take 412 MiB, the limit is 2 (--max-memory)"},
         {"--merge thin.ppm",
          "in.ppm: --merge thin.ppm: images below 3 x 3 pixels cannot be resampled"},
         {"--merge missing.ppm", "missing.ppm: No such file or directory"}}) {
@@ -78,6 +83,26 @@ TEST_F(OperationsTest, MergeResampleAndCount) {
   ImxOutput({"convert", "flat.ppm", "larger.ppm", "--resample", "2"});
   EXPECT_EQ(Contents("larger.ppm"), "P6\n4 4\n255\n" + std::string(48, 'x'));
   EXPECT_EQ(ImxOutput({"count", "flat.ppm"}), "This image has 1 colors. 11.11% utilization.\n");
+}
+
+TEST_F(OperationsTest, ResizeTakesASizeInEveryForm) {
+  temp.Write("in.ppm", Pixmap(60, 40));
+  for (const auto& [size, gives] : {std::pair{"30x30", "P6\n30 20\n"},
+                                    {"120x", "P6\n120 80\n"},
+                                    {"X10", "P6\n15 10\n"},
+                                    {"7x9!", "P6\n7 9\n"},
+                                    {"x20>", "P6\n30 20\n"},
+                                    {"70x70>", "P6\n60 40\n"}}) {
+    ImxOutput({"convert", "in.ppm", "out.ppm", "--resize", size});
+    EXPECT_THAT(Contents("out.ppm"), StartsWith(gives)) << size;
+  }
+}
+
+TEST_F(OperationsTest, FlattenedPicturesAreSavedWithoutAlpha) {
+  WritePng("in.png", 2, 1, std::string("\xFF\0\0\x33\1\2\3\0", 8));
+  ImxOutput({"convert", "in.png", "out.png", "--flatten", "0A14fF"});
+  EXPECT_EQ(Decoded("out.png"), "\x3B\x10\xCC\xFF\x0A\x14\xFF\xFF");
+  EXPECT_THAT(ImxOutput({"info", "--json", "out.png"}), HasSubstr("\"depth\":24"));
 }
 
 TEST_F(OperationsTest, HeaderlessFiles) {

@@ -5,6 +5,7 @@
 #include <limits>
 #include <set>
 #include <utility>
+#include <vector>
 
 #include "imagelib/text.h"
 #include "ops/commands.h"
@@ -103,6 +104,15 @@ NewImage (*const kMakers[])(const ImageRecord&, const ClipRegion&) = {
     [](const ImageRecord& image, const ClipRegion& region) { return Resampled(image, region, 1); },
 };
 
+/// Those and the ones that make one of the whole image.
+std::vector<decltype(+kMakers[0])> AllMakers() {
+  std::vector<decltype(+kMakers[0])> all(std::begin(kMakers), std::end(kMakers));
+  all.push_back([](const ImageRecord& image, const ClipRegion&) { return Resized(image, {7, 9}); });
+  all.push_back([](const ImageRecord& image, const ClipRegion&) { return Rotated(image, 1); });
+  all.push_back([](const ImageRecord& image, const ClipRegion&) { return Rotated(image, 2); });
+  return all;
+}
+
 TEST_F(OpsTest, NewImagesTakeAfterTheirSource) {
   for (const ImageGuard& image : {PhotoLike(10, 8), AlphaGradient(10, 8)}) {
     image->fileType = 6;
@@ -110,7 +120,7 @@ TEST_F(OpsTest, NewImagesTakeAfterTheirSource) {
     CopyText(image->author, "Ann");
     CopyText(image->comment, "Seen");
     CopyText(image->notice, "Free");
-    for (const auto make : kMakers) {
+    for (const auto make : AllMakers()) {
       const ImageGuard made = make(*image, {1, 1, 4, 4}).image;
       ASSERT_TRUE(made);
       EXPECT_EQ(made->flags, (image->flags & kFlagAlpha) | kFlagChanged | kFlagNameGenerated);
@@ -183,6 +193,8 @@ TEST_F(OpsTest, ProgressCountsTheRows) {
   expectRun("Generate Rescaled Image", 6);
   Clipped(*image, kRegion);
   expectRun("Clipping Region", 3);
+  FlopLeftToRight(*image);
+  expectRun("Flop Image", 8);
   Resampled(*image, kRegion, 1);
   expectRun("Generate Resampled Image", 3);
   MergeInto(*image, kRegion, *image);
@@ -211,7 +223,7 @@ TEST_F(OpsTest, WhatMemoryDeniesIsFreed) {
       ASSERT_LT(n, 20);
     }
   };
-  for (const auto make : kMakers) expectTold([&] { return make(*image, kRegion).error; });
+  for (const auto make : AllMakers()) expectTold([&] { return make(*image, kRegion).error; });
   expectTold([&] { return MergeInto(*image, kRegion, *source); });
   EXPECT_NE(PixelBytes(*image), before) << "merged in the end";
   const AllocationFailure failure(0);
@@ -354,6 +366,111 @@ TEST_F(OpsTest, ColoursAreCountedOnce) {
   for (std::size_t i = 0; i < bytes.size(); i += 4) colours.insert(bytes.substr(i, 3));
   EXPECT_EQ(CountColours(photo.get()), static_cast<std::int32_t>(colours.size()));
   EXPECT_EQ(CountColours(nullptr), -1);
+}
+
+TEST_F(OpsTest, TurnsAndMirrorsMoveEveryPixel) {
+  for (const auto& [width, height] : {std::pair{70, 41}, {1, 5}, {6, 1}}) {
+    const ImageGuard image = PhotoLike(width, height);
+    const ImageGuard flipped = Copy(*image), flopped = Copy(*image);
+    FlipUpsideDown(*flipped);
+    FlopLeftToRight(*flopped);
+    EXPECT_EQ(flipped->flags & flopped->flags, kFlagChanged | kFlagPixelsChanged);
+    const ImageGuard right = Rotated(*image, 1).image, half = Rotated(*image, 2).image,
+                     left = Rotated(*image, 3).image;
+    ASSERT_EQ(right->width, height);
+    ASSERT_EQ(left->height, width);
+    for (int y = 0; y < height; ++y) {
+      for (int x = 0; x < width; ++x) {
+        const Rgba pixel = PixelAt(*image, x, y);
+        const int across = width - 1 - x, down = height - 1 - y;
+        ASSERT_EQ(PixelAt(*flipped, x, down), pixel);
+        ASSERT_EQ(PixelAt(*flopped, across, y), pixel);
+        ASSERT_EQ(PixelAt(*right, down, x), pixel);
+        ASSERT_EQ(PixelAt(*half, across, down), pixel);
+        ASSERT_EQ(PixelAt(*left, y, across), pixel);
+      }
+    }
+    EXPECT_EQ(PixelBytes(*Rotated(*image, -4).image), PixelBytes(*image));
+  }
+}
+
+TEST_F(OpsTest, SizesAreFittedWithTheirShape) {
+  const struct {
+    SizeWish wish;
+    ImageSize from, to;
+  } kCases[] = {
+      {{100, 100}, {400, 300}, {100, 75}},
+      {{100, 100}, {300, 400}, {75, 100}},
+      {{100, 100}, {40, 30}, {100, 75}},
+      {{100, 0}, {8, 3}, {100, 38}},
+      {{0, 100}, {8, 3}, {267, 100}},
+      {{10, 10}, {1000, 1}, {10, 1}},
+      {{100, 7, true}, {400, 300}, {100, 7}},
+      {{100, 75, false, true}, {100, 75}, {100, 75}},
+      {{99, 0, false, true}, {40, 30}, {40, 30}},
+      {{99, 0, false, true}, {100, 50}, {99, 50}},
+      {{0, INT32_MAX}, {9, 1}, {INT32_MAX, INT32_MAX}},
+  };
+  for (const auto& c : kCases) {
+    const ImageSize size = FittedSize(c.from, c.wish);
+    EXPECT_EQ(size, c.to) << size.width << " x " << size.height;
+  }
+}
+
+TEST_F(OpsTest, ResizingAveragesLightAndWeighsByAlpha) {
+  const Rgba black = {0, 0, 0, 255}, white = {255, 255, 255, 255};
+  ImageGuard board = Solid(64, 64, black);
+  for (int i = 0; i < 64 * 64; ++i) {
+    if ((i + i / 64) % 2) SetPixel(*board, i % 64, i / 64, white);
+  }
+  for (const ImageSize size : {ImageSize{8, 8}, {16, 5}, {1, 1}}) {
+    const ImageGuard grey = Resized(*board, size).image;
+    EXPECT_NEAR(PixelAt(*grey, size.width / 2, size.height / 2).g, 188, 1) << "half the light";
+  }
+  // Half of it is nothing, whose colour does not count; without the flag alpha is no alpha.
+  board = Solid(64, 64, {200, 10, 10, 255});
+  for (int i = 0; i < 64 * 64; i += 2) SetPixel(*board, i % 64, i / 64, {0, 255, 0, 0});
+  board->flags |= kFlagAlpha;
+  const Rgba half = PixelAt(*Resized(*board, {8, 8}).image, 4, 4);
+  EXPECT_THAT((std::vector<int>{half.r, half.g, half.b, half.a}),
+              testing::Pointwise(testing::DoubleNear(1), {200, 10, 10, 128}));
+  for (const int alpha : {255, 0}) {
+    const Rgba flat = {9, 130, 251, static_cast<std::uint8_t>(alpha)};
+    board = Solid(30, 20, flat);
+    board->flags &= ~std::uint32_t{kFlagAlpha};
+    for (const ImageSize size : {ImageSize{7, 50}, {300, 3}, {1, 1}}) {
+      const ImageGuard made = Resized(*board, size).image;
+      const ImageGuard wanted = Solid(size.width, size.height, flat);
+      EXPECT_EQ(PixelBytes(*made), PixelBytes(*wanted)) << alpha;
+    }
+  }
+}
+
+TEST_F(OpsTest, ResizingHoldsAtExtremes) {
+  for (const ImageSize from : {ImageSize{1, 1}, {3, 1}, {9000, 2}, {2, 9000}, {97, 61}}) {
+    const ImageGuard image = Solid(from.width, from.height, {40, 50, 60, 255});
+    for (const ImageSize to : {ImageSize{1, 1}, {2, 5000}, {500, 1}, {96, 62}}) {
+      const ImageGuard made = Resized(*image, to).image;
+      ASSERT_TRUE(made);
+      EXPECT_EQ(PixelAt(*made, to.width - 1, to.height - 1), (Rgba{40, 50, 60, 255}));
+    }
+  }
+  const ImageGuard tall = Solid(1, 1 << 22, {1, 2, 3, 255});
+  EXPECT_EQ(Resized(*tall, {1 << 7, 1}).error.fault, OperationFault::noMemory)
+      << "the work would take more than its numbers can say";
+}
+
+TEST_F(OpsTest, FlatteningLeavesNoAlpha) {
+  const Rgba before[] = {{200, 100, 0, 255}, {200, 100, 0, 0}, {200, 100, 0, 51}};
+  const ImageGuard image = FromPixels(3, 1, before);
+  image->flags = 0;
+  Flatten(*image, 10, 20, 30);
+  EXPECT_EQ(PixelAt(*image, 1, 0), before[1]) << "there is none";
+  image->flags = kFlagAlpha;
+  Flatten(*image, 10, 20, 30);
+  const Rgba wanted[] = {{200, 100, 0, 255}, {10, 20, 30, 255}, {48, 36, 24, 255}};
+  for (int x = 0; x < 3; ++x) EXPECT_EQ(PixelAt(*image, x, 0), wanted[x]) << x;
+  EXPECT_EQ(image->flags, kFlagChanged | kFlagPixelsChanged);
 }
 
 }  // namespace
