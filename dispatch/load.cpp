@@ -314,9 +314,10 @@ LoadResult LoadWith(const char* path, const LoadChoices& choices, const QuirkSet
   return result;
 }
 
-/// Whether a file that the library's own way gives nothing of may be one of another way.
+/// Whether a file that the library's own way gives nothing of, or not all, may be one of another
+/// way.
 bool OthersMayReadIt(const LoadResult& result) {
-  if (result.image) return false;
+  if (result.image) return result.failure == LoadFailure::endedEarly;
   switch (result.failure) {
     case LoadFailure::notKnown:
     case LoadFailure::choiceMissing:
@@ -354,7 +355,8 @@ LoadResult Load(const char* path, const LoadChoices& choices) {
   if (!OthersMayReadIt(own)) return own;
   errors.Hold(false);
   LoadResult others = LoadWith(path, choices, choices.quirks);
-  const bool helped = others.image && others.applied.any();
+  const bool better = !own.image || others.failure == LoadFailure::none;
+  const bool helped = others.image && better && others.applied.any();
   if (helped) errors.Forget();
   return helped ? std::move(others) : std::move(own);
 }

@@ -11,6 +11,7 @@
 #include "imagelib/file_writer.h"
 #include "imagelib/guards.h"
 #include "imagelib/load_outcome.h"
+#include "imagelib/quirks.h"
 
 namespace imx {
 namespace {
@@ -74,10 +75,31 @@ bool WriteHeader(FileWriter& out, const PcxHeader& header) {
   return out.Zeros(kFillerSize);
 }
 
-/// Decodes one line of `count` bytes; what a run holds beyond the line is dropped. Missing data
-/// read as zeros.
-void DecodeLine(FileReader& in, std::uint8_t* line, std::size_t count) {
-  std::size_t at = 0;
+/// The data of the rows, and what the last run holds beyond its line.
+struct PcxData {
+  FileReader& in;
+  bool stored = false;  // as plain bytes
+  std::size_t due = 0;
+  std::uint8_t value = 0;
+
+  /// Fills the start of a line of `count` bytes with the rest of the run, and answers how far.
+  std::size_t GoOn(std::uint8_t* line, std::size_t count) {
+    if (due == 0 || !QuirkShown(kPcxLongRuns)) return 0;
+    const std::size_t part = std::min(due, count);
+    std::memset(line, value, part);
+    due -= part;
+    return part;
+  }
+};
+
+/// Decodes one line of `count` bytes. Missing data read as zeros.
+void DecodeLine(PcxData& data, std::uint8_t* line, std::size_t count) {
+  FileReader& in = data.in;
+  if (data.stored) {
+    in.Read(line, count);
+    return;
+  }
+  std::size_t at = data.GoOn(line, count);
   while (at < count) {
     const FileReader::View view = in.Peek(FileReader::kBufferSize / 2);
     std::size_t used = 0;
@@ -89,9 +111,12 @@ void DecodeLine(FileReader& in, std::uint8_t* line, std::size_t count) {
         continue;
       }
       if (used + 1 == view.size) break;
-      const std::size_t run = std::min<std::size_t>(byte & kCountBits, count - at);
+      const std::size_t stated = byte & kCountBits;
+      const std::size_t run = std::min(stated, count - at);
       std::memset(line + at, view.data[used + 1], run);
       at += run;
+      data.due = stated - run;
+      data.value = view.data[used + 1];
       used += 2;
     }
     in.Skip(static_cast<std::uint32_t>(used));
@@ -127,7 +152,7 @@ PixelTable TableFrom(const std::uint8_t* triples, std::size_t count) {
 
 /// Everything that reading rows needs.
 struct PcxRows {
-  FileReader& in;
+  PcxData data;
   const PcxHeader& header;
   PixelTable table;   // the header's colours
   TrackedBytes line;  // one plane, or four for 16 colours
@@ -140,7 +165,7 @@ struct PcxRows {
 };
 
 void ReadBitRow(PcxRows& rows, std::uint8_t* pixels) {
-  DecodeLine(rows.in, rows.line.data(), rows.header.bytesPerLine);
+  DecodeLine(rows.data, rows.line.data(), rows.header.bytesPerLine);
   RowFromBits(rows.line.data(), rows.table, pixels, rows.Pixels(8));
 }
 
@@ -148,7 +173,7 @@ void ReadBitRow(PcxRows& rows, std::uint8_t* pixels) {
 template <std::size_t planes>
 void ReadPlaneRow(PcxRows& rows, std::uint8_t* pixels) {
   const std::size_t planeBytes = rows.header.bytesPerLine;
-  DecodeLine(rows.in, rows.line.data(), planes * planeBytes);
+  DecodeLine(rows.data, rows.line.data(), planes * planeBytes);
   const std::uint8_t* line = rows.line.data();
   const std::size_t count = rows.Pixels(8);
   for (std::size_t x = 0; x < count; ++x) {
@@ -162,22 +187,28 @@ void ReadPlaneRow(PcxRows& rows, std::uint8_t* pixels) {
 
 /// The colours come after the rows: until then a pixel holds its index.
 void ReadIndexRow(PcxRows& rows, std::uint8_t* pixels) {
-  DecodeLine(rows.in, rows.line.data(), rows.header.bytesPerLine);
+  DecodeLine(rows.data, rows.line.data(), rows.header.bytesPerLine);
   const std::size_t count = rows.Pixels(1);
   for (std::size_t x = 0; x < count; ++x) pixels[4 * x] = rows.line[x];
 }
 
 /// Two bits a pixel in one plane.
 void ReadPairRow(PcxRows& rows, std::uint8_t* pixels) {
-  DecodeLine(rows.in, rows.line.data(), rows.header.bytesPerLine);
+  DecodeLine(rows.data, rows.line.data(), rows.header.bytesPerLine);
   RowFromPairs(rows.line.data(), rows.table, pixels, rows.Pixels(4));
+}
+
+/// Four bits a pixel in one plane.
+void ReadNibbleRow(PcxRows& rows, std::uint8_t* pixels) {
+  DecodeLine(rows.data, rows.line.data(), rows.header.bytesPerLine);
+  RowFromNibbles(rows.line.data(), rows.table, pixels, rows.Pixels(2));
 }
 
 template <std::size_t channels>
 void ReadTrueColourRow(PcxRows& rows, std::uint8_t* pixels) {
   const std::size_t count = rows.Pixels(1);
   for (std::size_t channel = 0; channel < channels; ++channel) {
-    DecodeLine(rows.in, rows.line.data(), rows.header.bytesPerLine);
+    DecodeLine(rows.data, rows.line.data(), rows.header.bytesPerLine);
     for (std::size_t x = 0; x < count; ++x) pixels[4 * x + channel] = rows.line[x];
   }
 }
@@ -202,6 +233,7 @@ RowReader ReaderFor(const PcxHeader& header) {
     case 3:
       return header.planes == 3 ? ReadPlaneRow<3> : nullptr;
     case 4:
+      if (header.planes == 1 && QuirkShown(kPcxPacked16)) return ReadNibbleRow;
       return ReadPlaneRow<4>;
     case 8:
       return ReadIndexRow;
@@ -214,11 +246,22 @@ RowReader ReaderFor(const PcxHeader& header) {
   }
 }
 
+/// The header's colours. Where a 1-bit file names none, its two are the same.
+PixelTable HeaderTable(const PcxHeader& header) {
+  PixelTable table = TableFrom(header.palette, kHeaderColours);
+  if (header.Depth() == 1 && table.pixel[0] == table.pixel[1] && QuirkShown(kPcxBilevel)) {
+    table.Set(0, 0, 0, 0);
+    table.Set(1, 255, 255, 255);
+  }
+  return table;
+}
+
 /// Reads the 256-colour trailer and turns the stored indices of the first `rows` rows into colours.
 void MapIndices(FileReader& in, std::int32_t rows, ImageRecord* image) {
   std::uint8_t trailer[kTrailerSize];
   in.Read(trailer, sizeof trailer);  // the mark before the colours is not checked
   const PixelTable table = TableFrom(trailer + 1, 256);
+  KeepPalette(table, 256, image);
   for (std::int32_t y = 0; y < rows; ++y) {
     if (ProgressStepAbort() != 0) return;
     std::uint8_t* pixels = PixelRow(*image, y);
@@ -324,7 +367,9 @@ ImageRecord* LoadPcx(std::FILE* file) {
   image->depth = depth;
 
   ProgressScope progress("Reading PCX", header.Height() * (depth == 8 ? 2 : 1), 5);
-  PcxRows rows{in, header, TableFrom(header.palette, kHeaderColours), std::move(line), image.get()};
+  PcxRows rows{{in}, header, HeaderTable(header), std::move(line), image.get()};
+  rows.data.stored = header.encoding == 0 && QuirkShown(kPcxStored);
+  if (depth <= 4) KeepPalette(rows.table, std::size_t{1} << depth, image.get());
   std::int32_t rowsRead = 0;
   const Rows end = ForEachRow(header.Height(), 8, [&](std::int32_t y) {
     readRow(rows, PixelRow(*image, y));

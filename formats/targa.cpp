@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "formats/bit_masks.h"
 #include "formats/pixel_rows.h"
 #include "imagelib/byte_order.h"
 #include "imagelib/file_reader.h"
@@ -12,6 +13,7 @@
 #include "imagelib/file_writer.h"
 #include "imagelib/guards.h"
 #include "imagelib/load_outcome.h"
+#include "imagelib/quirks.h"
 
 namespace imx {
 namespace {
@@ -22,8 +24,10 @@ constexpr char kSignature[18] = "TRUEVISION-XFILE.";  // its zero byte belongs t
 constexpr std::size_t kMapSlots = 256;
 constexpr std::uint32_t kRowSlack = 1024;
 
-constexpr std::uint8_t kTopDownBit = 0x20;
-constexpr std::uint8_t kMapped = 1, kTrueColour = 2, kMappedRle = 9, kTrueColourRle = 10;
+constexpr std::uint8_t kAttributeBits = 0x0F, kRightToLeftBit = 0x10, kTopDownBit = 0x20;
+constexpr std::uint8_t kMapped = 1, kTrueColour = 2, kGrey = 3;
+constexpr std::uint8_t kMappedRle = 9, kTrueColourRle = 10, kGreyRle = 11;
+constexpr std::uint8_t kPlainAlpha = 3, kPremultipliedAlpha = 4;  // attributes types
 
 // Readers and writers in the field expect these values as they are.
 constexpr std::uint16_t kWrittenMapStart = 59;         // though no map is written
@@ -37,6 +41,7 @@ constexpr std::string_view kSoftwareId = "IMX by Quillmark";
 constexpr std::size_t kAuthorSize = 41;
 constexpr std::size_t kCommentSize = 324;
 constexpr std::size_t kNameSize = 41;
+constexpr std::uint64_t kAttributesTypeAt = 494;  // in the extension area
 constexpr std::size_t kMostAuthor = 40;
 constexpr std::size_t kMostComment = 255;
 
@@ -53,14 +58,25 @@ struct TargaHeader {
   std::uint16_t xOrigin, yOrigin, width, height;
   std::uint8_t depth, descriptor;
 
+  // How other programs read what the library reads otherwise.
+  bool greyRuns = false;
+  bool greyAlpha = false;  // two bytes
+  bool wordAlpha = false;  // the top bit of 16
+  bool rightToLeft = false;
+  bool mapAsStated = false;
+
+  std::size_t MapEntryBytes() const { return (mapEntryBits + (mapAsStated ? 7u : 0u)) / 8; }
   std::uint64_t MapOffset() const { return kHeaderSize + std::uint64_t{idLength}; }
   /// The map's room is passed over whatever the map type.
   std::uint64_t PixelOffset() const {
-    return MapOffset() + std::uint64_t{mapEntryBits / 8u} * mapLength;
+    return MapOffset() + std::uint64_t{MapEntryBytes()} * mapLength;
   }
   bool IsMapped() const { return imageType == kMapped || imageType == kMappedRle; }
-  /// Type 11 (run-length grey) is read as raw rows.
-  bool IsRunLength() const { return imageType == kMappedRle || imageType == kTrueColourRle; }
+  bool IsGrey() const { return imageType == kGrey || imageType == kGreyRle; }
+  /// The library reads run-length grey as raw rows.
+  bool IsRunLength() const {
+    return imageType == kMappedRle || imageType == kTrueColourRle || greyRuns;
+  }
   /// Run-length packets are of whole bytes.
   bool DepthIsRead() const {
     switch (depth) {
@@ -140,16 +156,39 @@ unsigned Expand15(unsigned c) {
   return c * 8 + c % 8;
 }
 
+/// Whether the file is one that other programs read otherwise, and how.
+void AskQuirks(TargaHeader* header) {
+  TargaHeader& h = *header;
+  const bool twoBytes = h.depth == 16;
+  const bool attributes = (h.descriptor & kAttributeBits) != 0;
+  if (h.imageType == kGreyRle || (h.imageType == kGrey && twoBytes)) {
+    const bool asGrey = QuirkShown(kTargaGrey);
+    h.greyRuns = asGrey && h.imageType == kGreyRle;
+    h.greyAlpha = asGrey && twoBytes;
+  }
+  const bool words = twoBytes && !h.IsGrey() && !h.IsMapped();
+  h.wordAlpha = words && attributes && QuirkShown(kTargaAttributes);
+  h.rightToLeft = (h.descriptor & kRightToLeftBit) != 0 && QuirkShown(kTargaRightToLeft);
+  const bool oddMap = h.mapStart != 0 || h.mapEntryBits == 15;
+  h.mapAsStated = h.IsMapped() && oddMap && QuirkShown(kTargaMap);
+}
+
 /// Entries go to slots 0, 1, 2 ... whatever the map's first index; those past the table are
 /// dropped.
-void ReadMap(FileReader& in, const TargaHeader& header, PixelTable* map) {
+void ReadMap(FileReader& in, const TargaHeader& header, PixelTable* map, ImageRecord* image) {
   in.Seek(header.MapOffset());
-  const std::size_t entryBytes = header.mapEntryBits / 8u;
-  const std::size_t count = std::min<std::size_t>(header.mapLength, kMapSlots);
-  for (std::size_t i = 0; i < count; ++i) {
+  const std::size_t entryBytes = header.MapEntryBytes();
+  const std::size_t first =
+      header.mapAsStated ? std::min<std::size_t>(header.mapStart, kMapSlots) : 0;
+  const std::size_t end = std::min<std::size_t>(first + header.mapLength, kMapSlots);
+  for (std::size_t i = first; i < end; ++i) {
     std::uint8_t entry[4] = {};
     std::uint8_t colour[4] = {};
-    if (header.mapEntryBits == 24 || header.mapEntryBits == 32) {
+    if (header.mapEntryBits == 15 && header.mapAsStated) {
+      in.Read(entry, entryBytes);
+      RowFromMasks(entry, entryBytes, kMasks555, colour, 1);
+      map->Set(i, colour[0], colour[1], colour[2]);
+    } else if (header.mapEntryBits == 24 || header.mapEntryBits == 32) {
       in.Read(entry, entryBytes);
       map->Set(i, entry[2], entry[1], entry[0]);
     } else if (header.mapEntryBits == 16) {
@@ -157,6 +196,7 @@ void ReadMap(FileReader& in, const TargaHeader& header, PixelTable* map) {
       map->Set(i, colour[0], colour[1], colour[2]);
     }
   }
+  KeepPalette(*map, end, image);
 }
 
 template <typename Expand>
@@ -164,6 +204,21 @@ void ConvertWords(const std::uint8_t* in, std::uint8_t* pixels, std::int32_t wid
   for (std::int32_t x = 0; x < width; ++x, in += 2, pixels += 4) {
     SetFromWord(pixels, LoadU16(in, ByteOrder::little), expand);
   }
+}
+
+void ConvertGreyAlpha(const TargaHeader& header, const std::uint8_t* in, std::uint8_t* pixels) {
+  const bool alpha = (header.descriptor & kAttributeBits) != 0;
+  for (std::size_t x = 0; x < header.width; ++x, in += 2, pixels += 4) {
+    pixels[0] = pixels[1] = pixels[2] = in[0];
+    pixels[3] = alpha ? in[1] : 0;
+  }
+}
+
+void ConvertWords16(const TargaHeader& header, const std::uint8_t* in, std::uint8_t* pixels) {
+  constexpr BitMasks kMasks1555 = {0x7C00, 0x03E0, 0x001F, 0x8000};
+  if (header.greyAlpha) return ConvertGreyAlpha(header, in, pixels);
+  if (header.wordAlpha) return RowFromMasks(in, 2, kMasks1555, pixels, header.width);
+  ConvertWords(in, pixels, header.width, Expand16);
 }
 
 void ConvertRow(const TargaHeader& header, const PixelTable& map, const std::uint8_t* in,
@@ -178,13 +233,37 @@ void ConvertRow(const TargaHeader& header, const PixelTable& map, const std::uin
     case 15:
       return ConvertWords(in, pixels, header.width, Expand15);
     case 16:
-      return ConvertWords(in, pixels, header.width, Expand16);
+      return ConvertWords16(header, in, pixels);
     case 24:
       return RowFromBgr(in, pixels, width);
     case 32:
       return RowFromBgra(in, pixels, width);
     default:
       return;
+  }
+}
+
+void Mirror(std::uint8_t* pixels, std::size_t width) {
+  for (std::size_t left = 0, right = width; left + 1 < right; ++left) {
+    --right;
+    std::swap_ranges(pixels + 4 * left, pixels + 4 * left + 4, pixels + 4 * right);
+  }
+}
+
+/// Where alpha is stated, and how it lies in the colours.
+void ApplyAttributes(const TargaHeader& header, std::uint8_t type, ImageRecord* image) {
+  const bool stated = (header.descriptor & kAttributeBits) != 0 || type == kPlainAlpha;
+  if (header.depth != 32 || header.IsMapped() || (stated && type != kPremultipliedAlpha)) return;
+  const bool divide = type == kPremultipliedAlpha;
+  if (divide ? !QuirkShown(kTargaAttributes) : !Quirk(kTargaAttributes)) return;
+  if (!divide) image->flags &= ~kFlagAlpha;
+  std::uint8_t* pixel = image->pixels;
+  for (std::size_t i = 0; i < image->pixelCount; ++i, pixel += 4) {
+    const unsigned alpha = pixel[3];
+    for (int c = 0; divide && alpha > 0 && c < 3; ++c) {
+      pixel[c] = static_cast<std::uint8_t>(std::min((pixel[c] * 255 + alpha / 2) / alpha, 255u));
+    }
+    if (!divide) pixel[3] = 0;
   }
 }
 
@@ -282,7 +361,8 @@ void WriteStamp(FileWriter& out, const ImageRecord& image) {
   }
 }
 
-void WriteExtensionArea(FileWriter& out, const ImageRecord& image, std::uint32_t stampOffset) {
+void WriteExtensionArea(FileWriter& out, const ImageRecord& image, std::uint32_t stampOffset,
+                        std::uint8_t attributesType) {
   const std::tm now = FileTime();
   out.U16(kWrittenExtensionSize);
   out.Text(std::string_view(image.author).substr(0, kMostAuthor), kAuthorSize);
@@ -298,7 +378,7 @@ void WriteExtensionArea(FileWriter& out, const ImageRecord& image, std::uint32_t
   out.U32(0);  // colour correction table
   out.U32(stampOffset);
   out.U32(0);  // scan-line table
-  out.U8(0);   // attributes type
+  out.U8(attributesType);
 }
 
 }  // namespace
@@ -346,15 +426,17 @@ std::size_t PackTargaRow32(std::uint8_t* out, const std::uint8_t* row, std::int3
       });
 }
 
-void ReadTargaExtension(FileReader& file, ImageRecord* image) {
+std::uint8_t ReadTargaExtension(FileReader& file, ImageRecord* image) {
   SetFileByteOrder(ByteOrder::little);
-  if (file.size() < kFooterSize) return;
+  if (file.size() < kFooterSize) return 0;
   file.Seek(file.size() - kFooterSize);
   const std::uint32_t extensionOffset = file.U32();
   file.U32();  // developer directory
   char signature[sizeof kSignature];
   file.Read(signature, sizeof signature);
-  if (std::memcmp(signature, kSignature, sizeof kSignature) != 0 || extensionOffset == 0) return;
+  if (std::memcmp(signature, kSignature, sizeof kSignature) != 0 || extensionOffset == 0) {
+    return 0;
+  }
   file.Seek(extensionOffset);
   file.U16();  // the size it claims
   char author[kAuthorSize];
@@ -363,14 +445,18 @@ void ReadTargaExtension(FileReader& file, ImageRecord* image) {
   file.Read(comment, sizeof comment);
   CopyTextCut(image->author, {author, sizeof author}, kMostAuthor);
   CopyTextCut(image->comment, {comment, sizeof comment}, kMostComment);
+  const std::uint64_t typeAt = extensionOffset + kAttributesTypeAt;
+  if (typeAt >= file.size()) return 0;
+  file.Seek(typeAt);
+  return file.U8();
 }
 
-bool WriteTargaExtension(FileWriter& file, const ImageRecord* image) {
+bool WriteTargaExtension(FileWriter& file, const ImageRecord* image, std::uint8_t attributesType) {
   SetFileByteOrder(ByteOrder::little);
   const auto stampOffset = static_cast<std::uint32_t>(file.position());
   WriteStamp(file, *image);
   const auto extensionOffset = static_cast<std::uint32_t>(file.position());
-  WriteExtensionArea(file, *image, stampOffset);
+  WriteExtensionArea(file, *image, stampOffset, attributesType);
   file.U32(extensionOffset);
   file.U32(0);  // no developer directory
   return file.Write(kSignature, sizeof kSignature);
@@ -381,6 +467,7 @@ ImageRecord* LoadTarga(std::FILE* file) {
   SetFileByteOrder(ByteOrder::little);
   TargaHeader header{};
   if (!ReadHeader(in, &header)) return nullptr;
+  AskQuirks(&header);
   if (!header.DepthIsRead()) {
     LibError(("Targa loader: " + std::to_string(header.depth) + " bits to a pixel are not read")
                  .c_str());
@@ -390,12 +477,15 @@ ImageRecord* LoadTarga(std::FILE* file) {
   if (!image) return nullptr;
   CopyText(image->formatLabel, "TARGA");
   image->depth = header.depth;
-  if (header.depth == 32) image->flags |= kFlagAlpha;
+  const bool attributes = (header.descriptor & kAttributeBits) != 0;
+  if (header.depth == 32 || header.wordAlpha || (header.greyAlpha && attributes)) {
+    image->flags |= kFlagAlpha;
+  }
 
   ProgressScope progress("Reading TGA", header.height, 5);
   PixelTable map{};
   if (header.IsMapped()) {
-    ReadMap(in, header, &map);
+    ReadMap(in, header, &map, image.get());
   } else {
     map.Set(1, 255, 255, 255);  // of single bits
   }
@@ -412,11 +502,15 @@ ImageRecord* LoadTarga(std::FILE* file) {
     } else {
       in.Read(row.data(), rowBytes);
     }
-    ConvertRow(header, map, row.data(), PixelRow(*image, bottomUp ? header.height - 1 - y : y));
+    std::uint8_t* const pixels = PixelRow(*image, bottomUp ? header.height - 1 - y : y);
+    ConvertRow(header, map, row.data(), pixels);
+    if (header.rightToLeft) Mirror(pixels, header.width);
     return !in.ended();
   });
   if (end == Rows::ended) NoteFileEndedEarly();
-  if (end != Rows::stopped) ReadTargaExtension(in, image.get());
+  if (end != Rows::stopped) {
+    ApplyAttributes(header, ReadTargaExtension(in, image.get()), image.get());
+  }
   return image.release();
 }
 
@@ -436,13 +530,15 @@ std::int32_t SaveTarga(const ImageRecord* image, const char* path, std::int32_t 
   header.width = static_cast<std::uint16_t>(image->width);
   header.height = static_cast<std::uint16_t>(image->height);
   header.depth = alpha ? 32 : 24;
+  const bool stated = alpha && Quirk(kTargaAttributes);
+  if (stated) header.descriptor = 8;
   if (!WriteHeader(out, header)) return 0;
   TrackedBytes buffer(std::uint64_t{4} * header.width + kRowSlack, "allocptr");
   if (!buffer) return 0;  // the success code, with only the header written
 
   ProgressScope progress(alpha ? "Saving 32-bit Targa" : "Saving 24-bit Targa", image->height, 4);
   if (WriteRows(out, *image, alpha, compress != 0, buffer) != Rows::done) return 1;
-  if (!WriteTargaExtension(out, image)) return 1;
+  if (!WriteTargaExtension(out, image, stated ? kPlainAlpha : std::uint8_t{0})) return 1;
   return out.Finish() ? 0 : 1;
 }
 

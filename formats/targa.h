@@ -22,11 +22,13 @@ ImageRecord* LoadTarga(std::FILE* file);
 std::int32_t SaveTarga(const ImageRecord* image, const char* path, std::int32_t depth,
                        std::int32_t compress);
 
-/// Reads author and comment from the file's extension area, if it has one.
-void ReadTargaExtension(FileReader& file, ImageRecord* image);
+/// Reads author and comment from the file's extension area, if it has one. The area's attributes
+/// type, 0 where there is none.
+std::uint8_t ReadTargaExtension(FileReader& file, ImageRecord* image);
 
 /// Writes postage stamp, extension area and footer at the file's position. False on failure.
-bool WriteTargaExtension(FileWriter& file, const ImageRecord* image);
+bool WriteTargaExtension(FileWriter& file, const ImageRecord* image,
+                         std::uint8_t attributesType = 0);
 
 /// What is left of a run-length packet between two reads.
 struct TargaRle {

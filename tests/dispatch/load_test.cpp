@@ -243,6 +243,21 @@ TEST_F(LoadTest, TellsWhyThereIsNoImage) {
   EXPECT_EQ(result.frames, 7);
 }
 
+TEST_F(LoadTest, WhatEndsEarlyIsReadAsOthersDoWhereThatGivesAll) {
+  Bytes greyRuns = BigEndian().List({0, 0, 11}).Repeat(0, 9).List({3, 0, 1, 0, 8, 0}).bytes();
+  const LoadChoices atNeed{.way = ReadingWay::atNeed};
+  const auto load = [&](const Bytes& end) {
+    return Load(temp.Write("a.tga", greyRuns + end).c_str(), atNeed);
+  };
+  const LoadResult whole = load({0x82, 7});
+  EXPECT_EQ(whole.failure, LoadFailure::none);
+  EXPECT_EQ(whole.note, "read as other programs do (targa-grey); --exact refuses it");
+  EXPECT_EQ(PixelAt(*whole.image, 2, 0).r, 7);
+  const LoadResult cut = load({0x81, 7});
+  EXPECT_EQ(cut.failure, LoadFailure::endedEarly);
+  EXPECT_EQ(PixelAt(*cut.image, 0, 0).r, 0x81) << "the library's own";
+}
+
 TEST_F(LoadTest, WithoutMemoryThereIsNoImage) {
   for (const char* type : {"bmp", "trm", "tga", "png", "gif", "pic"}) {
     const std::string path = temp.file(std::string("a.") + type);

@@ -147,11 +147,7 @@ TEST_F(BmpTest, AsOtherProgramsReadThem) {
     return Rgba{rgb[3 * i], rgb[3 * i + 1], rgb[3 * i + 2], 0};
   };
   const Rgba black{}, one{3, 2, 1, 0};
-  const struct {
-    QuirkId quirk;
-    Bytes file;
-    std::vector<Rgba> ours, theirs;
-  } kCases[] = {
+  const QuirkCase kCases[] = {
       {kBmpTopDown,
        BmpFile({.width = 1, .height = -2}, {}, {1, 2, 3, 0, 4, 5, 6, 0}),
        {},
@@ -172,13 +168,7 @@ TEST_F(BmpTest, AsOtherProgramsReadThem) {
       {kBmpHeaders, inArray, {}, {one}},
       {kBmpHeaders, shortHeader, {one}, {one}},
   };
-  for (const auto& c : kCases) {
-    SCOPED_TRACE(&c - kCases);
-    EXPECT_EQ(Pixels(Load(c.file)), c.ours);
-    const QuirkScope scope(QuirkSet().set(c.quirk));
-    EXPECT_EQ(Pixels(Load(c.file)), c.theirs);
-    EXPECT_TRUE(scope.applied()[c.quirk]);
-  }
+  ReadBothWays(kCases);
   const QuirkScope own((QuirkSet()));
   Load(file16);
   Load(nibbles);

@@ -1,11 +1,13 @@
 /// What the tests of codecs share: loading bytes, saving to bytes, and short comparisons.
 #pragma once
 
+#include <span>
 #include <string>
 #include <vector>
 
 #include "formats/codec_state.h"
 #include "formats/indexed.h"
+#include "imagelib/quirks.h"
 #include "tests/formats/codec_calls.h"
 #include "tests/support/bytes.h"
 #include "tests/support/library_test.h"
@@ -27,6 +29,13 @@ inline Bytes RgbBytes(const ImageGuard& image) {
   const std::string bytes = image ? PixelBytes(*image, Channels::rgb) : "";
   return Bytes(bytes.begin(), bytes.end());
 }
+
+/// A file as the library reads it, and as other programs do.
+struct QuirkCase {
+  QuirkId quirk;
+  Bytes file;
+  std::vector<Rgba> ours, theirs;
+};
 
 /// What hosts tell codecs is forgotten when a test is over.
 class CodecTest : public LibraryTest {
@@ -55,6 +64,16 @@ class FormatTest : public CodecTest {
     std::string said = image ? "loaded" : "";
     for (const std::string& error : host.errors) said += (said.empty() ? "" : ": ") + error;
     return said;
+  }
+
+  void ReadBothWays(std::span<const QuirkCase> cases) {
+    for (const QuirkCase& c : cases) {
+      SCOPED_TRACE(testing::Message() << &c - cases.data() << " " << Quirks()[c.quirk].name);
+      EXPECT_EQ(Pixels(Load(c.file)), c.ours);
+      const QuirkScope scope(QuirkSet().set(c.quirk));
+      EXPECT_EQ(Pixels(Load(c.file)), c.theirs);
+      EXPECT_TRUE(scope.applied()[c.quirk]);
+    }
   }
 
   /// The file that the saver writes.

@@ -1,5 +1,7 @@
 #include "formats/pcx.h"
 
+#include <algorithm>
+
 #include "imagelib/byte_order.h"
 #include "tests/formats/common_builder.h"
 #include "tests/formats/format_test.h"
@@ -56,6 +58,37 @@ TEST_F(PcxTest, IndicesUseTheTrailer) {
   EXPECT_EQ(image->depth, 8u);
   EXPECT_STREQ(image->formatLabel, "PCX");
   EXPECT_EQ(host.progress.back().total, 4) << "rows are read, then mapped";
+}
+
+TEST_F(PcxTest, AsOtherProgramsReadThem) {
+  constexpr std::size_t kEncoding = 2, kSecondColour = 19;
+  const PcxFields colour = {.width = 2, .height = 2, .planes = 3};
+  Bytes bilevel = PcxFile({.bits = 1}, {0x40, 0});
+  std::copy_n(&bilevel[kSecondColour - 3], 3, &bilevel[kSecondColour]);
+  const Rgba black{}, white{255, 255, 255, 0}, grey{9, 9, 9, 0};
+  const QuirkCase kCases[] = {
+      {kPcxLongRuns,
+       PcxFile(colour, {0xCA, 9, 1, 2}),
+       {{9, 1, 0, 0}, {9, 2, 0, 0}, black, black},
+       {grey, grey, {9, 9, 1, 0}, {9, 9, 2, 0}}},
+      {kPcxPacked16, PcxFile({4, 1, 4, 1, 2}, {0x12, 0x3F}), Colours({0, 0, 0, 1}),
+       Colours({1, 2, 3, 15})},
+      {kPcxStored,
+       WithByte(PcxFile({.planes = 3}, {0xC1, 2, 3, 4, 5, 6, 7, 8}), kEncoding, 0),
+       {{2, 4, 6, 0}, {3, 5, 7, 0}},
+       {{0xC1, 3, 5, 0}, {2, 4, 6, 0}}},
+      {kPcxBilevel, bilevel, Colours({0, 0}), {black, white}},
+  };
+  ReadBothWays(kCases);
+}
+
+TEST_F(PcxTest, TheRecordKeepsThePalette) {
+  const Bytes indexed = PcxFile({.height = 1}, {1, 2, 12}) + SomeColours(256);
+  for (const auto& [file, count] : {std::pair(indexed, 256), {PcxFile({4, 1, 1, 3, 1}, {}), 8}}) {
+    const ImageGuard image = Load(file);
+    EXPECT_EQ(image->paletteCount, count);
+    EXPECT_EQ(image->palette.blue[5], SomeColours(6)[17]);
+  }
 }
 
 TEST_F(PcxTest, RefusedHeaders) {

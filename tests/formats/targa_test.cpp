@@ -82,9 +82,70 @@ TEST_F(TargaTest, PacketsGoOnInTheNextRow) {
   EXPECT_THAT(Loaded(f, {0x88, 4, 5, 6}), Each(b)) << "the next load starts afresh";
 }
 
-TEST_F(TargaTest, RunLengthGreyIsReadAsRawRows) {
-  EXPECT_THAT(Loaded({.type = 11, .width = 2, .depth = 8}, {0x81, 5}),
-              ElementsAre(Rgba{0x81, 0x81, 0x81, 0}, Rgba{5, 5, 5, 0}));
+TEST_F(TargaTest, AsOtherProgramsReadThem) {
+  constexpr int kRightToLeft = 0x10, kEightBits = 8;
+  const auto premultiplied = [](Bytes file) {
+    file = WithTargaTexts(file, "", "");
+    return WithByte(file, file.size() - 27, 4);
+  };
+  TargaFields map = {.type = 1, .depth = 8, .mapType = 1, .mapLength = 2, .mapBits = 24};
+  const Bytes colours = {1, 2, 3, 4, 5, 6};
+  const Rgba first = {3, 2, 1, 0}, second = {6, 5, 4, 0}, black = {};
+  const auto grey = [](std::uint8_t level, std::uint8_t alpha = 0) {
+    return Rgba{level, level, level, alpha};
+  };
+  TargaFields shifted = map;
+  shifted.mapStart = 1;
+  TargaFields words = {.type = 1, .width = 1, .depth = 8, .mapType = 1, .mapLength = 1};
+  words.mapBits = 15;
+  const Bytes word = {0x41, 0x7C};
+  const QuirkCase kCases[] = {
+      {kTargaGrey,
+       TargaFile({.type = 11, .depth = 8}, {0x81, 5}),
+       {grey(0x81), grey(5)},
+       {grey(5), grey(5)}},
+      {kTargaGrey,
+       TargaFile({.type = 3, .width = 1, .depth = 16, .descriptor = kEightBits}, word),
+       {{255, 16, 8, 0}},
+       {grey(0x41, 0x7C)}},
+      {kTargaRightToLeft,
+       TargaFile({.descriptor = kTargaTopDown | kRightToLeft}, colours),
+       {first, second},
+       {second, first}},
+      {kTargaMap, TargaFile(shifted, colours + Bytes{1, 2}), {second, black}, {first, second}},
+      {kTargaMap, TargaFile(words, word + Bytes{0}), {black}, {{255, 16, 8, 0}}},
+      {kTargaAttributes,
+       TargaFile({.width = 1, .depth = 16, .descriptor = 1}, {0x41, 0xFC}),
+       {{255, 16, 8, 0}},
+       {{255, 16, 8, 255}}},
+      {kTargaAttributes,
+       TargaFile({.width = 1, .depth = 32}, {1, 2, 3, 4}),
+       {{3, 2, 1, 4}},
+       {first}},
+      {kTargaAttributes,
+       premultiplied(TargaFile({.width = 1, .depth = 32}, {0, 64, 200, 128})),
+       {{200, 64, 0, 128}},
+       {{255, 128, 0, 128}}},
+  };
+  ReadBothWays(kCases);
+}
+
+TEST_F(TargaTest, TheRecordKeepsTheMap) {
+  const ImageGuard image = Load(TargaFile(
+      {.type = 1, .depth = 8, .mapType = 1, .mapLength = 2, .mapBits = 24}, {1, 2, 3, 4, 5, 6, 0}));
+  EXPECT_EQ(image->paletteCount, 2);
+  EXPECT_EQ(image->palette.red[1], 6);
+}
+
+TEST_F(TargaTest, AlphaIsStatedForOtherPrograms) {
+  constexpr std::size_t kDescriptor = 17;
+  const QuirkScope others(AllQuirks());
+  for (const int depth : {24, 32}) {
+    const Bytes file = Save(*AlphaGradient(4, 4), depth, 1);
+    EXPECT_EQ(file[kDescriptor], depth == 32 ? 8 : 0);
+    EXPECT_EQ(file[file.size() - 27], depth == 32 ? 3 : 0);
+    EXPECT_EQ((Load(file)->flags & kFlagAlpha) != 0, depth == 32);
+  }
 }
 
 TEST_F(TargaTest, TheRecordSaysWhatTheFileWas) {
