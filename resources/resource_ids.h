@@ -36,6 +36,39 @@
 #define ID_OPEN_RAW 40101
 #define ID_READ_AS_OTHERS 40102
 
+/* The viewer's own. */
+#define ID_OPEN_SEVERAL 40120
+#define ID_SAVE_AS 40121
+#define ID_CLOSE_IMAGE 40122
+#define ID_BROWSE_FOLDER 40123
+#define ID_UNDO 40140
+#define ID_REDO 40141
+#define ID_COPY 40142
+#define ID_PASTE 40143
+#define ID_SELECT 40144
+#define ID_SELECT_ALL 40145
+#define ID_CROP 40150
+#define ID_FLIP_ACROSS 40151
+#define ID_FLIP_DOWN 40152
+#define ID_ROTATE_LEFT 40153
+#define ID_ROTATE_RIGHT 40154
+#define ID_ROTATE_HALF 40155
+#define ID_RESIZE 40156
+#define ID_ZOOM_IN 40160
+#define ID_ZOOM_OUT 40161
+#define ID_ZOOM_ACTUAL 40162
+#define ID_ZOOM_FIT 40163
+#define ID_FULL_SCREEN 40164
+#define ID_NEXT_PICTURE 40170
+#define ID_PREVIOUS_PICTURE 40171
+#define ID_FIRST_PICTURE 40172
+#define ID_LAST_PICTURE 40173
+#define ID_NEXT_FRAME 40174
+#define ID_PREVIOUS_FRAME 40175
+#define ID_PLAY 40176
+#define ID_OPEN_WITH 40180 /* file types: offer and take back */
+#define ID_FIRST_RECENT 40200
+
 /* Controls; the same number means different things in different dialogs. */
 #define IDC_FACTOR 1000 /* gamma, rescale, resample */
 

@@ -2,10 +2,12 @@
 #include <cstdlib>
 
 #include "resources/resource_ids.h"
-#include "shell/model/about_text.h"
 #include "shell/win32/entry.h"
-#include "shell/win32/host_callbacks.h"
 #include "shell/win32/open_image.h"
+#include "shell/win32/procedure_edge.h"
+#include "viewer/win32/image_view.h"
+#include "viewer/win32/view_window.h"
+#include "viewer/win32/viewer_commands.h"
 
 namespace {
 
@@ -13,21 +15,9 @@ void OpenFilesOfCommandLine(HWND, HINSTANCE) {
   for (int i = 1; i < __argc; ++i) imx::OpenNamedFile(__argv[i]);
 }
 
-bool RunViewerCommand(HWND, int command) {
-  switch (command) {
-    case ID_ABOUT:
-      imx::ShowBox(imx::AboutText(IMX_VERSION).c_str(), "About Quillmark Viewer",
-                   MB_ICONINFORMATION);
-      return true;
-    case ID_OPEN_RAW:
-      imx::RunOpenRawImage();
-      return true;
-    case ID_READ_AS_OTHERS:
-      imx::ToggleReadAsOthers();
-      return true;
-    default:
-      return false;
-  }
+imx::ClipRegion PlaceInWindow(const imx::DisplayRecord& record, const imx::ClipRegion& region) {
+  const imx::ImageView* const view = imx::FindView(static_cast<HWND>(record.window));
+  return view ? imx::RegionInWindow(view->view, region) : region;
 }
 
 }  // namespace
@@ -42,5 +32,11 @@ int WINAPI WinMain(HINSTANCE instance, HINSTANCE, char*, int) {
                                   .toolInTitle = true,
                                   .takesFiles = true,
                                   .readingWay = imx::ReadingWay::atNeed,
-                                  .command = RunViewerCommand});
+                                  .command = imx::RunViewerCommand,
+                                  .reportsNoImage = true,
+                                  .imageProcedure = imx::Guarded<imx::ViewWindowProc>,
+                                  .imageHooks = {.paintsPixels = true,
+                                                 .opened = imx::OpenView,
+                                                 .place = PlaceInWindow,
+                                                 .saved = imx::NoteSaved}});
 }

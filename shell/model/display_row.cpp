@@ -19,10 +19,10 @@ void PlainDisplayRow(std::span<const std::uint8_t> rgba, std::span<std::uint8_t>
 }
 
 void CheckerboardDisplayRow(std::span<const std::uint8_t> rgba, std::int32_t y,
-                            std::span<std::uint8_t> bgrx) {
+                            std::span<std::uint8_t> bgrx, std::int32_t firstX) {
   const std::uint32_t row = static_cast<std::uint32_t>(y);
   for (std::size_t i = 0; i + 3 < rgba.size(); i += 4) {
-    const std::uint32_t x = static_cast<std::uint32_t>(i / 4);
+    const std::uint32_t x = static_cast<std::uint32_t>(firstX) + static_cast<std::uint32_t>(i / 4);
     const float a = static_cast<float>(rgba[i + 3]) * kAlphaUnit;
     const float under = (((x ^ row) & 4) == 0 ? kLightCell : kDarkCell) * (1.0F - a);
     bgrx[i] = static_cast<std::uint8_t>(static_cast<float>(rgba[i + 2]) * a + under);

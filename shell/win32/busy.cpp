@@ -31,8 +31,12 @@ BusyScope::~BusyScope() {
   --busyDepth;
 }
 
+bool IsBusy() {
+  return busyDepth > 0;
+}
+
 bool DeferWhileBusy(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-  if (busyDepth == 0) return false;
+  if (!IsBusy()) return false;
   const Deferred entry = {window, message, wParam, lParam};
   const bool known = std::find(deferred.begin(), deferred.end(), entry) != deferred.end();
   if (!known && deferred.size() < kMostDeferred) deferred.push_back(entry);

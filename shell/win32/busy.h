@@ -18,6 +18,8 @@ class BusyScope {
   BusyScope& operator=(const BusyScope&) = delete;
 };
 
+bool IsBusy();
+
 /// True while busy; the message is then kept, to be posted again later.
 bool DeferWhileBusy(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 

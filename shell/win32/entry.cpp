@@ -21,8 +21,10 @@ bool OpenShell(HINSTANCE instance, const ShellProgram& program) {
   Shell().titleOfTools = program.toolInTitle ? program.windowTitle : nullptr;
   Shell().programCommand = program.command;
   Shell().readingWay = program.readingWay;
+  Shell().reportsNoImage = program.reportsNoImage;
+  Shell().imageHooks = program.imageHooks;
   SuppressProgress(true);
-  if (!RegisterWindowClasses(instance, program.className) || !OpenMainWindow(program)) return false;
+  if (!RegisterWindowClasses(instance, program) || !OpenMainWindow(program)) return false;
   Shell().bandPen = CreatePen(PS_SOLID, 1, RGB(255, 255, 255));
   InstallHostCallbacks(Shell().mainWindow, instance);
   PrepareFileDialogs();
@@ -43,6 +45,7 @@ int RunMessageLoop(HINSTANCE instance, const ShellProgram& program) {
                     : nullptr;  // released by the system
   MSG message = {};
   while (GetMessageA(&message, nullptr, 0, 0) > 0) {
+    if (program.filterMessage && program.filterMessage(message)) continue;
     if (keys && TranslateAcceleratorA(Shell().mainWindow, keys, &message)) continue;
     TranslateMessage(&message);
     DispatchMessageA(&message);

@@ -1,10 +1,26 @@
 /// Running a program on the shell, from the window classes to the leak report.
 #pragma once
 
+#include <string>
+
 #include "dispatch/load.h"
 #include "imagelib/windows_api.h"
+#include "ops/clip_region.h"
+#include "shell/model/window_table.h"
 
 namespace imx {
+
+/// What a program does about image windows beyond what the shell does.
+struct ImageWindowHooks {
+  /// The program's own window procedure paints the pixels: no display bitmap is kept.
+  bool paintsPixels = false;
+  /// A window was made and is about to be shown. Memory that runs out in it is an exception.
+  void (*opened)(DisplayRecord& record) = nullptr;
+  /// Where the window shows this region of its image.
+  ClipRegion (*place)(const DisplayRecord& record, const ClipRegion& region) = nullptr;
+  /// The image was saved to `path`.
+  void (*saved)(DisplayRecord& record, const std::string& path) = nullptr;
+};
 
 /// What tells one program on the shell from another.
 struct ShellProgram {
@@ -21,6 +37,12 @@ struct ShellProgram {
   ReadingWay readingWay = ReadingWay::exact;  ///< of the files that are opened
   /// Commands of the program's own menu items; false for others. May be null.
   bool (*command)(HWND mainWindow, int command) = nullptr;
+  bool reportsNoImage = false;       ///< tells why a file chosen in the open dialog gave no image
+  WNDPROC mainProcedure = nullptr;   ///< in place of MainWindowProc, which it ends in; may be null
+  WNDPROC imageProcedure = nullptr;  ///< in place of ImageWindowProc, which it ends in; may be null
+  ImageWindowHooks imageHooks = {};
+  /// Sees each message of the loop before the menu's keys; true when it is done with. May be null.
+  bool (*filterMessage)(MSG& message) = nullptr;
 };
 
 /// Opens the main window, installs the host callbacks, shows the logo "qmki_logo.trm" of the

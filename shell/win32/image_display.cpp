@@ -68,7 +68,7 @@ void PaintImageWindow(HWND window) {
   if (!context) return;
   const bool painted = PaintRecord(context, *record);
   // The paint wiped the rubber band out of the area that it covers.
-  if (painted && record->selectionActive != 0) DrawRubberBand(context);
+  if (painted && record->selectionActive != 0) DrawRubberBand(context, *record);
   EndPaint(window, &paint);
 }
 

@@ -27,7 +27,7 @@ void DisposeImageWindow(HWND window) {
   ForgetRubberBand(*record);
   const bool wasCurrent = windows.current == record->image;
   if (wasCurrent) windows.current = nullptr;
-  DeleteObject(static_cast<HBITMAP>(record->bitmap));
+  if (record->bitmap) DeleteObject(static_cast<HBITMAP>(record->bitmap));
   FreeImage(record->image);
   *record = {};
   FreeMem(record);
@@ -51,10 +51,13 @@ HWND CreateImageWindow(const char* name, const ImageRecord& image) {
 bool FillRecord(DisplayRecord& record, const char* name, ImageRecord* image) {
   HWND window = CreateImageWindow(name, *image);
   if (!window) return false;
-  HBITMAP bitmap = CreateDisplayBitmap(window, image->width, image->height);
-  if (!bitmap) {
-    DestroyWindow(window);
-    return false;
+  HBITMAP bitmap = nullptr;
+  if (!Shell().imageHooks.paintsPixels) {
+    bitmap = CreateDisplayBitmap(window, image->width, image->height);
+    if (!bitmap) {
+      DestroyWindow(window);
+      return false;
+    }
   }
   record = {window, kImageMagic, Shell().windows.nextNumber, 0, image, bitmap, 0};
   return true;
@@ -122,6 +125,7 @@ DisplayRecord* OpenImageWindow(const char* name, ImageRecord* image) {
   image->display = record;
   ++windows.count;
   ++windows.nextNumber;
+  if (Shell().imageHooks.opened) Shell().imageHooks.opened(*record);
   ShowWindow(WindowOf(*record), SW_SHOW);
   PlaceRecord(windows, record);
   // Painted at once: in the middle of later work the paint would end that work's progress display.

@@ -31,31 +31,10 @@ void PaintMain(HWND window) {
   EndPaint(window, &paint);
 }
 
-void OpenDroppedFiles(HDROP drop) {
-  constexpr UINT kCount = 0xFFFFFFFF;
-  const UINT count = DragQueryFileA(drop, kCount, nullptr, 0);
-  std::vector<std::string> paths;
-  for (UINT i = 0; i < count; ++i) {
-    std::string path(DragQueryFileA(drop, i, nullptr, 0) + 1, '\0');
-    path.resize(DragQueryFileA(drop, i, path.data(), static_cast<UINT>(path.size())));
-    paths.push_back(path);
-  }
-  DragFinish(drop);
-  for (const std::string& path : paths) OpenNamedFile(path);
-}
-
 void ForgetMainWindow() {
   Shell().mainWindow = nullptr;
   Services().mainWindow = nullptr;
   PostQuitMessage(0);
-}
-
-// The window class has the system's icon; the window itself shows the program's where it has one.
-void ShowProgramIcon(HWND window, HINSTANCE instance) {
-  if (HICON icon = LoadIconA(instance, MAKEINTRESOURCEA(IDI_PROGRAM))) {
-    SendMessageA(window, WM_SETICON, ICON_BIG, reinterpret_cast<LPARAM>(icon));
-    SendMessageA(window, WM_SETICON, ICON_SMALL, reinterpret_cast<LPARAM>(icon));
-  }
 }
 
 }  // namespace
@@ -85,13 +64,34 @@ LRESULT CALLBACK MainWindowProc(HWND window, UINT message, WPARAM wParam, LPARAM
       break;
     case WM_DROPFILES:
       if (!DeferWhileBusy(window, message, wParam, lParam)) {
-        OpenDroppedFiles(reinterpret_cast<HDROP>(wParam));
+        OpenDroppedFiles(wParam);
       }
       return 0;
     default:
       break;
   }
   return DefWindowProcA(window, message, wParam, lParam);
+}
+
+void OpenDroppedFiles(WPARAM dropped) {
+  const auto drop = reinterpret_cast<HDROP>(dropped);
+  constexpr UINT kCount = 0xFFFFFFFF;
+  const UINT count = DragQueryFileA(drop, kCount, nullptr, 0);
+  std::vector<std::string> paths;
+  for (UINT i = 0; i < count; ++i) {
+    std::string path(DragQueryFileA(drop, i, nullptr, 0) + 1, '\0');
+    path.resize(DragQueryFileA(drop, i, path.data(), static_cast<UINT>(path.size())));
+    paths.push_back(path);
+  }
+  DragFinish(drop);
+  for (const std::string& path : paths) OpenNamedFile(path);
+}
+
+void ShowProgramIcon(HWND window) {
+  if (HICON icon = LoadIconA(Shell().instance, MAKEINTRESOURCEA(IDI_PROGRAM))) {
+    SendMessageA(window, WM_SETICON, ICON_BIG, reinterpret_cast<LPARAM>(icon));
+    SendMessageA(window, WM_SETICON, ICON_SMALL, reinterpret_cast<LPARAM>(icon));
+  }
 }
 
 bool OpenMainWindow(const ShellProgram& program) {
@@ -105,7 +105,7 @@ bool OpenMainWindow(const ShellProgram& program) {
     return false;
   }
   Shell().mainWindow = window;
-  ShowProgramIcon(window, instance);
+  ShowProgramIcon(window);
   DragAcceptFiles(window, program.takesFiles);
   ShowWindow(window, SW_SHOWMAXIMIZED);
   UpdateWindow(window);

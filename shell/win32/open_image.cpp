@@ -29,6 +29,20 @@ void ReportFile(const std::string& path, const std::string& what) {
   ShowBox((path + "\n" + what).c_str(), "Failure", MB_ICONSTOP);
 }
 
+void ReportNoImage(const std::string& path, const std::string& reason) {
+  std::string text = "No image could be loaded from\n" + path;
+  if (!reason.empty()) text += "\n" + reason;
+  ShowBox(text.c_str(), "Failure", MB_ICONSTOP);
+}
+
+// Opens what the user chose in the open dialog.
+void OpenChosenFile(const ChosenFile& file, std::int32_t rawKind = -1) {
+  if (file.path.empty()) return;
+  std::string reason;
+  const OpenOutcome outcome = OpenImageFile(file.path, file.title, rawKind, &reason);
+  if (outcome == OpenOutcome::noImage && Shell().reportsNoImage) ReportNoImage(file.path, reason);
+}
+
 enum class Answer { notAsked, confirmed, cancelled };
 
 // Asks for what the load wanted to be told.
@@ -58,19 +72,17 @@ std::string FullPath(const std::string& path) {
 }  // namespace
 
 void RunOpenImage() {
-  const ChosenFile file = AskForFileToOpen();
-  if (!file.path.empty()) OpenImageFile(file.path, file.title);
+  OpenChosenFile(AskForFileToOpen());
 }
 
 void RunOpenRawImage() {
   if (!AskForRawLayout()) return;
   const std::int32_t kind = Raw().kind;
-  const ChosenFile file = AskForFileToOpen();
-  if (!file.path.empty()) OpenImageFile(file.path, file.title, kind);
+  OpenChosenFile(AskForFileToOpen(), kind);
 }
 
 OpenOutcome OpenImageFile(const std::string& path, const std::string& fileTitle,
-                          std::int32_t rawKind) {
+                          std::int32_t rawKind, std::string* reason) {
   LoadChoices choices;
   choices.way = Shell().readingWay;
   choices.rawKind = rawKind;
@@ -84,7 +96,10 @@ OpenOutcome OpenImageFile(const std::string& path, const std::string& fileTitle,
     ReportFile(path, "There is not enough memory to load it.");
     return OpenOutcome::noMemory;
   }
-  if (!result.image) return OpenOutcome::noImage;
+  if (!result.image) {
+    if (reason) *reason = result.reason;
+    return OpenOutcome::noImage;
+  }
   NotePluginAlpha(result);
   if (result.failure != LoadFailure::none)
     ReportFile(path, "It is not whole: " + result.reason + ".");
@@ -103,9 +118,9 @@ OpenOutcome OpenImageFile(const std::string& path, const std::string& fileTitle,
 
 void OpenNamedFile(const std::string& path) {
   const std::string full = FullPath(path);
-  if (OpenImageFile(full, std::string(PathFileName(full))) == OpenOutcome::noImage) {
-    ShowBox(("No image could be loaded from\n" + full).c_str(), "Failure", MB_ICONSTOP);
-  }
+  std::string reason;
+  const OpenOutcome outcome = OpenImageFile(full, std::string(PathFileName(full)), -1, &reason);
+  if (outcome == OpenOutcome::noImage) ReportNoImage(full, reason);
 }
 
 void ToggleReadAsOthers() {

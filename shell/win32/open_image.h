@@ -23,8 +23,9 @@ enum class OpenOutcome {
 
 /// Loads `path`, asking for what the file does not tell, and shows it in a window under
 /// `fileTitle`. With a raw layout other than -1 the user has settled its layout and size already.
+/// `reason`, if given, gets why there is no image.
 OpenOutcome OpenImageFile(const std::string& path, const std::string& fileTitle,
-                          std::int32_t rawKind = -1);
+                          std::int32_t rawKind = -1, std::string* reason = nullptr);
 
 /// Opens a file that was named outside the open dialog: a dropped one, or one of the command line.
 /// One that gives no image is reported.

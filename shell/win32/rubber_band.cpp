@@ -19,7 +19,7 @@ DisplayRecord* ActiveRecord() {
 void DrawIn(const DisplayRecord& record) {
   HDC context = GetDC(WindowOf(record));
   if (!context) return;
-  DrawRubberBand(context);
+  DrawRubberBand(context, record);
   ReleaseDC(WindowOf(record), context);
 }
 
@@ -75,17 +75,18 @@ void OnMouseMove(Point at, bool leftHeld) {
   }
 }
 
-void OnLeftUp(HWND window, Point at) {
+bool OnLeftUp(HWND window, Point at) {
   const RubberBand& band = Shell().band;
-  if (!band.dragging && !band.clickTool) return;
+  if (!band.dragging && !band.clickTool) return false;
   if (!band.clickTool) Reshape([at](RubberBand& shape) { DragRubberBand(shape, at); });
   CancelRubberBand();
   DisplayRecord* const record = FindImageWindow(window, false);
-  if (!record) return;
+  if (!record) return false;
   ApplyTool(Shell().toolMode, record->image);
-  if ((record->image->flags & kFlagPixelsChanged) == 0) return;
+  if ((record->image->flags & kFlagPixelsChanged) == 0) return false;
   record->edited = 1;
   RepaintFromPixels(*record);
+  return true;
 }
 
 void OnRightDown(Point at) {
@@ -96,8 +97,13 @@ void OnRightUp(Point at) {
   if (Shell().band.dragging) Reshape([at](RubberBand& band) { DropRubberBand(band, at); });
 }
 
-void DrawRubberBand(HDC context) {
-  const ClipRegion& shape = Shell().band.shape;
+void DrawRubberBand(HDC context, const DisplayRecord& record) {
+  ClipRegion shape = Shell().band.shape;
+  if (Shell().imageHooks.place) shape = Shell().imageHooks.place(record, shape);
+  DrawBandAt(context, shape);
+}
+
+void DrawBandAt(HDC context, const ClipRegion& shape) {
   const int previousMode = SetROP2(context, R2_XORPEN);
   HGDIOBJ previousPen = SelectObject(context, Shell().bandPen);
   MoveToEx(context, shape.left, shape.top, nullptr);

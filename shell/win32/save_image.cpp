@@ -63,6 +63,7 @@ bool SaveCurrentChoice(const std::string& path, ImageRecord& image) {
   image.flags &= ~std::uint32_t{kFlagChanged | kFlagNameGenerated};
   const SaveResult result = SaveByChoices(path, image);
   record.edited = changed && !result.saved ? 1 : 0;
+  if (result.saved && Shell().imageHooks.saved) Shell().imageHooks.saved(record, path);
   if (!result.saved) {
     ShowBox(SaveFailureText(path, result.reason).c_str(), "Failure", MB_ICONSTOP);
   }

@@ -5,6 +5,7 @@
 #include "imagelib/windows_api.h"
 #include "shell/model/rubber_band.h"
 #include "shell/model/window_table.h"
+#include "shell/win32/entry.h"
 
 namespace imx {
 
@@ -13,6 +14,8 @@ struct ShellState {
   HWND mainWindow = nullptr;           ///< null before it is made and after it is destroyed
   const char* titleOfTools = nullptr;  ///< the main window's title before the tool's name, or null
   bool (*programCommand)(HWND mainWindow, int command) = nullptr;  ///< may be null
+  bool reportsNoImage = false;                                     ///< of the program
+  ImageWindowHooks imageHooks;                                     ///< of the program
   HBITMAP logo = nullptr;                                          ///< null when there is none
   int logoWidth = 0;
   int logoHeight = 0;

@@ -67,10 +67,10 @@ void TickTool(int command) {
   }
 }
 
-void ShowToolInTitle(const Tool& tool) {
+void ShowToolInTitle(const Tool* tool) {
   const char* const title = Shell().titleOfTools;
   if (!title) return;
-  const std::string text = std::string(title) + " - " + tool.name;
+  const std::string text = tool ? std::string(title) + " - " + tool->name : title;
   SetWindowTextA(Shell().mainWindow, text.c_str());
 }
 
@@ -85,8 +85,14 @@ void SelectTool(int command) {
   if (!tool) return;
   Shell().toolMode = command;
   TickTool(command);
-  ShowToolInTitle(*tool);
+  ShowToolInTitle(tool);
   if (tool->choose) tool->choose();
+}
+
+void LeaveTool() {
+  Shell().toolMode = 0;
+  TickTool(0);
+  ShowToolInTitle(nullptr);
 }
 
 void ApplyTool(int command, ImageRecord* image) {

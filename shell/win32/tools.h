@@ -12,6 +12,9 @@ bool IsToolCommand(int command);
 /// choosing it.
 void SelectTool(int command);
 
+/// No tool is chosen any more.
+void LeaveTool();
+
 /// Applies a tool to an image, within CurrentClipRegion() where it works on a region.
 void ApplyTool(int command, ImageRecord* image);
 

@@ -22,9 +22,11 @@ bool Register(HINSTANCE instance, const char* name, WNDPROC procedure, int stock
 
 }  // namespace
 
-bool RegisterWindowClasses(HINSTANCE instance, const char* mainWindowClass) {
-  return Register(instance, mainWindowClass, Guarded<MainWindowProc>, WHITE_BRUSH) &&
-         Register(instance, kImageWindowClass, Guarded<ImageWindowProc>, BLACK_BRUSH) &&
+bool RegisterWindowClasses(HINSTANCE instance, const ShellProgram& program) {
+  const WNDPROC main = program.mainProcedure ? program.mainProcedure : Guarded<MainWindowProc>;
+  const WNDPROC image = program.imageProcedure ? program.imageProcedure : Guarded<ImageWindowProc>;
+  return Register(instance, program.className, main, WHITE_BRUSH) &&
+         Register(instance, kImageWindowClass, image, BLACK_BRUSH) &&
          Register(instance, kProgressWindowClass, Guarded<ProgressWindowProc>, GRAY_BRUSH);
 }
 

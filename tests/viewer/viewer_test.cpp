@@ -205,7 +205,6 @@ TEST_F(ViewerTest, SavesChangesWhereItSavedBefore) {
   ViewerRun run({photoPath});
   const HWND first = run.Image(1, "photo.png");
   run.Choose("fs");
-  run.PickImage("Select File to Save", 1);
   // The ending comes from the type.
   run.Save("Targa", "24-bit", IDC_COMPRESSION, temp.file("photo"));
   for (const auto& [shown, typed, factor] :

@@ -1,0 +1,11 @@
+/// The commands of the viewer's own menu items.
+#pragma once
+
+#include "imagelib/windows_api.h"
+
+namespace imx {
+
+/// Runs the command; false when it is not the viewer's.
+bool RunViewerCommand(HWND mainWindow, int command);
+
+}  // namespace imx
