@@ -76,7 +76,8 @@ void NoteSaved(DisplayRecord& record, const std::string& path) {
   ImageRecord& image = *record.image;
   CopyTextCut(image.name, PathFileName(path));
   CopyTextCut(image.path, path);
-  if (const ImageView* const view = FindView(static_cast<HWND>(record.window))) {
+  if (ImageView* const view = FindView(static_cast<HWND>(record.window))) {
+    view->note.clear();
     ShowTitle(*view);
     ShowStatus(*view);
   }
