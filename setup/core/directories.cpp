@@ -2,6 +2,8 @@
 
 #include <iterator>
 
+#include "setup/core/log.h"
+
 namespace imx {
 namespace {
 
@@ -14,9 +16,18 @@ static_assert(std::size(kDataSubdirectories) == kDataSubdirectoryCount);
 constexpr const char* kHelpPics = "\\pics";
 constexpr const char* kHelpAnims = "\\anims";
 
-DirState ensureDirectory(const Platform& platform, const char* path) {
-  if (platform.isDirectory(platform.context, path)) return DirState::existed;
-  return platform.makeDirectory(platform.context, path) ? DirState::created : DirState::unknown;
+DirState ensureDirectory(const Platform& platform, const InstallSettings& settings,
+                         const char* path) {
+  if (platform.isDirectory(platform.context, path)) {
+    logLine(platform, settings, {"The directory is there: ", path});
+    return DirState::existed;
+  }
+  if (!platform.makeDirectory(platform.context, path)) {
+    logFailure(platform, settings, "Cannot make the directory", path);
+    return DirState::unknown;
+  }
+  logLine(platform, settings, {"Made the directory ", path});
+  return DirState::created;
 }
 
 // `path` is built from the parts; a path that is too long cannot be made.
@@ -24,7 +35,7 @@ bool createTracked(const Platform& platform, InstallSettings& settings, TrackedD
                    std::initializer_list<std::string_view> parts) {
   PathText path;
   if (!joinPath(path, parts)) return false;
-  settings.dirState[which] = ensureDirectory(platform, path);
+  settings.dirState[which] = ensureDirectory(platform, settings, path);
   return settings.dirState[which] != DirState::unknown;
 }
 
@@ -39,7 +50,7 @@ bool createDataSubdirectories(const Platform& platform, InstallSettings& setting
   for (std::int32_t i = 0; i < kDataSubdirectoryCount; ++i) {
     PathText& path = settings.dataSubdirectories[i];
     if (!joinPath(path, {settings.dataDir, kDataSubdirectories[i]}) ||
-        ensureDirectory(platform, path) == DirState::unknown) {
+        ensureDirectory(platform, settings, path) == DirState::unknown) {
       return false;
     }
   }

@@ -2,11 +2,14 @@
 
 #include <algorithm>
 #include <iterator>
+#include <string>
+#include <utility>
 
 #include "imagelib/guards.h"
 #include "setup/core/copy_sequence.h"
 #include "setup/core/directories.h"
 #include "setup/core/halt.h"
+#include "setup/core/log.h"
 #include "setup/core/shortcuts.h"
 
 namespace imx {
@@ -29,8 +32,18 @@ bool prepareDirectories(const Platform& platform, InstallSettings& settings) {
 
 void copyAndLink(const Platform& platform, InstallSettings& settings) {
   walkCopySequence(platform, settings);
-  if (settings.copyEnabled == 1 && platform.initializeCom(platform.context) == kResultOk) {
+  if (settings.copyEnabled != 1) return;
+  if (settings.runningFiles < settings.expectedFiles) {
+    settings.failedItems += settings.expectedFiles - settings.runningFiles;
+    announce(platform, settings,
+             {std::to_string(settings.expectedFiles - settings.runningFiles),
+              " files are gone from the medium since they were counted"});
+  }
+  if (platform.initializeCom(platform.context) == kResultOk) {
     makeShortcuts(platform, settings);
+  } else {
+    settings.failedItems += 1;
+    announce(platform, settings, {"No shortcuts: the shell's libraries cannot be used"});
   }
 }
 
@@ -49,6 +62,12 @@ std::int32_t runInstall(const Platform& platform, InstallSettings& settings, std
                                1);
   copyAndLink(platform, settings);
   return kInstallDone;
+}
+
+void countFiles(const Platform& platform, InstallSettings& settings) {
+  runInstall(platform, settings, kCountMode);
+  settings.expectedFiles = std::exchange(settings.runningFiles, 0U);
+  settings.expectedBytes = std::exchange(settings.runningBytes, 0U);
 }
 
 }  // namespace imx

@@ -17,4 +17,7 @@ inline constexpr std::int32_t kInstallNoDirectories = 2;
 /// could not be made, which has been told to the user and has sent the Exit command.
 std::int32_t runInstall(const Platform& platform, InstallSettings& settings, std::int32_t mode);
 
+/// runInstall in kCountMode; what it counted becomes expectedFiles and expectedBytes.
+void countFiles(const Platform& platform, InstallSettings& settings);
+
 }  // namespace imx

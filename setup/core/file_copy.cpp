@@ -1,11 +1,12 @@
 #include "setup/core/file_copy.h"
 
-#include <cstring>
 #include <string_view>
 
 #include "imagelib/host.h"
 #include "imagelib/text.h"
-#include "setup/core/token_expander.h"
+#include "setup/core/file_stream.h"
+#include "setup/core/log.h"
+#include "setup/core/replace_file.h"
 #include "setup/core/wizard_pages.h"
 
 namespace imx {
@@ -13,68 +14,47 @@ namespace {
 
 constexpr std::string_view kTemplateEndings[] = {".tml", ".mpt", ".mpr", ".psy", ".ini"};
 
-using CopyFunction = void (*)(const Platform& platform, const InstallSettings& settings,
-                              const char* source, const char* destination);
+enum class Copied { done, kept, failed };
 
 // False when there is no such path: an empty base is one that did not fit.
 bool joinName(PathText& path, const PathText& base, const char* name) {
   return base[0] != '\0' && joinPath(path, {base, name});
 }
 
-void copyAsIs(const Platform& platform, const InstallSettings&, const char* source,
-              const char* destination) {
-  platform.copyFile(platform.context, source, destination);
-  platform.setNormalAttributes(platform.context, destination);
-}
-
-// False when not all of it could be written.
-bool expandInto(const Platform& platform, const InstallSettings& settings, void* in, void* out) {
-  const TokenTexts texts = makeTokenTexts(platform, settings);
-  TokenExpander expander(texts);
-  std::uint8_t byte = 0;
-  while (platform.readByte(platform.context, in, &byte)) {
-    const std::string_view text = expander.take(byte);
-    if (text.empty()) continue;
-    if (platform.writeBytes(platform.context, out, text.data(), text.size()) != text.size()) {
-      return false;
-    }
-  }
+bool makeAsIs(const Platform& platform, const char* source, const char* beside) {
+  if (!platform.copyFile(platform.context, source, beside)) return false;
+  platform.setAttributes(platform.context, beside, kNormalAttributes);
   return true;
 }
 
-// Makes a file beside `destination` under a name that is not taken, and no longer, so that it fits.
-void* createBeside(const Platform& platform, const char* destination, PathText& beside) {
-  for (const char mark : std::string_view("~_!#$&@")) {
-    copyPath(beside, destination);
-    beside[std::strlen(beside) - 1] = mark;
-    if (void* const file = platform.createFile(platform.context, beside)) return file;
+// One that cannot be opened for reading can perhaps be copied.
+bool makeExpanded(const Platform& platform, InstallSettings& settings, const char* source,
+                  const char* beside) {
+  void* const out = platform.createFile(platform.context, beside);
+  if (!out) return false;
+  const auto write = [&](std::string_view piece) {
+    return platform.writeBytes(platform.context, out, piece.data(), piece.size());
+  };
+  const Streamed streamed = streamFile(platform, settings, source, true, write);
+  if (!platform.closeFile(platform.context, out)) return false;
+  if (streamed != Streamed::notOpened) return streamed == Streamed::whole;
+  if (!platform.removeFile(platform.context, beside) || !makeAsIs(platform, source, beside)) {
+    return false;
   }
-  return nullptr;
+  settings.failedItems += 1;
+  announce(platform, settings, {"Copied with its directories left open: ", source});
+  return true;
 }
 
-// What was at `destination` is replaced by a whole file or not at all. False when a file could not
-// be opened or replaced.
-bool copyExpanded(const Platform& platform, const InstallSettings& settings, const char* source,
-                  const char* destination) {
-  void* const in = platform.openForReading(platform.context, source);
-  if (!in) return false;
-  PathText beside;
-  void* const out = createBeside(platform, destination, beside);
-  bool whole = out && expandInto(platform, settings, in, out);
-  if (out && !platform.closeFile(platform.context, out)) whole = false;
-  if (!platform.closeFile(platform.context, in)) whole = false;
-  if (whole && platform.moveFile(platform.context, beside, destination)) return true;
-  if (out) platform.removeFile(platform.context, beside);
-  return out && !whole;
-}
-
-void copyExpandedOrAsIs(const Platform& platform, const InstallSettings& settings,
-                        const char* source, const char* destination) {
-  // A medium that is installed over itself keeps its templates.
-  if (platform.isSameFile(platform.context, source, destination)) return;
-  if (!copyExpanded(platform, settings, source, destination)) {
-    copyAsIs(platform, settings, source, destination);
-  }
+Copied copyFile(const Platform& platform, InstallSettings& settings, const char* source,
+                const char* destination, bool expands) {
+  // A medium that is installed over itself keeps its files.
+  if (platform.isSameFile(platform.context, source, destination)) return Copied::kept;
+  const auto make = [&](const char* beside) {
+    return expands ? makeExpanded(platform, settings, source, beside)
+                   : makeAsIs(platform, source, beside);
+  };
+  return replaceFile(platform, settings, destination, make) ? Copied::done : Copied::failed;
 }
 
 bool isTemplateName(std::string_view name) {
@@ -87,7 +67,11 @@ bool isTemplateName(std::string_view name) {
 
 void reportFile(const Platform& platform, InstallSettings& settings) {
   if (ProgressUpdateAbort(static_cast<std::int32_t>(settings.runningFiles)) == 0) return;
-  platform.showPage(platform.context, Page::abortQuery);
+  if (settings.unattended) {
+    settings.userAborted = 1;
+  } else {
+    platform.showPage(platform.context, Page::abortQuery);
+  }
   // The display keeps the request until its end; one press asks once.
   platform.clearStopRequest(platform.context);
   if (settings.userAborted == 0) return;
@@ -95,22 +79,52 @@ void reportFile(const Platform& platform, InstallSettings& settings) {
   settings.mode = kCountMode;
 }
 
+void noteResult(const Platform& platform, InstallSettings& settings, Copied result,
+                const char* destination, std::uint32_t size) {
+  switch (result) {
+    case Copied::done:
+      logLine(platform, settings, {"Copied ", destination});
+      break;
+    case Copied::kept:
+      logLine(platform, settings, {"Kept the medium's own ", destination});
+      break;
+    case Copied::failed:
+      settings.failedItems += 1;
+      logFailure(platform, settings, "Not copied:", destination);
+      return;
+  }
+  settings.copiedFiles += 1;
+  settings.copiedBytes += size;
+}
+
+void install(const Platform& platform, InstallSettings& settings, const char* source,
+             const char* name, bool expands, std::uint32_t size) {
+  PathText destination;
+  if (!joinName(destination, settings.destBase, name)) {
+    settings.failedItems += 1;
+    announce(platform, settings, {"Not copied: ", source, ": the destination's path is too long"});
+    return;
+  }
+  noteResult(platform, settings, copyFile(platform, settings, source, destination, expands),
+             destination, size);
+}
+
 std::int32_t handleFile(const Platform& platform, InstallSettings& settings, const char* name,
-                        InstallCategory category, CopyFunction copy) {
+                        InstallCategory category, bool expands) {
   PathText source;
   FileEntry entry;
   if (!joinName(source, settings.sourceBase, name) || !lookUp(platform, source, &entry) ||
       (entry.attributes & kDirectoryAttribute) != 0) {
+    if (settings.copyEnabled == 1) {
+      logLine(platform, settings, {"Not on the medium: ", settings.sourceBase, name});
+    }
     return 1;
   }
   // Only right below 4 GiB; the totals are 32-bit anyway.
   const std::uint32_t size = entry.sizeLow - entry.sizeHigh;
   settings.runningBytes += size;
   settings.categoryBytes[category] += size;
-  PathText destination;
-  if (settings.copyEnabled == 1 && joinName(destination, settings.destBase, name)) {
-    copy(platform, settings, source, destination);
-  }
+  if (settings.copyEnabled == 1) install(platform, settings, source, name, expands, size);
   settings.runningFiles += 1;
   if (settings.mode == kInstallMode) reportFile(platform, settings);
   return 0;
@@ -120,13 +134,12 @@ std::int32_t handleFile(const Platform& platform, InstallSettings& settings, con
 
 std::int32_t copyPlain(const Platform& platform, InstallSettings& settings, const char* name,
                        InstallCategory category) {
-  return handleFile(platform, settings, name, category, copyAsIs);
+  return handleFile(platform, settings, name, category, false);
 }
 
 std::int32_t copyTemplate(const Platform& platform, InstallSettings& settings, const char* name,
                           InstallCategory category) {
-  return handleFile(platform, settings, name, category,
-                    isTemplateName(name) ? copyExpandedOrAsIs : copyAsIs);
+  return handleFile(platform, settings, name, category, isTemplateName(name));
 }
 
 std::int32_t copyIfMissing(const Platform& platform, InstallSettings& settings, const char* name,
@@ -134,6 +147,7 @@ std::int32_t copyIfMissing(const Platform& platform, InstallSettings& settings, 
   PathText destination;
   FileEntry existing;
   if (joinName(destination, settings.destBase, name) && lookUp(platform, destination, &existing)) {
+    if (settings.copyEnabled == 1) logLine(platform, settings, {"Kept the system's ", destination});
     return 1;
   }
   return copyPlain(platform, settings, name, category);

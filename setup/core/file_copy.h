@@ -4,7 +4,8 @@
 /// running and category totals; the file is copied under settings.destBase only while
 /// settings.copyEnabled is 1. In the install pass each counted file moves the progress display on;
 /// when the user asks to stop there and confirms it, the rest of the pass only counts.
-/// All return 0, or 1 when there is nothing to copy. A copy that fails is not reported.
+/// All return 0, or 1 when there is nothing to copy. A copy that fails
+/// leaves what was there, is logged, and counts as settings.failedItems.
 #pragma once
 
 #include <cstdint>

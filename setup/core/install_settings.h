@@ -49,6 +49,7 @@ struct InstallSettings {
   std::uint32_t installGlint = 1;    ///< Glint chosen
   std::uint32_t installTwistel = 1;  ///< Twistel chosen
   std::uint32_t installDocs = 1;     ///< copy the documentation; 0: it is read from the CD
+  std::uint32_t docsWithGlint = 1;   ///< installDocs when the components page is opened with Glint
   PathText windowsDir = {};          ///< destination of the .ini files
   PathText systemDir = {};           ///< destination of the shared runtime DLLs
   PathText sourceDir = {};           ///< the medium; ends in a backslash unless empty
@@ -70,6 +71,8 @@ struct InstallSettings {
   const char* problemLabel = "";  ///< name of the rejected field; static text
   std::int32_t problemCode = 0;   ///< validation code minus 1
   char badChar = 0;               ///< the illegal character of the last code 4
+  bool unattended = false;        ///< nobody answers: no dialog is shown, and Stop is Abort
+  void* log = nullptr;            ///< file of the log; null: none is kept
 
   // The engine's part.
   std::int32_t mode = kCountMode;   ///< of the current pass; kCountMode after an abort
@@ -78,6 +81,9 @@ struct InstallSettings {
   std::uint32_t runningBytes = 0;   ///< counted by every pass
   std::uint32_t expectedFiles = 0;  ///< result of the last counting pass
   std::uint32_t expectedBytes = 0;  ///< result of the last counting pass
+  std::uint32_t copiedFiles = 0;    ///< that now stand whole at their destination
+  std::uint64_t copiedBytes = 0;    ///< their size on the medium
+  std::uint32_t failedItems = 0;    ///< files and shortcuts that could not be made
   std::uint32_t categoryBytes[kCategoryCount] = {};
   PathText rootTexts[kCategoryCount] = {};        ///< root of each category's destination
   const char* driveRoot[kCategoryCount] = {};     ///< distinct ones of rootTexts

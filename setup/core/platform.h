@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 
 #include "setup/core/path_text.h"
 
@@ -10,7 +11,10 @@ namespace imx {
 
 enum class Page;
 
+inline constexpr std::uint32_t kReadOnlyAttribute = 0x01;
+inline constexpr std::uint32_t kHiddenAttribute = 0x02;
 inline constexpr std::uint32_t kDirectoryAttribute = 0x10;
+inline constexpr std::uint32_t kNormalAttributes = 0x80;  ///< none of the others
 
 /// One entry of a directory.
 struct FileEntry {
@@ -32,6 +36,9 @@ struct DiskSpace {
   std::uint32_t bytesPerSector = 0;
 };
 
+/// A moment of the local time, "2001-02-03 04:05:06".
+using TimeText = char[20];
+
 /// Results of the calls that answer with a code: 0 is success, negative a failure.
 using ResultCode = std::int32_t;
 inline constexpr ResultCode kResultOk = 0;
@@ -46,22 +53,26 @@ struct Platform {
   bool (*findNext)(void* context, void* search, FileEntry* entry);
   void (*findClose)(void* context, void* search);
   bool (*isDirectory)(void* context, const char* path);
-  bool (*copyFile)(void* context, const char* from, const char* to);  ///< replaces `to`
+  /// Makes the file `to`, which must not be there; a failure may leave a part of it.
+  bool (*copyFile)(void* context, const char* from, const char* to);
   bool (*moveFile)(void* context, const char* from, const char* to);  ///< replaces `to`
-  void (*removeFile)(void* context, const char* path);
+  bool (*removeFile)(void* context, const char* path);
   /// Whether both paths lead to one file that is there, however they are spelled.
   bool (*isSameFile)(void* context, const char* a, const char* b);
-  void (*setNormalAttributes)(void* context, const char* path);
+  void (*setAttributes)(void* context, const char* path, std::uint32_t attributes);
   bool (*makeDirectory)(void* context, const char* path);    ///< one level
   bool (*removeDirectory)(void* context, const char* path);  ///< only an empty one
   void* (*openForReading)(void* context, const char* path);  ///< null: cannot be opened
   /// Makes a file to write to; null when it cannot be made, or there is one already.
   void* (*createFile)(void* context, const char* path);
-  bool (*readByte)(void* context, void* file, std::uint8_t* byte);  ///< false at the end
-  std::size_t (*writeBytes)(void* context, void* file, const char* data, std::size_t count);
-  bool (*closeFile)(void* context, void* file);  ///< false: it was not all read, or not all written
+  /// Reads up to `size` bytes into `to` and stores how many, 0 at the end. False when that failed.
+  bool (*readBytes)(void* context, void* file, char* to, std::size_t size, std::size_t* count);
+  bool (*writeBytes)(void* context, void* file, const char* data, std::size_t count);  ///< all
+  bool (*closeFile)(void* context, void* file);
   bool (*fullPath)(void* context, const char* path, PathText& absolute);
   bool (*diskSpace)(void* context, const char* root, DiskSpace* space);
+  /// Why the last of these calls that failed did so, in the system's words.
+  std::string (*failureReason)(void* context);
 
   // The system. Texts that cannot be had are left empty.
   bool (*osVersion)(void* context, OsVersion* version);
@@ -69,6 +80,9 @@ struct Platform {
   void (*windowsDirectory)(void* context, PathText& path);
   void (*systemDirectory)(void* context, PathText& path);
   void (*currentDirectory)(void* context, PathText& path);
+  void (*temporaryFolder)(void* context, PathText& path);  ///< ends in a backslash
+  void (*localTime)(void* context, TimeText& text);
+  void (*pause)(void* context, std::uint32_t milliseconds);
   /// A text value under the local machine's key.
   bool (*machineValue)(void* context, const char* key, const char* name, PathText& value);
   /// Converts a path to the code page that the system gives programs which ask for none. False when
@@ -80,6 +94,10 @@ struct Platform {
                              const char* description);
 
   // The screen.
+  /// Writes a line to standard error where there is one.
+  void (*tell)(void* context, const char* line);
+  /// Shows a text of several lines on the console, without one in a box that is to be closed.
+  void (*showText)(void* context, const char* text);
   /// Shows the dialog to its end. False when it could not be shown or was taken away unanswered.
   bool (*showPage)(void* context, Page page);
   /// Forgets a stop request of the progress display that has been answered.

@@ -1,5 +1,10 @@
 #include "setup/core/shortcuts.h"
 
+#include <cstdio>
+#include <string>
+
+#include "setup/core/log.h"
+
 namespace imx {
 namespace {
 
@@ -20,16 +25,33 @@ constexpr Shortcut kShortcuts[] = {
      "Shortcut to twistel.exe"},
 };
 
+std::string inHex(ResultCode code) {
+  char text[16];
+  std::snprintf(text, sizeof text, "0x%08X", static_cast<unsigned>(code));
+  return text;
+}
+
+void makeOne(const Platform& platform, InstallSettings& settings, const char* target,
+             const char* link, const char* description) {
+  const ResultCode result = platform.makeShortcut(platform.context, target, link, description);
+  if (result >= 0) {
+    logLine(platform, settings, {"Made the shortcut ", link});
+    return;
+  }
+  settings.failedItems += 1;
+  announce(platform, settings, {"No shortcut ", link, ": error ", inHex(result)});
+}
+
 }  // namespace
 
-void makeShortcuts(const Platform& platform, const InstallSettings& settings) {
+void makeShortcuts(const Platform& platform, InstallSettings& settings) {
   for (const Shortcut& shortcut : kShortcuts) {
     PathText target;
     PathText link;
     if (isWanted(settings, shortcut.condition) &&
         joinPath(target, {settings.*shortcut.targetDir, shortcut.targetName}) &&
         joinPath(link, {settings.programsFolder, "\\", settings.groupName, shortcut.linkName})) {
-      platform.makeShortcut(platform.context, target, link, shortcut.description);
+      makeOne(platform, settings, target, link, shortcut.description);
     }
   }
 }

@@ -6,7 +6,7 @@
 
 namespace imx {
 
-/// Makes the links of what was chosen. One that cannot be made is passed over.
-void makeShortcuts(const Platform& platform, const InstallSettings& settings);
+/// Makes the links of what was chosen. One that cannot be made is logged and passed over.
+void makeShortcuts(const Platform& platform, InstallSettings& settings);
 
 }  // namespace imx

@@ -65,4 +65,20 @@ std::int32_t checkSpace(const Platform& platform, InstallSettings& settings) {
   return 0;
 }
 
+const char* driveWithoutRoom(const Platform& platform, InstallSettings& settings) {
+  collectRoots(platform, settings);
+  collectDrives(settings);
+  for (std::int32_t i = 0; i < settings.driveCount; ++i) {
+    const std::uint64_t required = std::uint64_t{settings.driveBytes[i]} * 13 / 10;
+    DiskSpace space;
+    if (required == 0) continue;  // nothing goes there, as for the root of a help that is left out
+    if (!platform.diskSpace(platform.context, settings.driveRoot[i], &space) ||
+        std::uint64_t{space.freeClusters} * space.sectorsPerCluster * space.bytesPerSector <
+            required) {
+      return settings.driveRoot[i];
+    }
+  }
+  return nullptr;
+}
+
 }  // namespace imx

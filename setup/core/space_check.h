@@ -13,4 +13,8 @@ namespace imx {
 /// too little free space or cannot be asked, else 0. The arithmetic is 32-bit and wraps.
 std::int32_t checkSpace(const Platform& platform, InstallSettings& settings);
 
+/// The same without wrapping: what a drive really has. Null when all have room, else the root of
+/// one that has too little.
+const char* driveWithoutRoom(const Platform& platform, InstallSettings& settings);
+
 }  // namespace imx

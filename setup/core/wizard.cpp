@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "setup/core/engine.h"
+#include "setup/core/log.h"
 #include "setup/core/page_machine.h"
 #include "setup/core/space_check.h"
 #include "setup/core/startup.h"
@@ -22,11 +23,7 @@ constexpr const char* kTooLittleSpace =
     "Reassign compenents or make more space available.";
 
 void countAndCheckSpace(const Platform& platform, InstallSettings& settings) {
-  runInstall(platform, settings, kCountMode);
-  settings.expectedFiles = settings.runningFiles;
-  settings.expectedBytes = settings.runningBytes;
-  settings.runningFiles = 0;
-  settings.runningBytes = 0;
+  countFiles(platform, settings);
   settings.spaceOk = checkSpace(platform, settings) == 0 ? 1 : 0;
   copyPath(settings.haltMessage, settings.spaceOk != 0 ? kEnoughSpace : kTooLittleSpace);
 }
@@ -49,6 +46,14 @@ bool runPages(const Platform& platform, InstallSettings& settings) {
   return true;
 }
 
+bool install(const Platform& platform, InstallSettings& settings, const SetupArguments& arguments) {
+  logChoices(platform, settings);
+  keepChoices(platform, settings, arguments);
+  const bool done = runInstall(platform, settings, kInstallMode) == kInstallDone;
+  logCounts(platform, settings);
+  return done;
+}
+
 void tellOutcome(const Platform& platform, InstallSettings& settings) {
   PathText group;
   if (joinPath(group, {settings.programsFolder, "\\", settings.groupName})) {
@@ -67,7 +72,8 @@ void tellOutcome(const Platform& platform, InstallSettings& settings) {
 
 }  // namespace
 
-ResultCode runWizard(const Platform& platform, InstallSettings& settings) {
+ResultCode runWizard(const Platform& platform, InstallSettings& settings,
+                     const SetupArguments& arguments) {
   if (const HaltText* const problem = runStartUpChecks(platform, settings)) {
     showHalt(platform, settings, *problem);
     platform.sendExit(platform.context);
@@ -75,9 +81,15 @@ ResultCode runWizard(const Platform& platform, InstallSettings& settings) {
   }
   setDefaultLocations(platform, settings);
   const ResultCode located = platform.programsFolder(platform.context, settings.programsFolder);
-  if (located < 0) return located;
-  if (runPages(platform, settings) &&
-      runInstall(platform, settings, kInstallMode) == kInstallDone) {
+  if (located < 0) {
+    logLine(platform, settings, {"The Programs folder cannot be located"});
+    return located;
+  }
+  // What is refused shows on its page and is refused there.
+  applyChoices(platform, settings, arguments);
+  if (!runPages(platform, settings)) {
+    logLine(platform, settings, {"Left without installing"});
+  } else if (install(platform, settings, arguments)) {
     tellOutcome(platform, settings);
   }
   platform.sendExit(platform.context);

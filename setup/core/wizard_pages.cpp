@@ -110,7 +110,7 @@ void followGlint(const PageView& view) {
   const bool glint = isChecked(view, IDC_GLINT);
   enable(view, IDC_TWISTEL, glint);
   check(view, IDC_TWISTEL, glint && view.settings.installTwistel != 0);
-  view.settings.installDocs = glint ? 1 : 0;
+  view.settings.installDocs = glint ? view.settings.docsWithGlint : 0;
 }
 
 void storeGlint(const PageView& view) {

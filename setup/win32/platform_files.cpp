@@ -1,10 +1,5 @@
-#include <direct.h>
-#include <fcntl.h>
-#include <io.h>
-#include <sys/stat.h>
-
-#include <cstdio>
 #include <cstdlib>
+#include <string>
 
 #include "setup/win32/setup_host.h"
 
@@ -46,16 +41,22 @@ bool isDirectory(void*, const char* path) {
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
-bool copyOneFile(void*, const char* from, const char* to) {
-  return CopyFileA(from, to, FALSE) != FALSE;
+// The result of a call of the system's, whose reason is kept when it failed.
+bool noted(void* context, BOOL result) {
+  if (!result) hostOf(context).lastError = GetLastError();
+  return result != FALSE;
 }
 
-bool moveOneFile(void*, const char* from, const char* to) {
-  return MoveFileExA(from, to, MOVEFILE_REPLACE_EXISTING) != FALSE;
+bool copyOneFile(void* context, const char* from, const char* to) {
+  return noted(context, CopyFileA(from, to, TRUE));
 }
 
-void removeOneFile(void*, const char* path) {
-  DeleteFileA(path);
+bool moveOneFile(void* context, const char* from, const char* to) {
+  return noted(context, MoveFileExA(from, to, MOVEFILE_REPLACE_EXISTING));
+}
+
+bool removeOneFile(void* context, const char* path) {
+  return noted(context, DeleteFileA(path));
 }
 
 bool identify(const char* path, BY_HANDLE_FILE_INFORMATION* information) {
@@ -83,39 +84,59 @@ bool isSameFile(void*, const char* a, const char* b) {
          isSameTime(first.ftLastWriteTime, second.ftLastWriteTime);
 }
 
-void setNormalAttributes(void*, const char* path) {
-  SetFileAttributesA(path, FILE_ATTRIBUTE_NORMAL);
+void setAttributes(void*, const char* path, std::uint32_t attributes) {
+  SetFileAttributesA(path, attributes);
 }
 
-bool makeDirectory(void*, const char* path) {
-  return _mkdir(path) == 0;
+bool makeDirectory(void* context, const char* path) {
+  return noted(context, CreateDirectoryA(path, nullptr));
 }
 
-bool removeDirectory(void*, const char* path) {
-  return _rmdir(path) == 0;
+bool removeDirectory(void* context, const char* path) {
+  return noted(context, RemoveDirectoryA(path));
 }
 
-void* openForReading(void*, const char* path) {
-  return std::fopen(path, "rb");
+void* opened(void* context, HANDLE file) {
+  return noted(context, file != INVALID_HANDLE_VALUE) ? file : nullptr;
 }
 
-void* createFile(void*, const char* path) {
-  const int made = _open(path, _O_WRONLY | _O_CREAT | _O_EXCL | _O_BINARY, _S_IREAD | _S_IWRITE);
-  return made == -1 ? nullptr : _fdopen(made, "wb");
+void* openForReading(void* context, const char* path) {
+  constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+  return opened(context, CreateFileA(path, GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING,
+                                     FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
 }
 
-bool readByte(void*, void* file, std::uint8_t* byte) {
-  return std::fread(byte, 1, 1, static_cast<std::FILE*>(file)) == 1;
+void* createFile(void* context, const char* path) {
+  return opened(context, CreateFileA(path, GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_NEW,
+                                     FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
-std::size_t writeBytes(void*, void* file, const char* data, std::size_t count) {
-  return std::fwrite(data, 1, count, static_cast<std::FILE*>(file));
+bool readBytes(void* context, void* file, char* to, std::size_t size, std::size_t* count) {
+  DWORD got = 0;
+  const bool done = noted(context, ReadFile(file, to, size, &got, nullptr));
+  *count = got;
+  return done;
 }
 
-bool closeFile(void*, void* file) {
-  auto* const stream = static_cast<std::FILE*>(file);
-  const bool fine = std::ferror(stream) == 0;
-  return std::fclose(stream) == 0 && fine;
+bool writeBytes(void* context, void* file, const char* data, std::size_t count) {
+  DWORD written = 0;
+  if (!noted(context, WriteFile(file, data, count, &written, nullptr))) return false;
+  if (written != count) hostOf(context).lastError = ERROR_DISK_FULL;
+  return written == count;
+}
+
+bool closeFile(void* context, void* file) {
+  return noted(context, CloseHandle(file));
+}
+
+// The system's text, without its line end, and its number.
+std::string failureReason(void* context) {
+  const DWORD error = hostOf(context).lastError;
+  char text[512] = "";
+  DWORD size = FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
+                              error, 0, text, sizeof text, nullptr);
+  while (size > 0 && (text[size - 1] == '\n' || text[size - 1] == '\r')) --size;
+  return std::string(text, size) + " (error " + std::to_string(error) + ")";
 }
 
 bool diskSpace(void*, const char* root, DiskSpace* space) {
@@ -141,16 +162,17 @@ void fillFileFunctions(Platform& platform) {
   platform.moveFile = moveOneFile;
   platform.removeFile = removeOneFile;
   platform.isSameFile = isSameFile;
-  platform.setNormalAttributes = setNormalAttributes;
+  platform.setAttributes = setAttributes;
   platform.makeDirectory = makeDirectory;
   platform.removeDirectory = removeDirectory;
   platform.openForReading = openForReading;
   platform.createFile = createFile;
-  platform.readByte = readByte;
+  platform.readBytes = readBytes;
   platform.writeBytes = writeBytes;
   platform.closeFile = closeFile;
   platform.fullPath = fullPath;
   platform.diskSpace = diskSpace;
+  platform.failureReason = failureReason;
 }
 
 }  // namespace imx

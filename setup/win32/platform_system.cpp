@@ -1,3 +1,5 @@
+#include <cstdio>
+
 #include "setup/win32/setup_host.h"
 
 // After the base header.
@@ -37,6 +39,23 @@ void systemDirectory(void*, PathText& path) {
 void currentDirectory(void*, PathText& path) {
   path[0] = '\0';
   keepIfWhole(path, GetCurrentDirectoryA(sizeof path, path));
+}
+
+void temporaryFolder(void*, PathText& path) {
+  path[0] = '\0';
+  keepIfWhole(path, GetTempPathA(sizeof path, path));
+}
+
+void localTime(void*, TimeText& text) {
+  SYSTEMTIME now = {};
+  GetLocalTime(&now);
+  std::snprintf(text, sizeof text, "%04d-%02d-%02d %02d:%02d:%02d", now.wYear % 10000,
+                now.wMonth % 100, now.wDay % 100, now.wHour % 100, now.wMinute % 100,
+                now.wSecond % 100);
+}
+
+void pauseFor(void*, std::uint32_t milliseconds) {
+  Sleep(milliseconds);
 }
 
 bool machineValue(void*, const char* key, const char* name, PathText& value) {
@@ -98,6 +117,9 @@ void fillSystemFunctions(Platform& platform) {
   platform.windowsDirectory = windowsDirectory;
   platform.systemDirectory = systemDirectory;
   platform.currentDirectory = currentDirectory;
+  platform.temporaryFolder = temporaryFolder;
+  platform.localTime = localTime;
+  platform.pause = pauseFor;
   platform.machineValue = machineValue;
   platform.toSystemCodePage = toSystemCodePage;
   platform.programsFolder = programsFolder;

@@ -21,6 +21,15 @@ void clearStopRequest(void*) {
   ClearStopRequest();
 }
 
+void tell(void*, const char* line) {
+  writeToConsole(std::string(line) + "\r\n");
+}
+
+void showText(void* context, const char* text) {
+  if (writeToConsole(std::string(text) + "\r\n")) return;
+  MessageBoxA(hostOf(context).mainWindow, text, "Quillmark Installer", MB_ICONINFORMATION);
+}
+
 void exploreFolder(void* context, const char* folder) {
   ShellExecuteA(hostOf(context).mainWindow, "explore", folder, nullptr, "", SW_SHOWMINNOACTIVE);
 }
@@ -42,6 +51,8 @@ void fillPlatform(SetupHost& host) {
   fillFileFunctions(platform);
   fillSystemFunctions(platform);
   platform.showPage = showPage;
+  platform.tell = tell;
+  platform.showText = showText;
   platform.clearStopRequest = clearStopRequest;
   platform.exploreFolder = exploreFolder;
   platform.showMainWindow = showMainWindow;

@@ -1,6 +1,9 @@
 /// The setup program on the real system: its platform table and its dialogs.
 #pragma once
 
+#include <string>
+#include <vector>
+
 #include "imagelib/windows_api.h"
 #include "setup/core/install_settings.h"
 #include "setup/core/platform.h"
@@ -17,7 +20,15 @@ struct SetupHost {
   IMalloc* shellAllocator;  ///< null until obtained; never released, it is the process's own
   InstallSettings settings;
   Platform platform;
+  DWORD lastError;  ///< of the last file function that failed
 };
+
+/// The program's arguments in its code page, without its name.
+std::vector<std::string> programArguments();
+
+/// Writes to standard error; where the program has none, to the console that started it. False when
+/// there is neither.
+bool writeToConsole(const std::string& text);
 
 /// Fills host.platform. `host` must stay where it is.
 void fillPlatform(SetupHost& host);

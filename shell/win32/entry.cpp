@@ -31,8 +31,8 @@ bool OpenShell(HINSTANCE instance, const ShellProgram& program) {
   return true;
 }
 
-void ShowLogo() {
-  LoadLogo();
+void ShowLogo(const ShellProgram& program) {
+  if (!program.hidden) LoadLogo();
   SuppressProgress(false);
   Shell().startUpDone = true;
   InvalidateRect(Shell().mainWindow, nullptr, TRUE);
@@ -69,7 +69,7 @@ void CloseShell(HINSTANCE instance, const ShellProgram& program) {
 int RunShell(HINSTANCE instance, const ShellProgram& program) {
   const auto run = [&] {
     if (!OpenShell(instance, program)) return kNoWindow;
-    ShowLogo();
+    ShowLogo(program);
     if (program.afterStart) program.afterStart(Shell().mainWindow, instance);
     return RunMessageLoop(instance, program);
   };

@@ -35,6 +35,7 @@ struct ShellProgram {
   bool toolInTitle = false;                   ///< the main window's title names the tool
   bool takesFiles = false;                    ///< files dropped on the main window are opened
   ReadingWay readingWay = ReadingWay::exact;  ///< of the files that are opened
+  bool hidden = false;                        ///< no main window is shown, no logo looked for
   /// Commands of the program's own menu items; false for others. May be null.
   bool (*command)(HWND mainWindow, int command) = nullptr;
   bool reportsNoImage = false;       ///< tells why a file chosen in the open dialog gave no image

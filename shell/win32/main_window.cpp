@@ -107,6 +107,7 @@ bool OpenMainWindow(const ShellProgram& program) {
   Shell().mainWindow = window;
   ShowProgramIcon(window);
   DragAcceptFiles(window, program.takesFiles);
+  if (program.hidden) return true;
   ShowWindow(window, SW_SHOWMAXIMIZED);
   UpdateWindow(window);
   return true;

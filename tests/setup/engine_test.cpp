@@ -144,13 +144,6 @@ TEST(EngineTest, RuntimeThatIsThereIsNeitherCountedNorCopied) {
   EXPECT_EQ(bench.computer.contentOf("C:\\Windows\\System32\\msvcrt.dll"), "theirs");
 }
 
-TEST(EngineTest, ATemplateThatCannotBeWrittenIsCopiedAsItIs) {
-  Bench bench;
-  bench.computer.addFile("C:\\Windows\\winglint.ini", "old").readOnly = true;
-  EXPECT_EQ(bench.countAndInstall(), kInstallDone);
-  EXPECT_EQ(bench.computer.contentOf("C:\\Windows\\winglint.ini"), "p=%i..;h=%h..");
-}
-
 TEST(EngineTest, ATemplateIsToldByTheEndOfALongerName) {
   Bench bench;
   const std::map<std::string, bool> templates = {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstring>
 
 #include "imagelib/text.h"
 
@@ -11,7 +12,6 @@ namespace {
 struct OpenFile {
   Node* node;
   std::size_t at;
-  bool failed = false;
 };
 
 using Search = std::vector<FileEntry>;  // what is still to come, the next one last
@@ -30,7 +30,8 @@ std::string parentOf(const std::string& path) {
 FileEntry entryOf(const std::string& path, const Node& node) {
   FileEntry entry;
   copyPath(entry.name, PathFileName(path, kWindowsPathSeparators));
-  entry.attributes = node.isDirectory ? kDirectoryAttribute : 0;
+  entry.attributes =
+      (node.isDirectory ? kDirectoryAttribute : 0) | (node.readOnly ? kReadOnlyAttribute : 0);
   entry.sizeLow = static_cast<std::uint32_t>(node.content.size());
   entry.sizeHigh = node.sizeHigh;
   return entry;
@@ -105,7 +106,9 @@ void MemoryPlatform::setFileFunctions() {
   platform_.copyFile = [](void* context, const char* from, const char* to) {
     MemoryPlatform& me = self(context);
     const Node* const source = me.find(from);
-    if (me.diskFails() || !source || source->isDirectory || !me.canCreate(to)) return false;
+    if (me.diskFails() || !source || source->isDirectory || me.find(to) || !me.canCreate(to)) {
+      return false;
+    }
     me.nodes_[me.placeOf(to)] = {false, source->content};
     me.written.push_back(to);
     return true;
@@ -113,7 +116,7 @@ void MemoryPlatform::setFileFunctions() {
   platform_.moveFile = [](void* context, const char* from, const char* to) {
     MemoryPlatform& me = self(context);
     const Node* const old = me.find(to);
-    if (me.diskFails() || !me.find(from) || (old && (old->isDirectory || old->readOnly))) {
+    if (me.diskFails() || !me.find(from) || (old && (old->isDirectory || me.isHeld(to)))) {
       return false;
     }
     me.nodes_[me.placeOf(to)] = *me.find(from);
@@ -123,13 +126,18 @@ void MemoryPlatform::setFileFunctions() {
   };
   platform_.removeFile = [](void* context, const char* path) {
     MemoryPlatform& me = self(context);
-    if (!me.diskFails()) me.nodes_.erase(me.placeOf(path));
+    return !me.diskFails() && !me.isHeld(path) && me.nodes_.erase(me.placeOf(path)) == 1;
   };
   platform_.isSameFile = [](void* context, const char* a, const char* b) {
     const MemoryPlatform& me = self(context);
     return me.find(a) && me.find(a) == me.find(b);
   };
-  platform_.setNormalAttributes = [](void*, const char*) {};
+  platform_.setAttributes = [](void* context, const char* path, std::uint32_t attributes) {
+    MemoryPlatform& me = self(context);
+    if (me.find(path)) {
+      me.nodes_[me.placeOf(path)].readOnly = (attributes & kReadOnlyAttribute) != 0;
+    }
+  };
   platform_.openForReading = [](void* context, const char* path) -> void* {
     MemoryPlatform& me = self(context);
     const Node* const node = me.find(path);
@@ -145,25 +153,26 @@ void MemoryPlatform::setFileFunctions() {
     me.openFiles += 1;
     return new OpenFile{&me.nodes_[me.placeOf(path)], 0};
   };
-  platform_.readByte = [](void* context, void* handle, std::uint8_t* byte) {
+  // In small pieces, as a slow disk gives them.
+  platform_.readBytes = [](void* context, void* handle, char* to, std::size_t size,
+                           std::size_t* count) {
     OpenFile& file = *static_cast<OpenFile*>(handle);
-    if (self(context).diskFails()) file.failed = true;
-    if (file.failed || file.at >= file.node->content.size()) return false;
-    *byte = static_cast<std::uint8_t>(file.node->content[file.at++]);
-    return true;
+    *count = file.node->content.copy(to, std::min<std::size_t>(size, 2), file.at);
+    file.at += *count;
+    return !self(context).diskFails();
   };
   platform_.writeBytes = [](void* context, void* file, const char* data, std::size_t count) {
     // A broken disk takes half of it.
     const std::size_t taken = self(context).diskFails() ? count / 2 : count;
     static_cast<OpenFile*>(file)->node->content.append(data, taken);
-    return taken;
+    return taken == count;
   };
   platform_.closeFile = [](void* context, void* file) {
-    const bool failed = static_cast<OpenFile*>(file)->failed;
     delete static_cast<OpenFile*>(file);
     self(context).openFiles -= 1;
-    return !self(context).diskFails() && !failed;
+    return !self(context).diskFails();
   };
+  platform_.failureReason = [](void*) { return std::string("the disk is broken"); };
 }
 
 void MemoryPlatform::setSystemFunctions() {
@@ -190,6 +199,14 @@ void MemoryPlatform::setSystemFunctions() {
   };
   platform_.currentDirectory = [](void* context, PathText& path) {
     copyPath(path, self(context).currentDirectory);
+  };
+  platform_.temporaryFolder = [](void*, PathText& path) { copyPath(path, "C:\\Temp\\"); };
+  platform_.localTime = [](void*, TimeText& text) {
+    std::memcpy(text, "2001-02-03 04:05:06", sizeof text);
+  };
+  platform_.pause = [](void* context, std::uint32_t) {
+    MemoryPlatform& me = self(context);
+    if (me.busyPauses > 0 && --me.busyPauses == 0) me.busy.clear();
   };
   platform_.machineValue = [](void* context, const char* key, const char* name, PathText& value) {
     const bool known = std::string_view(key) == "SOFTWARE\\Microsoft\\Windows\\CurrentVersion" &&
@@ -225,6 +242,8 @@ void MemoryPlatform::setScreenFunctions() {
     self(context).pages.push_back(page);
     return !self(context).onPage || self(context).onPage(page);
   };
+  platform_.tell = [](void* context, const char* line) { self(context).told.emplace_back(line); };
+  platform_.showText = platform_.tell;
   platform_.clearStopRequest = [](void* context) {
     if (self(context).onClearStop) self(context).onClearStop();
   };
@@ -244,6 +263,12 @@ void MemoryPlatform::addDirectory(const std::string& path) {
 Node& MemoryPlatform::addFile(const std::string& path, const std::string& content) {
   addDirectory(parentOf(path));
   return nodes_[path] = {false, content};
+}
+
+// Against being replaced or removed.
+bool MemoryPlatform::isHeld(const std::string& path) const {
+  const Node* const node = find(path);
+  return node && (node->readOnly || EqualNoCase(path, busy));
 }
 
 bool MemoryPlatform::hasDirectory(const std::string& path) const {

@@ -62,6 +62,8 @@ class MemoryPlatform {
   std::string programFiles = "C:\\Program Files";      ///< empty: no such value
   std::map<std::string, DiskSpace, NoCaseLess> disks;  ///< by root; others have plenty
   std::string unmakable;                               ///< a directory that cannot be made
+  std::string busy;                                    ///< a file that a program has open
+  int busyPauses = 0;  ///< after how many pauses it closes it; 0: never
 
   // The call, counted from 0 over all that touch the disk, that fails as if it were broken.
   static constexpr int kNever = -1;
@@ -80,7 +82,8 @@ class MemoryPlatform {
   std::vector<Link> links;
   std::vector<std::string> explored;
   int exits = 0;
-  int openFiles = 0;  ///< files and searches not closed yet
+  std::vector<std::string> told;  ///< on standard error
+  int openFiles = 0;              ///< files and searches not closed yet
   bool mainShown = false;
 
  private:
@@ -93,6 +96,7 @@ class MemoryPlatform {
   bool diskFails() { return diskCalls++ == failAt; }
   std::vector<FileEntry> entriesLike(const std::string& pattern) const;
   bool canCreate(const std::string& path) const;
+  bool isHeld(const std::string& path) const;
   const Node* find(const std::string& path) const;
   std::string placeOf(std::string path) const;
 

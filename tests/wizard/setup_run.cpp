@@ -46,6 +46,10 @@ void SetupRun::ExpectControls(const std::map<int, std::string>& wanted) {
 
 void SetupRun::AnswerPages(const Choices& choices) {
   NextTo("Install Locations");
+  AnswerFromLocations(choices);
+}
+
+void SetupRun::AnswerFromLocations(const Choices& choices) {
   for (const auto& [id, directory] : {std::pair{IDC_PROGRAM_DIR, choices.programDir},
                                       {IDC_PICTURES_DIR, choices.picturesDir},
                                       {IDC_HELP_DIR, choices.helpDir},

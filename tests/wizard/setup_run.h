@@ -32,6 +32,9 @@ class SetupRun : public DrivenRun {
   /// page.
   void AnswerPages(const Choices& choices);
 
+  /// The same from the Install Locations page.
+  void AnswerFromLocations(const Choices& choices);
+
   /// Starts the installation from the Storage page.
   void Install();
 };
