@@ -134,6 +134,11 @@ void ViewerRun::Drag(HWND image, POINT from, POINT to) {
   if (!lost()) DragMouse(image, from, to);
 }
 
+void ViewerRun::TypeControlKey(char letter) {
+  if (lost() || imx::TypeControlKey(program(), letter, kAnswerMilliseconds)) return;
+  Lose(std::string("no window in the foreground takes Ctrl and ") + letter);
+}
+
 void ViewerRun::Close(HWND image) {
   if (lost()) return;
   PostMessageA(image, WM_SYSCOMMAND, SC_CLOSE, 0);

@@ -44,6 +44,8 @@ class ViewerRun : public DrivenRun {
   HWND Image(int number, const std::string& name);
   /// Drags from one corner of a rectangle to the other in an image's window.
   void Drag(HWND image, POINT from, POINT to);
+  /// Types Ctrl and a letter.
+  void TypeControlKey(char letter);
   /// Closes an image's window.
   void Close(HWND image);
   /// Waits until an image's window is closed.

@@ -76,7 +76,7 @@ TEST_F(ViewerTest, ShowsOpenedFiles) {
   EXPECT_EQ(WindowText(run.window()), "Quillmark Viewer");
   run.ExpectShown(run.Image(1, "photo.png"), *photo);
 
-  TypeControlKey('o');
+  run.TypeControlKey('o');
   run.TypePath("Open Image", Stored("veil.png", *veil, 0));
   const HWND second = run.Image(2, "veil.png");
   run.ExpectShown(second, *OverCheckerboard(*veil));
@@ -180,7 +180,7 @@ TEST_F(ViewerTest, ToolsChangeTheImage) {
 TEST_F(ViewerTest, SavesAsItsTypesAndThoseOfPlugIns) {
   ViewerRun run({photoPath, photoPath});
   run.Image(2, "photo.png");
-  TypeControlKey('s');
+  run.TypeControlKey('s');
   run.PickImage("Select File to Save", 2);
   run.Save("GIF", "8-bit", IDC_INTERLACE, temp.file("photo.gif"));
   for (const auto& [type, name] : {std::pair{"TIFF", "photo.tif"}, {"JPEG", "photo.jpg"}}) {

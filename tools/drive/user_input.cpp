@@ -10,6 +10,7 @@ namespace imx {
 
 namespace {
 
+constexpr DWORD kPollMilliseconds = 20;
 const char kMenuClass[] = "#32768";
 
 LPARAM Place(POINT point) {
@@ -36,7 +37,13 @@ void TypeKey(HWND window, int key) {
   PostMessageA(window, WM_KEYUP, static_cast<WPARAM>(key), static_cast<LPARAM>(0xC0000001));
 }
 
-void TypeControlKey(char letter) {
+bool TypeControlKey(const DrivenProgram& program, char letter, DWORD milliseconds) {
+  // A window that has just been shown has the keyboard a moment later.
+  const DWORD start = GetTickCount();
+  for (DWORD owner = 0; owner != program.id; Sleep(kPollMilliseconds)) {
+    GetWindowThreadProcessId(GetForegroundWindow(), &owner);
+    if (owner != program.id && GetTickCount() - start > milliseconds) return false;
+  }
   const auto key = static_cast<WORD>(std::toupper(static_cast<unsigned char>(letter)));
   INPUT inputs[4]{};
   const WORD keys[] = {VK_CONTROL, key, key, VK_CONTROL};
@@ -45,7 +52,7 @@ void TypeControlKey(char letter) {
     inputs[i].ki.wVk = keys[i];
     inputs[i].ki.dwFlags = i < 2 ? 0 : KEYEVENTF_KEYUP;
   }
-  SendInput(4, inputs, sizeof inputs[0]);
+  return SendInput(4, inputs, sizeof inputs[0]) == 4;
 }
 
 HWND OpenMenu(const DrivenProgram& program, HWND window, char letter, DWORD milliseconds) {

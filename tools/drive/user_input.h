@@ -12,8 +12,9 @@ namespace imx {
 
 /// Types a key, given by its virtual key code, into a window or control.
 void TypeKey(HWND window, int key);
-/// Types Ctrl and a letter on the keyboard: it reaches the window that is in the foreground.
-void TypeControlKey(char letter);
+/// Types Ctrl and a letter on the keyboard once one of the program's windows is in the foreground,
+/// which it reaches. False when none comes there.
+bool TypeControlKey(const DrivenProgram& program, char letter, DWORD milliseconds);
 
 /// Opens the menu with this underlined letter in the window's menu bar and waits for it. Null when
 /// none opens.
