@@ -162,6 +162,7 @@ TEST_F(ViewerTest, ToolsChangeTheImage) {
   const ImageGuard veil = AlphaGradient(256, 40);
   ViewerRun run({photoPath, Stored("veil.png", *veil, 0)});
   const HWND first = run.Image(1, "photo.png");
+  run.ExpectShown(first, *photo);
   run.Choose("tg");
   run.TypeFactor("Apply Gamma Correction", "1.000000", "2.0");
   run.Drag(first, {3, 3}, {3, 3});
@@ -179,7 +180,7 @@ TEST_F(ViewerTest, ToolsChangeTheImage) {
 
 TEST_F(ViewerTest, SavesAsItsTypesAndThoseOfPlugIns) {
   ViewerRun run({photoPath, photoPath});
-  run.Image(2, "photo.png");
+  run.ExpectShown(run.Image(2, "photo.png"), *photo);
   run.TypeControlKey('s');
   run.PickImage("Select File to Save", 2);
   run.Save("GIF", "8-bit", IDC_INTERLACE, temp.file("photo.gif"));
@@ -204,6 +205,7 @@ TEST_F(ViewerTest, SavesAsItsTypesAndThoseOfPlugIns) {
 TEST_F(ViewerTest, SavesChangesWhereItSavedBefore) {
   ViewerRun run({photoPath});
   const HWND first = run.Image(1, "photo.png");
+  run.ExpectShown(first, *photo);
   run.Choose("fs");
   // The ending comes from the type.
   run.Save("Targa", "24-bit", IDC_COMPRESSION, temp.file("photo"));
@@ -385,8 +387,10 @@ TEST_F(ViewerTest, DoesWhatTheCommandLineDoes) {
   const ImageGuard wanted = Loaded(out);
 
   ViewerRun run({photoPath});
+  const HWND first = run.Image(1, "photo.png");
+  run.ExpectShown(first, *photo);  // from there on it takes commands
   run.Choose("tc");
-  run.Drag(run.Image(1, "photo.png"), {10, 10}, {100, 60});
+  run.Drag(first, {10, 10}, {100, 60});
   const HWND clip = run.Image(2, "NEW_");
   run.Choose("tr");
   run.TypeFactor("Scale Region", "1.000000", "2");
