@@ -135,8 +135,15 @@ void ViewerRun::Drag(HWND image, POINT from, POINT to) {
 }
 
 void ViewerRun::TypeControlKey(char letter) {
-  if (lost() || imx::TypeControlKey(program(), letter, kAnswerMilliseconds)) return;
-  Lose(std::string("no window in the foreground takes Ctrl and ") + letter);
+  if (lost()) return;
+  // A key that is typed while the keyboard goes from one window to another is lost.
+  for (int tries = 0; tries < 5; ++tries) {
+    if (imx::TypeControlKey(program(), letter, kAnswerMilliseconds) &&
+        WaitForDialog(program(), dialog(), kAnswerMilliseconds / 5)) {
+      return;
+    }
+  }
+  Lose(std::string("nothing opens by Ctrl and ") + letter);
 }
 
 void ViewerRun::Close(HWND image) {

@@ -44,7 +44,7 @@ class ViewerRun : public DrivenRun {
   HWND Image(int number, const std::string& name);
   /// Drags from one corner of a rectangle to the other in an image's window.
   void Drag(HWND image, POINT from, POINT to);
-  /// Types Ctrl and a letter.
+  /// Types Ctrl and the letter of a command that opens a dialog.
   void TypeControlKey(char letter);
   /// Closes an image's window.
   void Close(HWND image);
