@@ -6,15 +6,16 @@
 
 #include "cli/batch.h"
 #include "cli/commands.h"
+#include "cli/console.h"
 #include "cli/host.h"
 #include "cli/input.h"
 #include "cli/steps.h"
+#include "cli/workers.h"
 #include "dispatch/safe_save.h"
 #include "formats/codec_state.h"
 #include "imagelib/host.h"
 #include "imagelib/image.h"
 #include "imagelib/registry.h"
-#include "imagelib/system_files.h"
 #include "imagelib/text.h"
 #include "render/render.h"
 
@@ -96,6 +97,7 @@ bool SaveOutput(const std::string& output, const Request& request, ImageRecord& 
       output == "-" ? SaveImageToStream(stdout, &image) : SaveImageSafely(output, &image, care);
   const std::string errors = scope.TakeErrors();
   if (result.saved) {
+    if (request.partOfBatch) TellSaved(output);
     if (!errors.empty()) ReportFailure(output, errors);
     WarnOfTexts(image.saveType, image);
     return true;
@@ -137,39 +139,81 @@ int Convert(const Request& request, const Conversion& conversion) {
   return SaveOutput(conversion.output, request, image) ? input.Status() : kFailed;
 }
 
+/// Converts to one output as if nothing had been before.
+ItemStatus ConvertTo(const Request& request, const std::string& input, const std::string& output) {
+  if (OutputStays(request, input, output)) return ItemStatus::skipped;
+  ResetRenderer();
+  ResetCodecState();
+  std::string fault;
+  const std::int32_t row = OutputRow(request, output, &fault);
+  const std::int32_t faultsBefore = GetMemoryCounters().faults;
+  const int status = ReportingOutOfMemory(input, [&] {
+    return Convert(request, {input, output, row});
+  });
+  const bool isDone = status == kDone && GetMemoryCounters().faults == faultsBefore;
+  return isDone ? ItemStatus::done : ItemStatus::failed;
+}
+
+ItemStatus ConvertItem(const Request& request, const BatchItem& item) {
+  if (item.frames == 0) return ConvertTo(request, item.input, item.output);
+  Request ofFrame = request;
+  ItemStatus all = ItemStatus::skipped;
+  for (std::int32_t i = 0; i < item.frames && !Interrupted(); ++i) {
+    ofFrame.frame = i;
+    const ItemStatus status = ConvertTo(ofFrame, item.input, FrameOutput(item.output, i));
+    if (all != ItemStatus::failed && status != ItemStatus::skipped) all = status;
+  }
+  return all;
+}
+
+/// Whether more is asked for than one file made from one other.
+bool IsBatch(const Request& request) {
+  return !request.outputFolder.empty() || request.allFrames || request.noClobber ||
+         request.update || request.dryRun || request.verbose || !request.report.empty();
+}
+
 /// What contradicts itself in the command line; empty when nothing does.
 std::string CheckOperands(const Request& request) {
   const std::vector<std::string>& operands = request.operands;
-  if (request.outputFolder.empty()) {
-    if (operands.size() == 2) return {};
+  const bool standard = std::find(operands.begin(), operands.end(), "-") != operands.end();
+  if (request.allFrames && request.frame != 0) return "--all-frames and --frame exclude each other";
+  if (!request.outputFolder.empty()) {
+    if (request.type.empty()) return "-o needs --type EXT";
+    if (standard) return "standard input has no name that -o could use";
+    for (const ImageStep& step : request.steps) {
+      if (step.file == "-") return "standard input cannot be merged into many";
+    }
+    return {};
+  }
+  if (request.recurse || request.filesFrom || request.shards > 1) {
+    return "-r, --files-from and --shard need -o DIR";
+  }
+  if (operands.size() != 2) {
     return operands.size() < 2 ? "needs INPUT OUTPUT" : "several inputs need -o DIR";
   }
-  if (request.type.empty()) return "-o needs --type EXT";
-  const bool standardInput = std::find(operands.begin(), operands.end(), "-") != operands.end();
-  return standardInput ? "standard input has no name that -o could use" : "";
+  return standard && IsBatch(request) ? "standard input and output do not go with these options"
+                                      : "";
 }
 
 }  // namespace
 
 int RunConvert(const Request& request) {
+  if (request.partOfBatch) {
+    ServeItems([&request](const BatchItem& item) { return ConvertItem(request, item); });
+    return kDone;
+  }
   std::string fault = CheckOperands(request);
   if (!fault.empty()) return UsageError("convert", fault);
   const bool toFolder = !request.outputFolder.empty();
-  const std::string& input = request.operands[0];
-  const std::string output = toFolder ? BatchOutput(request, input) : request.operands[1];
+  const std::string output = toFolder ? "x." + request.type : request.operands[1];
   const std::int32_t row = OutputRow(request, output, &fault);
   if (row < 0) return UsageError("convert", fault);
   if (request.depth && DepthChoice(row, *request.depth) == kNoChoice) {
     return UsageError("convert", std::string(TypeExtension(row)) + " files have no depth " +
                                      std::to_string(*request.depth));
   }
-  if (toFolder && KindOfPath(request.outputFolder) != PathKind::directory) {
-    ReportFailure(request.outputFolder, "is not a directory");
-    return kFailed;
-  }
-  if (toFolder && !request.partOfBatch) fault = FindBatchFault(request);
-  if (!fault.empty()) return UsageError("convert", fault);
-  if (toFolder && request.operands.size() > 1) return ConvertBatch(request);
+  if (IsBatch(request)) return ConvertBatch(request);
+  const std::string& input = request.operands[0];
   return ReportingOutOfMemory(input, [&] { return Convert(request, {input, output, row}); });
 }
 

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "cli/console.h"
+#include "cli/workers.h"
 #include "imagelib/host.h"
 
 namespace imx {
@@ -20,7 +21,6 @@ struct ProgressBar {
   bool wanted = false;  ///< standard error is a terminal and nobody asked for quiet
   bool shown = false;
   int shownWidth = 0;
-  bool another = false;  ///< another process may have drawn one on the line
   char title[kTitleWidth + 1] = "";
   std::int32_t total = 0;
   std::int32_t position = 0;
@@ -29,6 +29,7 @@ struct ProgressBar {
 
 ProgressBar bar;
 bool quietHost = false;
+bool inWorker = false;
 FileScope* innermost = nullptr;
 std::int32_t faultsShown = 0;
 
@@ -36,7 +37,6 @@ std::int32_t faultsShown = 0;
 constexpr std::size_t kMostKeptErrors = 4;
 
 void EraseBar() {
-  if (bar.another) std::fprintf(stderr, "\r%*s\r", TerminalColumns() - 1, "");
   if (!bar.shown) return;
   std::fprintf(stderr, "\r%*s\r", bar.shownWidth, "");
   bar.shown = false;
@@ -76,15 +76,24 @@ char Shown(char c) {
   return byte < ' ' || byte == 0x7F ? '?' : c;
 }
 
-/// A line that goes to standard error in one piece, a very long one in a few.
+/// A line that goes to standard error in one piece, a very long one in a few; a worker's goes to
+/// the process that has started it.
 class ErrorLine {
  public:
+  ErrorLine() {
+    if (inWorker) {
+      Put(kRecordMessage);
+    } else {
+      Add("imx: ");
+    }
+  }
   void Add(std::string_view text) {
     for (const char c : text) Put(Shown(c));
   }
   void End() {
-    Put('\n');
+    Put(inWorker ? '\0' : '\n');
     Flush();
+    if (inWorker) std::fflush(stdout);
   }
 
  private:
@@ -93,7 +102,7 @@ class ErrorLine {
     text_[size_++] = c;
   }
   void Flush() {
-    std::fwrite(text_, 1, size_, stderr);
+    std::fwrite(text_, 1, size_, inWorker ? stdout : stderr);
     size_ = 0;
   }
 
@@ -154,14 +163,31 @@ int EndProgress(void* /*argument*/) {
 
 }  // namespace
 
-void InstallHost(bool quiet, bool partOfBatch) {
+void InstallHost(bool quiet, bool asWorker) {
   quietHost = quiet;
-  const bool onTerminal = !quiet && StandardErrorIsTerminal();
-  bar.wanted = onTerminal && !partOfBatch;
-  bar.another = onTerminal && partOfBatch;
+  inWorker = asWorker;
+  bar.wanted = !quiet && !asWorker && StandardErrorIsTerminal();
   Host() = {Message,      Error,         BeginProgress, UpdateProgress, EndProgress,
             StepProgress, BeginProgress, StepProgress,  UpdateProgress};
   Services().note = Note;
+}
+
+bool StatusIsShown() {
+  return bar.wanted;
+}
+
+void ShowStatus(std::string_view text) {
+  if (!bar.wanted) return;
+  const auto width = static_cast<int>(text.size());
+  const int rest = bar.shown ? std::max(0, bar.shownWidth - width) : 0;
+  std::fprintf(stderr, "\r%.*s%*s", width, text.data(), rest, "");
+  std::fflush(stderr);
+  bar.shown = true;
+  bar.shownWidth = width + rest;
+}
+
+void EraseStatus() {
+  EraseBar();
 }
 
 std::string Printable(const std::string& text) {
@@ -173,7 +199,6 @@ std::string Printable(const std::string& text) {
 void ReportFailure(std::string_view file, std::string_view what) {
   EraseBar();
   ErrorLine line;
-  line.Add("imx: ");
   line.Add(file);
   if (!file.empty()) line.Add(": ");
   line.Add(what);

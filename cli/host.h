@@ -11,8 +11,16 @@
 namespace imx {
 
 /// Fills the library's callbacks. `quiet`: no progress bar, and no texts but errors.
-/// `partOfBatch`: the bar belongs to another process, which may have left it on the line.
-void InstallHost(bool quiet, bool partOfBatch);
+/// `asWorker`: there is no bar, and texts go to the process that gives the work (workers.h).
+void InstallHost(bool quiet, bool asWorker);
+
+/// Whether standard error shows progress.
+bool StatusIsShown();
+
+/// Puts a text in the place of the progress bar, which stays until the next one or a message. It
+/// has to fit into a line of the terminal.
+void ShowStatus(std::string_view text);
+void EraseStatus();
 
 /// One clear line on standard error: "imx: FILE: what". What could upset a terminal is shown as
 /// '?'. Takes no memory.

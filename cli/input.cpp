@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <string_view>
 
 #include "cli/host.h"
 #include "dispatch/host_alpha.h"
@@ -21,6 +22,9 @@ namespace {
 constexpr std::uint64_t kMib = 1024 * 1024;
 // Even pixels written out as decimal text are not longer than this many times their four bytes.
 constexpr std::uint64_t kLongestForm = 4;
+
+// The types that have frames.
+constexpr std::string_view kFlicLabel = "FLC", kAviLabel = "AVI";
 
 /// Copies what is left of `stream` into the file `path`. Empty, or what went wrong.
 std::string Spool(std::FILE* stream, const std::string& path, std::uint64_t most) {
@@ -43,8 +47,12 @@ LoadChoices ChoicesOf(const std::string& path, const Request& request) {
   choices.rawKind = request.rawKind;
   choices.rawWidth = request.rawWidth;
   choices.rawHeight = request.rawHeight;
+  choices.extension = request.from;
   // With its size told, a name that tells the layout is enough.
-  if (choices.rawKind < 0 && choices.rawWidth > 0) choices.rawKind = RawKindByName(path.c_str());
+  if (choices.rawKind < 0 && choices.rawWidth > 0) {
+    const std::string name = request.from.empty() ? path : path + "." + request.from;
+    choices.rawKind = RawKindByName(name.c_str());
+  }
   choices.maxBytes = request.maxMemoryMib * kMib;
   choices.way = ReadingWay::atNeed;
   if (request.interop) {
@@ -111,6 +119,21 @@ Input LoadInput(const std::string& name, const Request& request) {
   if (!input && fault.empty()) fault = kOutOfMemory;
   if (!fault.empty()) ReportFailure(name, fault);
   return input;
+}
+
+std::int32_t CountFrames(const std::string& path, const Request& request) {
+  if (KindOfPath(path) != PathKind::regular) return 0;
+  FileScope scope(path);
+  const auto count = [&]() -> std::int32_t {
+    const FileKind kind = IdentifyFile(path.c_str(), request.from);
+    if (!kind.label || (kind.label != kFlicLabel && kind.label != kAviLabel)) return 0;
+    LoadChoices choices = ChoicesOf(path, request);
+    choices.frame = -1;
+    return Load(path.c_str(), choices).frames;
+  };
+  const std::int32_t frames = WithinMemory(count, 0);
+  scope.TakeErrors();  // loading the first one tells them
+  return frames;
 }
 
 }  // namespace imx

@@ -1,6 +1,7 @@
 /// Files as the commands take them.
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "cli/options.h"
@@ -20,5 +21,8 @@ struct Input {
 /// Loads `name` ("-": standard input; other streams too) as the request asks. What went wrong has
 /// been reported on standard error.
 Input LoadInput(const std::string& name, const Request& request);
+
+/// Number of frames of the sequence `path`; 0 when it is none, or cannot be read.
+std::int32_t CountFrames(const std::string& path, const Request& request);
 
 }  // namespace imx

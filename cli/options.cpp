@@ -217,6 +217,39 @@ std::string SetJobs(Request& request, const char* value) {
   return {};
 }
 
+/// "K/N"
+std::string SetShard(Request& request, const char* value) {
+  constexpr const char* kNeeds = "needs K/N with K from 0 to N - 1";
+  const std::string_view text = value;
+  const std::size_t slash = text.find('/');
+  if (slash == std::string_view::npos) return kNeeds;
+  const auto count = Number(text.substr(slash + 1), 1, INT32_MAX);
+  const auto index = Number(text.substr(0, slash), 0, count.value_or(0) - 1);
+  if (!count || !index) return kNeeds;
+  request.shard = static_cast<std::uint64_t>(*index);
+  request.shards = static_cast<std::uint64_t>(*count);
+  return {};
+}
+
+std::string SetFrom(Request& request, const char* value) {
+  const std::int32_t row = TypeRowByExtension(value);
+  if (row < 0 || !TypeCanLoad(row)) return "is no type that can be loaded (imx formats lists them)";
+  request.from = value;
+  return {};
+}
+
+std::string SetFilesFrom(Request& request, const char* value) {
+  if (!*value) return "needs a file";
+  request.filesFrom = value;
+  return {};
+}
+
+std::string SetReport(Request& request, const char* value) {
+  if (!*value) return "needs a file";
+  request.report = value;
+  return {};
+}
+
 std::string SetExact(Request& request, const char* /*value*/) {
   request.interop = false;
   request.quirks.reset();
@@ -316,9 +349,38 @@ constexpr Option kOptions[] = {
     {"--render-bits", 0, "N", kConvert,
      "bits of the palette, 1 to 8 (default: the depth that is saved)", SetRenderBits},
     {"--output-dir", 'o', "DIR", kConvert,
-     "save every INPUT in DIR, under its own name with the extension of --type", SetOutputFolder},
+     "save every INPUT in DIR, which is made when missing, under its own name with the extension "
+     "of --type",
+     SetOutputFolder},
+    {"--recurse", 'r', nullptr, kConvert,
+     "with -o: walk the folders among the inputs and make the tree below each again in DIR; files "
+     "that no loader knows by content or name are passed over",
+     SetFlag<&Request::recurse, true>},
+    {"--files-from", 0, "FILE", kConvert,
+     "with -o: more inputs, one a line of FILE (- for standard input)", SetFilesFrom},
+    {"--null", '0', nullptr, kConvert, "the names in --files-from end with a zero byte each",
+     SetFlag<&Request::endedByZero, true>},
     {"--jobs", 'j', "N", kConvert,
      "with -o: files converted at the same time (default: the number of processors)", SetJobs},
+    {"--no-clobber", 'n', nullptr, kConvert, "leave outputs that exist as they are",
+     SetFlag<&Request::noClobber, true>},
+    {"--update", 0, nullptr, kConvert,
+     "leave outputs that are newer than their input as they are, so that an interrupted run goes "
+     "on "
+     "where it was",
+     SetFlag<&Request::update, true>},
+    {"--shard", 0, "K/N", kConvert,
+     "with -o: do only the K-th (from 0) of N parts of the inputs. The name alone decides in which "
+     "an input is, so N runs on any machines do each once",
+     SetShard},
+    {"--report", 0, "FILE", kConvert,
+     "write a JSON object a line for each input to FILE (- for standard output): input, output, "
+     "status (done, skipped, failed), message, seconds, bytes",
+     SetReport},
+    {"--dry-run", 0, nullptr, kConvert, "print INPUT -> OUTPUT and do nothing",
+     SetFlag<&Request::dryRun, true>},
+    {"--verbose", 'v', nullptr, kConvert, "print INPUT -> OUTPUT when that is done",
+     SetFlag<&Request::verbose, true>},
     {"--no-sync", 0, nullptr, kConvert,
      "do not wait until the new file is on the disk before it replaces the old one: faster, but a "
      "power cut may then leave an empty or damaged file",
@@ -326,6 +388,11 @@ constexpr Option kOptions[] = {
     {"--part-of-batch", 0, nullptr, kConvert, nullptr, SetFlag<&Request::partOfBatch, true>},
     {"--frame", 0, "N", kLoading, "frame of an animation, counted from 0 (default 0)",
      SetNumber<&Request::frame, 0, INT32_MAX - 1>},
+    {"--all-frames", 0, nullptr, kConvert,
+     "every frame of an animation; the outputs get the number behind their name (name-0007.png)",
+     SetFlag<&Request::allFrames, true>},
+    {"--from", 0, "EXT", kLoading,
+     "read the input as if its name ended in .EXT, where the name does not tell the type", SetFrom},
     {"--raw", 0, "WxH", kLoading, "size of a headerless file", SetRawSize},
     {"--raw-as", 0, "KIND", kLoading, "layout of a headerless file: {} (default: by its name)",
      SetRawKind, kRawKindChoices},
@@ -376,6 +443,7 @@ Spelled Find(const Command& command, const std::string& argument) {
 
 std::string CheckOperandCount(const Command& command, const Request& request) {
   const std::size_t count = request.operands.size();
+  if (request.partOfBatch || request.filesFrom) return {};
   if (count < command.fewestOperands) return std::string("needs ") + command.operands;
   if (count > command.mostOperands) {
     return "does not take '" + request.operands[command.mostOperands] + "'";

@@ -55,6 +55,7 @@ struct Request {
   std::optional<std::string> comment;
   std::optional<std::string> notice;
   std::int32_t frame = 0;     ///< of a sequence
+  std::string from;           ///< what stands for the extension of the input's name; empty: its own
   std::int32_t rawWidth = 0;  ///< of a headerless file; 0 = not given
   std::int32_t rawHeight = 0;
   std::int32_t rawKind = -1;  ///< layout code; -1 = by the name
@@ -66,9 +67,20 @@ struct Request {
   QuirkSet quirks;               ///< what `interop` turns on; none otherwise
   std::vector<ImageStep> steps;  ///< in the order in which they were given
   std::string outputFolder;      ///< empty: the last operand names the output
+  bool recurse = false;
+  std::optional<std::string> filesFrom;  ///< a file that names more inputs; "-": standard input
+  bool endedByZero = false;              ///< the names there are, not by line ends
+  std::uint64_t shard = 0;               ///< the part of the inputs to do, of so many
+  std::uint64_t shards = 1;
+  bool noClobber = false;
+  bool update = false;
+  bool allFrames = false;
+  bool dryRun = false;
+  bool verbose = false;
+  std::string report;  ///< file; "-": standard output; empty: none
   std::optional<std::int32_t> jobs;
   bool sync = true;
-  bool partOfBatch = false;  ///< one file of many, whose folder another process sees to
+  bool partOfBatch = false;  ///< takes its inputs from another process, which sees to the folders
 };
 
 /// Exit statuses.

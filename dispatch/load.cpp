@@ -200,14 +200,21 @@ void Explain(LoadResult& result, const LoadBranch& branch) {
        std::string("not a readable ") + branch.formatLabel + " image");
 }
 
+/// The name that a file is tested and described by.
+std::string NameWith(const char* path, const std::string& extension) {
+  return extension.empty() ? path : std::string(path) + "." + extension;
+}
+
 /// Load as the process-wide state tells.
-LoadResult LoadAsTold(const char* path) {
+LoadResult LoadAsTold(const char* path, const std::string& extension) {
   LoadResult result;
+  const std::string name = NameWith(path, extension);
   FileStart start;
   if (!ReadFileStart(path, &start)) {
     Fail(result, LoadFailure::cannotOpen, std::strerror(errno));
     return result;
   }
+  start.path = name.c_str();
   const LoadBranch* branch = FindBranch(start);
   result.kind = KindOf(branch);
   if (start.size == 0) Fail(result, LoadFailure::empty, "is empty");
@@ -235,7 +242,7 @@ LoadResult LoadAsTold(const char* path) {
       Fail(result, LoadFailure::outOfMemory, kOutOfMemory);
     }
   } else if (result.image) {
-    Describe(*result.image, *branch, path);
+    Describe(*result.image, *branch, name.c_str());
     if (result.failure == LoadFailure::empty) return result;
     if (FileEndedEarly(true)) {
       Fail(result, LoadFailure::endedEarly, "the file ends early; the rest is blank");
@@ -298,7 +305,8 @@ LoadResult LoadWith(const char* path, const LoadChoices& choices, const QuirkSet
   Sequence() = {};
   Sequence().chosenFrame = choices.frame;
   Raw() = {false, choices.rawKind, choices.rawWidth, choices.rawHeight};
-  LoadResult result = WithinMemory([path] { return LoadAsTold(path); }, OutOfMemory());
+  LoadResult result =
+      WithinMemory([&] { return LoadAsTold(path, choices.extension); }, OutOfMemory());
   if (result.failure == LoadFailure::empty) result.image = ImageGuard();
   CheckFrame(result, choices);
   if (!result.image) return result;
@@ -362,12 +370,15 @@ LoadResult Load(const char* path, const LoadChoices& choices) {
 }
 
 ImageRecord* LoadImage(const char* path) {
-  return WithinMemory([path] { return LoadAsTold(path); }, OutOfMemory()).image.release();
+  return WithinMemory([path] { return LoadAsTold(path, {}); }, OutOfMemory()).image.release();
 }
 
-FileKind IdentifyFile(const char* path) {
+FileKind IdentifyFile(const char* path, const std::string& extension) {
   FileStart start;
-  return ReadFileStart(path, &start) ? KindOf(FindBranch(start)) : FileKind{};
+  if (!ReadFileStart(path, &start)) return {};
+  const std::string name = NameWith(path, extension);
+  start.path = name.c_str();
+  return KindOf(FindBranch(start));
 }
 
 }  // namespace imx

@@ -24,6 +24,7 @@ struct LoadChoices {
   std::int32_t rawHeight = 0;
   std::uint64_t maxBytes = UINT64_MAX;  ///< what the load may take in all
   ReadingWay way = ReadingWay::exact;
+  std::string extension = {};     ///< stands for that of the file's name; empty: the name's own
   QuirkSet quirks = AllQuirks();  ///< read as other programs do, where `way` allows it
 };
 
@@ -90,6 +91,7 @@ LoadResult Load(const char* path, const LoadChoices& choices);
 ImageRecord* LoadImage(const char* path);
 
 /// Tells what a load would try, without loading. A file that cannot be opened has no known type.
-FileKind IdentifyFile(const char* path);
+/// `extension` as in LoadChoices.
+FileKind IdentifyFile(const char* path, const std::string& extension = {});
 
 }  // namespace imx

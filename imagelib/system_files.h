@@ -1,6 +1,8 @@
 /// What safe saving and the hosts ask of the file system.
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -43,6 +45,12 @@ bool FollowLinks(const std::string& path, std::string* target, std::string* reas
 /// A text that all names of one file or folder have in common and no name of another has. It need
 /// not be there yet if its folder is.
 std::string FileIdentity(const std::string& path);
+
+/// When the file was changed last, in the system's own units. None when it is not there.
+std::optional<std::int64_t> ModificationTime(const std::string& path);
+
+/// Bytes in the file; 0 when it is not there.
+std::uint64_t FileSize(const std::string& path);
 
 /// Whether `path` may be written: it can, or it does not exist. `reason` says why not.
 bool IsWritable(const std::string& path, std::string* reason);

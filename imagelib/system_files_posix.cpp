@@ -124,6 +124,18 @@ std::string FileIdentity(const std::string& path) {
   return text() + "/" + target.substr(target.rfind('/') + 1);
 }
 
+std::optional<std::int64_t> ModificationTime(const std::string& path) {
+  constexpr std::int64_t kSecond = 1'000'000'000;
+  struct stat status = {};
+  if (stat(path.c_str(), &status) != 0) return std::nullopt;
+  return status.st_mtim.tv_sec * kSecond + status.st_mtim.tv_nsec;
+}
+
+std::uint64_t FileSize(const std::string& path) {
+  struct stat status = {};
+  return stat(path.c_str(), &status) == 0 ? static_cast<std::uint64_t>(status.st_size) : 0;
+}
+
 bool IsWritable(const std::string& path, std::string* reason) {
   if (access(path.c_str(), W_OK) == 0 || errno == ENOENT) return true;
   return Failed(reason);

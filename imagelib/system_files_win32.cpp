@@ -49,6 +49,10 @@ std::string ExistingIdentity(const std::string& path) {
          ":" + std::to_string(info.nFileIndexLow);
 }
 
+std::uint64_t Joined(DWORD high, DWORD low) {
+  return (std::uint64_t{high} << 32) | low;
+}
+
 }  // namespace
 
 std::string SystemErrorText() {
@@ -92,7 +96,20 @@ std::string FileIdentity(const std::string& path) {
   if (!existing.empty()) return existing;
   const std::string folder = FolderOf(path);
   const std::string place = ExistingIdentity(folder);
-  return (place.empty() ? folder : place) + "/" + UpperCase(PathFileName(path));
+  return (place.empty() ? UpperCase(folder) : place) + "/" + UpperCase(PathFileName(path));
+}
+
+std::optional<std::int64_t> ModificationTime(const std::string& path) {
+  WIN32_FILE_ATTRIBUTE_DATA data = {};
+  if (!GetFileAttributesExA(path.c_str(), GetFileExInfoStandard, &data)) return std::nullopt;
+  return static_cast<std::int64_t>(
+      Joined(data.ftLastWriteTime.dwHighDateTime, data.ftLastWriteTime.dwLowDateTime));
+}
+
+std::uint64_t FileSize(const std::string& path) {
+  WIN32_FILE_ATTRIBUTE_DATA data = {};
+  if (!GetFileAttributesExA(path.c_str(), GetFileExInfoStandard, &data)) return 0;
+  return Joined(data.nFileSizeHigh, data.nFileSizeLow);
 }
 
 bool IsWritable(const std::string& path, std::string* reason) {

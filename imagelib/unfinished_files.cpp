@@ -20,6 +20,10 @@ std::string UnfinishedStem(unsigned long process, const std::string& host) {
   return stem;
 }
 
+bool IsUnfinished(std::string_view name) {
+  return name.starts_with(kStart);
+}
+
 unsigned long MakerOf(std::string_view name, const std::string& host) {
   if (!name.starts_with(kStart)) return 0;
   unsigned long process = 0;

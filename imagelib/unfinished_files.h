@@ -30,6 +30,9 @@ void RemoveLeftovers(const std::string& folder);
 /// The part of a name in front of its six last characters.
 std::string UnfinishedStem(unsigned long process, const std::string& host);
 
+/// Whether a file of that name is an unfinished one, whosesoever.
+bool IsUnfinished(std::string_view name);
+
 /// The process that made the file called `name`; 0 when that is no unfinished file of `host`.
 unsigned long MakerOf(std::string_view name, const std::string& host);
 

@@ -29,7 +29,7 @@ std::string FolderOrTemporary(const std::string& folder) {
 
 /// The host's name and a digest of what the system was given at its installation: names alone are
 /// often left at what they were delivered with.
-std::string Host() {
+std::string ReadHost() {
   struct utsname system = {};
   uname(&system);
   const std::string host = std::string(system.nodename).substr(0, kLongestHost);
@@ -42,6 +42,11 @@ std::string Host() {
   char text[16];
   std::snprintf(text, sizeof text, "-%08x", digest);
   return host + text;
+}
+
+const std::string& Host() {
+  static const std::string host = ReadHost();
+  return host;
 }
 
 /// Takes the lock that the file's maker holds as long as it lives. Unlike its number, which another
@@ -91,7 +96,7 @@ void RemoveLeftoversNow(const std::string& folder) {
   const std::unique_ptr<DIR, int (*)(DIR*)> entries(opendir(FolderOrTemporary(folder).c_str()),
                                                     [](DIR* d) { return closedir(d); });
   if (!entries) return;
-  const std::string host = Host();
+  const std::string& host = Host();
   while (const dirent* entry = readdir(entries.get())) {
     if (MakerOf(entry->d_name, host) != 0) RemoveIfLeft(dirfd(entries.get()), entry->d_name);
   }

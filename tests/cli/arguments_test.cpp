@@ -44,6 +44,13 @@ TEST_F(ArgumentsTest, UsageErrorsAreOneLineAndChangeNothing) {
       {{"convert", "-o", "x", "a.ppm"}, "--type"},
       {{"convert", "-o", "x", "--type", "gif", "a.ppm", "-"}, "standard input has no name"},
       {{"convert", "-j", "0", "-o", "x", "--type", "gif", "a.ppm"}, "-j"},
+      {{"convert", "a.ppm", "b.ppm", "--shard", "2/2"}, "K from 0 to N - 1"},
+      {{"convert", "a.ppm", "b.ppm", "--shard", "0/2"}, "need -o DIR"},
+      {{"convert", "-r", "a.ppm", "b.ppm"}, "need -o DIR"},
+      {{"convert", "--all-frames", "-", "b.ppm"}, "do not go with these"},
+      {{"convert", "--all-frames", "--frame", "1", "a.ppm", "b.ppm"}, "exclude each other"},
+      {{"pixels", "--from", "xyz", "a.ppm"}, "no type that can be loaded"},
+      {{"convert", "-o", "x", "--type", "gif", "--merge", "-", "a.ppm"}, "merged into many"},
       {{"convert", "a.ppm", "b.ppm", "--depth", "32"}, "ppm files have no depth 32"},
       {{"convert", "a.ppm", "b.trm", "--depth", "8"}, "trm files have no depth 8"},
       {{"convert", "a.ppm", "b.ppm", "--quality", "101"}, "from 0 to 100"},
@@ -126,7 +133,8 @@ TEST_F(ArgumentsTest, CompletionAndManualKnowTheOptions) {
     complete_words imx convert --type p
     complete_words imx convert fil)");
   EXPECT_EQ(completed.out,
-            "count convert\n--json\n--no-compress --notice --no-sync\npic pix pcx ppm png\n\n");
+            "count convert\n--json\n--no-compress --notice --no-clobber --no-sync\npic pix pcx ppm "
+            "png\n\n");
   EXPECT_EQ(completed.err, "");
   const std::string manual = ImxOutput({"--print-man"});
   EXPECT_THAT(manual, StartsWith(".TH IMX 1\n"));

@@ -28,6 +28,21 @@ TEST_F(StreamTest, StandardInputAndOutputCarryWholeFiles) {
               StartsWith(R"({"file":"-","formatLabel":"IFF","fileType":19,"width":100)"));
 }
 
+TEST_F(StreamTest, TheTypeCanBeToldWhereNoNameTellsIt) {
+  for (const std::string type : {"tga", "pcx", "raw"}) {
+    Bash("imx convert in.ppm in." + type + "; cp in." + type + " nameless");
+    const auto without = [](std::string text) {
+      return text.substr(std::min(text.find(','), text.size()));
+    };
+    EXPECT_EQ(Bash("imx pixels - <nameless").status, 1) << type;
+    const std::string from = " --raw 100x80 --from " + type;
+    EXPECT_TRUE(Bash("imx pixels - <nameless" + from).out ==
+                ImxOutput({"pixels", "--raw", "100x80", "in." + type}));
+    const std::string named = ImxOutput({"info", "--json", "--raw", "100x80", "in." + type});
+    EXPECT_EQ(without(Bash("imx info --json nameless" + from).out), without(named));
+  }
+}
+
 TEST_F(StreamTest, PipesNeedNotBeSought) {
   const ProgramResult result = Bash(R"(
     cat in.ppm | imx convert - - --type png | cat >piped.png

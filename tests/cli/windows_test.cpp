@@ -47,6 +47,10 @@ TEST(WindowsNamesTest, WildcardsAndEveryScriptWork) {
   EXPECT_NE(Printed().find("\"file\":\"saved\\\\\xE6\x97\xA5\xE6\x9C\xAC.trm\""),
             std::string::npos);
   EXPECT_NE(Printed().find("\"comment\":\"\xE6\x97\xA5\""), std::string::npos) << Printed();
+  EXPECT_EQ(RunImx(L"convert -r -o made --type gif -j 2 -v saved --update"), 0) << Printed();
+  EXPECT_NE(Printed().find("\xE6\x97\xA5\xE6\x9C\xAC.trm -> made/\xE6\x97\xA5"), std::string::npos)
+      << Printed();
+  EXPECT_TRUE(Exists(L"made\\\u00e9.gif"));
   EXPECT_EQ(RunImx(L"info none-*.ppm"), 1);
   EXPECT_EQ(RunImx(L"convert saved\\\u00e9.trm \\imx-test.png"), 0) << Printed();
   EXPECT_TRUE(DeleteFileW(L"\\imx-test.png"));
