@@ -13,6 +13,7 @@
 #include "imagelib/load_outcome.h"
 #include "imagelib/memory_edge.h"
 #include "imagelib/plugin_library.h"
+#include "imagelib/quirks.h"
 #include "imagelib/save_outcome.h"
 #include "imagelib/text.h"
 
@@ -73,6 +74,14 @@ void CopyToPlugin(const ImageRecord& image, Exchange& exchange) {
   to.comment = exchange.text.data();
   std::memcpy(to.comment, image.comment, sizeof image.comment);
   to.depth = kPluginDepth;
+}
+
+/// The texts of fixed size, which plug-ins write where they find any.
+void CopyCreditsToPlugin(const ImageRecord& image, PluginRecord& to) {
+  if (image.author[0] == 0 && image.notice[0] == 0) return;
+  if (!Quirk(kTiffTexts)) return;
+  CopyTextCut(to.author, image.author);
+  CopyTextCut(to.notice, image.notice);
 }
 
 /// Bytes behind a pointer of the exchange record: the image's own block, or one that the plug-in
@@ -268,6 +277,7 @@ std::int32_t CallSaver(const ImageRecord& image, const char* path, const char* n
     return 1;
   }
   CopyToPlugin(image, exchange);
+  CopyCreditsToPlugin(image, exchange.record[0]);
   found = true;
   const std::int32_t result =
       save(path, exchange.record.data(), Services().instance, Services().mainWindow, option,

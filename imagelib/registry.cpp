@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "imagelib/quirks.h"
 #include "imagelib/text.h"
 
 namespace imx {
@@ -158,6 +159,8 @@ TextLimits TypeTextLimits(std::int32_t row) {
   constexpr std::size_t kWhole = 254;
   // Credits of IFF files are cut to this when they are read back.
   constexpr std::size_t kIffCredit = 98;
+  // The fields that plug-ins take credits from.
+  constexpr std::size_t kPluginCredit = 99;
   switch (Registry(row).type) {
     case kTypeTarga:
       return {.author = 40, .comment = kWhole};
@@ -167,8 +170,12 @@ TextLimits TypeTextLimits(std::int32_t row) {
     case kTypeIff:
     case kTypeFramestore:
       return {.author = kIffCredit, .comment = kWhole, .notice = kIffCredit};
-    case kTypeJpeg:
     case kTypeTiff:
+      if (Quirk(kTiffTexts)) {
+        return {.author = kPluginCredit, .comment = kWhole, .notice = kPluginCredit};
+      }
+      return {.comment = kWhole};
+    case kTypeJpeg:
       return {.comment = kWhole};
     default:
       return {};

@@ -15,8 +15,9 @@ namespace {
 /// The scans of a flat picture come near to it.
 constexpr std::uint64_t kMostVisitsForByte = 64;
 /// Scans that do not go on from where the ones before ended bring nothing, but damaged files have
-/// some of them.
+/// some of them: a few of any size, more while they are small.
 constexpr int kMostOddScans = 4;
+constexpr std::uint64_t kMostOddVisits = 1 << 16;
 constexpr std::size_t kLongestComment = 0xFFFF;
 
 /// What the scans so far have cost; libjpeg hands it back where it tells its progress.
@@ -25,7 +26,7 @@ struct ScanWork {
   int scan;
   int oddScans;
   bool isTooMuch;
-  std::uint64_t visits, mostVisits;
+  std::uint64_t visits, mostVisits, oddVisits;
 };
 
 struct Decoding {
@@ -69,14 +70,19 @@ void LimitScans(j_common_ptr common) {
   if (info->input_scan_number == work.scan) return;
   work.scan = info->input_scan_number;
   auto& errors = *static_cast<JpegErrors*>(common->client_data);
-  work.oddScans += std::exchange(errors.oddScan, false) ? 1 : 0;
+  std::uint64_t blocks = 0;
   for (int c = 0; c < info->comps_in_scan; ++c) {
     const jpeg_component_info& component = *info->cur_comp_info[c];
-    work.visits += std::uint64_t{component.width_in_blocks} * component.height_in_blocks;
+    blocks += std::uint64_t{component.width_in_blocks} * component.height_in_blocks;
   }
+  work.visits += blocks;
+  if (std::exchange(errors.oddScan, false)) {
+    ++work.oddScans;
+    work.oddVisits += blocks;
+  }
+  const bool tooOdd = work.oddScans > kMostOddScans && work.oddVisits > kMostOddVisits;
   // The first scan is never too much: the file is long enough for it.
-  work.isTooMuch =
-      work.oddScans > kMostOddScans || (work.visits > work.mostVisits && work.scan > 1);
+  work.isTooMuch = tooOdd || (work.visits > work.mostVisits && work.scan > 1);
   if (!work.isTooMuch) return;
   info->src->fill_input_buffer = GiveEnd;
   info->src->bytes_in_buffer = 0;

@@ -50,6 +50,8 @@ void SetTags(TIFF* tiff, const PluginRecord& record, const RowLayout& layout, bo
     TIFFSetField(tiff, TIFFTAG_EXTRASAMPLES, 1, &kind);
   }
   if (record.comment[0]) TIFFSetField(tiff, TIFFTAG_IMAGEDESCRIPTION, record.comment);
+  if (record.author[0]) TIFFSetField(tiff, TIFFTAG_ARTIST, record.author);
+  if (record.notice[0]) TIFFSetField(tiff, TIFFTAG_COPYRIGHT, record.notice);
   TIFFSetField(tiff, TIFFTAG_SOFTWARE, "Quillmark IMX");
 }
 

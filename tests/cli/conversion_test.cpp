@@ -68,6 +68,12 @@ TEST_F(ConversionTest, TextsAreSetAndSurvive) {
   EXPECT_EQ(textsOf("in.ppm --author " + forty + "n", "c.tga",
                     "imx: c.tga: the author is cut to 40 bytes\n"),
             "\"author\":\"" + forty + R"(","comment":"","notice":"")");
+  EXPECT_EQ(
+      textsOf("a.trm --interop=tiff-texts --notice " + std::string(100, 'n'), "c.tif",
+              "imx: c.tif: the rights notice is cut to 99 bytes\n"),
+      R"("author":"Ann Author","comment":"Some words","notice":")" + std::string(99, 'n') + '"');
+  EXPECT_EQ(Tool({"identify", "-format", "%[tiff:artist]|%[tiff:copyright]", "c.tif"}),
+            "Ann Author|" + std::string(99, 'n'));
   EXPECT_EQ(textsOf("a.trm --strip", "c.trm"), R"("author":"","comment":"","notice":"")");
   EXPECT_EQ(Tool({"identify", "-format", "%[Author]|%[Description]", "b.png"}),
             "Ann Author|Some words");
