@@ -23,7 +23,15 @@ bool EachAlpha(const ImageRecord& image, Visit&& visit) {
 }
 
 bool EveryAlphaIs(const ImageRecord& image, std::uint8_t value) {
-  return EachAlpha(image, [value](std::uint8_t alpha) { return alpha == value; });
+  for (std::int32_t y = 0; y < image.height; ++y) {
+    const std::uint8_t* const row = PixelRow(image, y);
+    std::uint8_t differing = 0;
+    for (std::size_t x = 0; x < static_cast<std::size_t>(image.width); ++x) {
+      differing |= static_cast<std::uint8_t>(row[4 * x + 3] ^ value);
+    }
+    if (differing != 0) return false;
+  }
+  return true;
 }
 
 void FillAlpha(const ImageRecord& image, std::uint8_t value) {

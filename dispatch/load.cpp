@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "dispatch/file_tests.h"
+#include "dispatch/orientation.h"
 #include "dispatch/plugins.h"
 #include "formats/alias.h"
 #include "formats/avi.h"
@@ -65,7 +66,13 @@ ImageRecord* LoadDemFile(const char* path) {
 }
 
 ImageRecord* LoadJpeg(const char* path) {
-  return LoadWithPlugin(path, kJpegLibrary);
+  ImageGuard image(LoadWithPlugin(path, kJpegLibrary));
+  if (!image) return nullptr;
+  const int orientation = JpegOrientation(path);
+  if (orientation != 1 && QuirkShown(kJpegOrientation)) {
+    if (!MakeUpright(*image, orientation)) return nullptr;
+  }
+  return image.release();
 }
 
 ImageRecord* LoadTiff(const char* path) {

@@ -80,8 +80,8 @@ void CopyToPlugin(const ImageRecord& image, Exchange& exchange) {
 void CopyCreditsToPlugin(const ImageRecord& image, PluginRecord& to) {
   if (image.author[0] == 0 && image.notice[0] == 0) return;
   if (!Quirk(kTiffTexts)) return;
-  CopyTextCut(to.author, image.author);
-  CopyTextCut(to.notice, image.notice);
+  std::memcpy(to.author, image.author, strnlen(image.author, sizeof to.author - 1));
+  std::memcpy(to.notice, image.notice, strnlen(image.notice, sizeof to.notice - 1));
 }
 
 /// Bytes behind a pointer of the exchange record: the image's own block, or one that the plug-in

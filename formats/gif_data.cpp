@@ -4,6 +4,7 @@
 #include <cstring>
 #include <utility>
 
+#include "imagelib/byte_order.h"
 #include "imagelib/file_reader.h"
 #include "imagelib/host.h"
 
@@ -27,8 +28,12 @@ class CodeReader {
   std::int32_t Next(std::int32_t width) {
     while (held_ < width) {
       if (at_ == size_ && !NextBlock()) return -1;
-      bits_ |= std::uint32_t{block_[at_++]} << held_;
-      held_ += 8;
+      const bool several = size_ - at_ >= sizeof(std::uint32_t);
+      const std::uint64_t more =
+          several ? LoadU32(block_ + at_, ByteOrder::little) : std::uint32_t{block_[at_]};
+      bits_ |= more << held_;
+      at_ += several ? sizeof(std::uint32_t) : 1;
+      held_ += several ? 32 : 8;
     }
     const auto code = static_cast<std::int32_t>(bits_ & ((1u << width) - 1));
     bits_ >>= width;
@@ -53,7 +58,7 @@ class CodeReader {
   }
 
   FileReader& in_;
-  std::uint32_t bits_ = 0;
+  std::uint64_t bits_ = 0;
   std::int32_t held_ = 0;
   std::size_t at_ = 0, size_ = 0;
   bool ended_ = false;
@@ -150,9 +155,8 @@ class StringWriter {
  public:
   StringWriter(const LzwStrings& strings, RowWriter& frame) : strings_(strings), frame_(frame) {}
 
-  /// The string without its first `left` pixels. False on a stop.
-  bool Put(std::int32_t code, std::size_t left = 0) {
-    const std::size_t length = strings_.Length(code);
+  /// The string of this length without its first `left` pixels. False on a stop.
+  bool Put(std::int32_t code, std::size_t length, std::size_t left) {
     if (frame_.Drops(held_ + length)) {
       return frame_.Put(nullptr, length - left + std::exchange(held_, 0));
     }
@@ -180,17 +184,20 @@ bool PutStrings(FileReader& in, LzwStrings& strings, std::int32_t codeSize, std:
   const std::uint64_t last = first + frame.Size();
   std::uint32_t passedOver = 0;
   bool stopped = false;
-  *total = 0;
+  std::uint64_t pixels = 0;
   ForEachString(codes, strings, codeSize, [&](std::int32_t code) {
-    const std::uint64_t start = *total;
-    *total += strings.Length(code);
-    if (*total > first && start < last) {
-      stopped = !writer.Put(code, start < first ? static_cast<std::size_t>(first - start) : 0);
+    const std::size_t length = strings.Length(code);
+    const std::uint64_t start = pixels;
+    pixels += length;
+    if (pixels > first && start < last) {
+      const std::uint64_t left = start < first ? first - start : 0;
+      stopped = !writer.Put(code, length, static_cast<std::size_t>(left));
     } else {
       stopped = ++passedOver % kStringsBetweenStops == 0 && frame.Stopped();
     }
     return !stopped;
   });
+  *total = pixels;
   if (stopped || !writer.Flush()) return false;
   codes.Finish();
   return true;

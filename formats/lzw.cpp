@@ -152,13 +152,6 @@ void LzwStrings::Reset(std::int32_t codeSize) {
   }
 }
 
-void LzwStrings::Add(std::int32_t prefix, std::uint8_t last) {
-  if (next_ >= kMostCodes) return;
-  const Entry& from = table_[Index(prefix)];
-  table_[Index(next_++)] = {static_cast<std::uint16_t>(prefix),
-                            static_cast<std::uint16_t>(from.length + 1), last, from.first};
-}
-
 void LzwStrings::Copy(std::int32_t code, std::uint8_t* out) const {
   const Entry* entry = &table_[Index(code)];
   for (std::size_t i = entry->length; i-- > 0; entry = &table_[entry->prefix]) {

@@ -36,7 +36,12 @@ class LzwStrings {
     return code < roots_ || (code >= roots_ + 2 && code < next_);
   }
   /// Adds the string of `prefix` and `last`; dropped when the table is full.
-  void Add(std::int32_t prefix, std::uint8_t last);
+  void Add(std::int32_t prefix, std::uint8_t last) {
+    if (next_ >= kMostCodes) return;
+    const Entry& from = table_[Index(prefix)];
+    table_[Index(next_++)] = {static_cast<std::uint16_t>(prefix),
+                              static_cast<std::uint16_t>(from.length + 1), last, from.first};
+  }
   std::int32_t Next() const { return next_; }
   std::uint8_t First(std::int32_t code) const { return table_[Index(code)].first; }
   std::size_t Length(std::int32_t code) const { return table_[Index(code)].length; }

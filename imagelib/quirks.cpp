@@ -12,6 +12,8 @@ constexpr bool kWrites = true;
 constexpr QuirkRow kRows[] = {
     {kJpegWithoutJfif, "jpeg-without-jfif", "jpg", "only files that begin with a JFIF header",
      "every JPEG: with an Exif or Adobe header, or none", kReads, !kWrites},
+    {kJpegOrientation, "jpeg-orientation", "jpg", "pixels are shown as they are stored",
+     "the picture is turned upright as Exif's orientation says", kReads, !kWrites},
     {kPngNoMetrePixels, "png-no-metre-pixels", "png", "pixels are stated to be a metre wide",
      "no pixel size is stated", !kReads, kWrites},
     {kGifScreen, "gif-screen", "gif",

@@ -15,6 +15,7 @@ namespace imx {
 
 enum QuirkId : std::size_t {
   kJpegWithoutJfif,
+  kJpegOrientation,
   kPngNoMetrePixels,
   kGifScreen,
   kPnmFamily,

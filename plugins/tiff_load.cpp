@@ -167,7 +167,7 @@ bool HoldsPlainSamples(const Picture& picture) {
 bool CanRead(TIFF* tiff, const Picture& picture) {
   const bool palette = picture.photometric == PHOTOMETRIC_PALETTE;
   if (picture.format == SAMPLEFORMAT_IEEEFP) {
-    if (picture.bits != 32 || palette) {
+    if ((picture.bits != 16 && picture.bits != 32 && picture.bits != 64) || palette) {
       return Refuse("floating-point samples of %d bits are not read", picture.bits);
     }
   } else if (picture.format == SAMPLEFORMAT_COMPLEXINT ||
@@ -270,6 +270,11 @@ struct SampleReader {
     } else {
       SamplesToBytes(row, samples, picture.bits, picture.Samples(), bytes.get());
     }
+    rows = std::max(rows, y + 1);
+    if (together >= 3 && together == picture.colours + (picture.alpha != Alpha::none ? 1u : 0u)) {
+      together == 3 ? StorePixels<3>(x, y, count) : StorePixels<4>(x, y, count);
+      return;
+    }
     for (unsigned s = 0; s < together; ++s) {
       const unsigned place = Place(plane + s);
       if (place > 3) continue;
@@ -277,7 +282,16 @@ struct SampleReader {
       std::uint8_t* to = canvas.At(x, y) + place;
       for (std::uint32_t i = 0; i < count; ++i, from += together, to += canvas.dx) *to = *from;
     }
-    rows = std::max(rows, y + 1);
+  }
+
+  /// A row of pixels whose samples all count.
+  template <std::size_t samples>
+  void StorePixels(std::uint32_t x, std::uint32_t y, std::uint32_t count) {
+    const std::uint8_t* from = bytes.get();
+    std::uint8_t* to = canvas.At(x, y);
+    for (std::uint32_t i = 0; i < count; ++i, from += samples, to += canvas.dx) {
+      std::copy_n(from, samples, to);
+    }
   }
 
   bool ReadRows(std::uint16_t plane) {
@@ -362,6 +376,11 @@ struct ColourMap {
 void FinishRow(const Picture& picture, const ColourMap& map, const Canvas& canvas,
                std::uint32_t y) {
   std::uint8_t* pixel = canvas.At(0, y);
+  if (picture.photometric == PHOTOMETRIC_RGB && picture.alpha != Alpha::multiplied) {
+    if (picture.alpha == Alpha::straight) return;
+    for (std::uint32_t x = 0; x < picture.width; ++x, pixel += canvas.dx) pixel[3] = 255;
+    return;
+  }
   for (std::uint32_t x = 0; x < picture.width; ++x, pixel += canvas.dx) {
     switch (picture.photometric) {
       case PHOTOMETRIC_PALETTE:

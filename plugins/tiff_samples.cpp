@@ -1,5 +1,7 @@
 #include "plugins/tiff_samples.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstring>
 
 namespace imx {
@@ -38,11 +40,34 @@ void ForEachSample(const std::uint8_t* in, std::size_t count, unsigned bits, Put
   }
 }
 
-std::uint8_t ByteOfFloat(std::uint32_t word) {
-  float value;
-  std::memcpy(&value, &word, sizeof value);
+std::uint8_t ByteOfFloat(double value) {
   if (!(value > 0)) return 0;  // nor what is no number
-  return value >= 1 ? 255 : static_cast<std::uint8_t>(value * 255 + 0.5f);
+  return value >= 1 ? 255 : static_cast<std::uint8_t>(value * 255 + 0.5);
+}
+
+/// A 16-bit float: a sign, five bits of exponent, ten of fraction. What is no number is negative.
+double HalfAsDouble(std::uint16_t half) {
+  const int exponent = half >> 10 & 0x1F, fraction = half & 0x3FF;
+  if ((half & 0x8000) != 0 || (exponent == 0x1F && fraction != 0)) return -1;
+  return std::ldexp(exponent == 0 ? fraction : 0x400 + fraction, std::max(exponent, 1) - 25);
+}
+
+void FloatsToBytes(const std::uint8_t* samples, std::size_t count, unsigned bits,
+                   std::uint8_t* bytes) {
+  const auto convert = [&]<typename Sample>(Sample sample, auto number) {
+    for (std::size_t i = 0; i < count; ++i) {
+      std::memcpy(&sample, samples + i * sizeof sample, sizeof sample);
+      bytes[i] = ByteOfFloat(number(sample));
+    }
+  };
+  const auto itself = [](auto value) { return double{value}; };
+  if (bits == 16) {
+    convert(std::uint16_t{}, HalfAsDouble);
+  } else if (bits == 32) {
+    convert(float{}, itself);
+  } else {
+    convert(double{}, itself);
+  }
 }
 
 }  // namespace
@@ -50,8 +75,7 @@ std::uint8_t ByteOfFloat(std::uint32_t word) {
 void SamplesToBytes(const std::uint8_t* samples, std::size_t count, unsigned bits, SampleKind kind,
                     std::uint8_t* bytes) {
   if (kind == SampleKind::floatNumber) {
-    ForEachSample(samples, count, bits,
-                  [bytes](std::size_t i, std::uint32_t word) { bytes[i] = ByteOfFloat(word); });
+    FloatsToBytes(samples, count, bits, bytes);
   } else if (kind == SampleKind::highByte) {
     ForEachSample(samples, count, bits, [bytes](std::size_t i, std::uint32_t value) {
       bytes[i] = static_cast<std::uint8_t>(value >> 8);

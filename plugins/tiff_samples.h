@@ -9,7 +9,7 @@ namespace imx {
 enum class SampleKind {
   integer,      ///< unsigned, 1 to 32 bits, scaled to 0..255 and rounded
   highByte,     ///< 16 bits, of which the upper eight count
-  floatNumber,  ///< 32 bits; 0..1 is scaled, what lies outside is clamped
+  floatNumber,  ///< 16, 32 or 64 bits; 0..1 is scaled, what lies outside is clamped
 };
 
 /// Turns `count` samples of `bits` bits each, as libtiff gives them, into bytes.

@@ -50,6 +50,32 @@ TEST_F(ConversionTest, TheInputIsOpenedToBeTestedAndToBeLoaded) {
   }
 }
 
+TEST_F(ConversionTest, JpegOrientation) {
+  temp.Write("in.ppm", Pixmap(5, 3));
+  ImxOutput({"convert", "in.ppm", "in.jpg"});
+  const std::string jpeg = ReadTextFile(temp.file("in.jpg"));
+  for (char orientation = 1; orientation <= 8; ++orientation) {
+    SCOPED_TRACE(int{orientation});
+    std::string exif(
+        "\xFF\xE1\0\x22"
+        "Exif\0\0MM\0*\0\0\0\x08\0\x01\x01\x12\0\x03\0\0\0\x01\0",
+        29);
+    exif += std::string{orientation, 0, 0, 0, 0, 0, 0};
+    exif[3] = static_cast<char>(exif.size() - 2);
+    temp.Write("turned.jpg", jpeg.substr(0, 20) + exif + jpeg.substr(20));
+    const std::string upright = Tool({"convert", "turned.jpg", "-auto-orient", "rgba:-"});
+    const ProgramResult byDefault = Imx({"pixels", "turned.jpg"});
+    EXPECT_EQ(ImxOutput({"pixels", "--interop", "turned.jpg"}), upright);
+    EXPECT_EQ(byDefault.out, Tool({"convert", "turned.jpg", "rgba:-"}));
+    EXPECT_EQ(byDefault.err.find("--interop=jpeg-orientation") != std::string::npos,
+              orientation != 1);
+    if (orientation == 6) {
+      const std::string cut = temp.Write("cut.jpg", jpeg.substr(0, 20) + exif.substr(0, 25));
+      EXPECT_EQ(Imx({"pixels", "--interop", cut}).status, 1);
+    }
+  }
+}
+
 TEST_F(ConversionTest, TextsAreSetAndSurvive) {
   temp.Write("in.ppm", Pixmap(3, 3));
   const auto textsOf = [this](const std::string& conversion, const std::string& result,

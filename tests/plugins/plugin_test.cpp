@@ -172,6 +172,11 @@ TEST_F(PluginCodecTest, TiffSamplesOfEveryWidth) {
       {{.bits = 32}, {0, 0, 0, 0x40, 0xFF, 0xFF, 0xFF, 0xFF}, grey(64, 255)},
       {{.bits = 32, .format = 3}, {0, 0, 0, 0x3F, 0, 0, 0xC0, 0xFF}, grey(128, 0)},
       {{.bits = 32, .format = 3}, {0, 0, 0x80, 0x40, 0, 0, 0, 0xBF}, grey(255, 0)},
+      {{.bits = 16, .format = 3}, {0x00, 0x38, 0x01, 0x7C}, grey(128, 0)},
+      {{.bits = 16, .format = 3}, {0xFF, 0x03, 0x00, 0x3C}, grey(0, 255)},
+      {{.bits = 64, .format = 3},
+       {0, 0, 0, 0, 0, 0, 0xD0, 0x3F, 0, 0, 0, 0, 0, 0, 0xF0, 0xBF},
+       grey(64, 0)},
       {{.bits = 4, .photometric = 3}, {0x1F}, grey(0x42, 0x42)},
       {{.width = 1, .bits = 16, .samples = 4, .photometric = 5},
        {0, 0, 0xFF, 0xFF, 0, 0x80, 0, 0x40},
@@ -231,7 +236,7 @@ TEST_F(PluginCodecTest, TiffTilesOfAnySize) {
 
 TEST_F(PluginCodecTest, TiffsThatAreNotReadHaveAReason) {
   const std::pair<TiffFields, const char*> files[] = {
-      {{.bits = 16, .format = 3}, "floating-point samples of 16 bits"},
+      {{.bits = 24, .format = 3}, "floating-point samples of 24 bits"},
       {{.bits = 64}, "samples of 64 bits"},
       {{.bits = 8, .format = 5}, "complex samples"},
       {{.photometric = 5}, "too few samples"},
