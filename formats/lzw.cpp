@@ -152,11 +152,4 @@ void LzwStrings::Reset(std::int32_t codeSize) {
   }
 }
 
-void LzwStrings::Copy(std::int32_t code, std::uint8_t* out) const {
-  const Entry* entry = &table_[Index(code)];
-  for (std::size_t i = entry->length; i-- > 0; entry = &table_[entry->prefix]) {
-    out[i] = entry->last;
-  }
-}
-
 }  // namespace imx

@@ -46,7 +46,12 @@ class LzwStrings {
   std::uint8_t First(std::int32_t code) const { return table_[Index(code)].first; }
   std::size_t Length(std::int32_t code) const { return table_[Index(code)].length; }
   /// Writes the Length(code) bytes of the code's string.
-  void Copy(std::int32_t code, std::uint8_t* out) const;
+  void Copy(std::int32_t code, std::uint8_t* out) const {
+    const Entry* entry = &table_[Index(code)];
+    for (std::size_t i = entry->length; i-- > 0; entry = &table_[entry->prefix]) {
+      out[i] = entry->last;
+    }
+  }
 
  private:
   struct Entry {

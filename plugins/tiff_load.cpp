@@ -290,7 +290,7 @@ struct SampleReader {
     const std::uint8_t* from = bytes.get();
     std::uint8_t* to = canvas.At(x, y);
     for (std::uint32_t i = 0; i < count; ++i, from += samples, to += canvas.dx) {
-      std::copy_n(from, samples, to);
+      for (std::size_t s = 0; s < samples; ++s) to[s] = from[s];
     }
   }
 
