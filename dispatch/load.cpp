@@ -253,6 +253,8 @@ LoadResult LoadAsTold(const char* path, const std::string& extension) {
     if (result.failure == LoadFailure::empty) return result;
     if (FileEndedEarly(true)) {
       Fail(result, LoadFailure::endedEarly, "the file ends early; the rest is blank");
+    } else if (PixelsAreDamaged()) {
+      Fail(result, LoadFailure::damaged, "its data are damaged; the rest is blank");
     } else if (branch->library && !PluginFailure().empty()) {
       Fail(result, LoadFailure::damaged, PluginFailure() + "; the rest is blank");
     }

@@ -4,16 +4,20 @@
 #include <memory>
 
 #include "formats/avi_source.h"
+#include "formats/bit_masks.h"
 #include "formats/codec_state.h"
 #include "formats/pixel_rows.h"
 #include "imagelib/byte_order.h"
 #include "imagelib/guards.h"
+#include "imagelib/quirks.h"
 
 namespace imx {
 namespace {
 
 constexpr std::size_t kInfoSize = 40;
-constexpr std::size_t kTableEntry = 4;  // blue, green, red, reserved
+constexpr std::size_t kMasksSize = 12;
+constexpr std::uint32_t kBitFields = 3;  // a compression: the pixels lie as masks say
+constexpr std::size_t kTableEntry = 4;   // blue, green, red, reserved
 // Stop requests are seen on every row but those that this divides.
 constexpr std::int32_t kUncheckedRows = 4;
 
@@ -26,7 +30,9 @@ struct BitmapInfo {
   std::uint32_t size;
   std::int32_t width, height;
   std::uint16_t planes, bits;
-  std::uint32_t coloursUsed;
+  std::uint32_t compression, coloursUsed;
+  bool topDown = false;
+  BitMasks masks;  // of frames that the library has no way for; else none
 
   explicit BitmapInfo(const std::uint8_t* p)
       : size(Long(p)),
@@ -34,13 +40,12 @@ struct BitmapInfo {
         height(static_cast<std::int32_t>(Long(p + 8))),
         planes(LoadU16(p + 12, ByteOrder::little)),
         bits(LoadU16(p + 14, ByteOrder::little)),
+        compression(Long(p + 16)),
         coloursUsed(Long(p + 32)) {}
 
   std::uint64_t RowBytes() const {
     return (std::uint64_t{bits} * static_cast<std::uint32_t>(width) + 31) / 32 * 4;
   }
-
- private:
   static std::uint32_t Long(const std::uint8_t* p) { return LoadU32(p, ByteOrder::little); }
 };
 
@@ -56,6 +61,7 @@ void RowFrom555(const std::uint8_t* in, std::uint8_t* pixels, std::int32_t width
 void ConvertRow(const BitmapInfo& info, const PixelTable& table, const std::uint8_t* in,
                 std::uint8_t* pixels) {
   const auto width = static_cast<std::size_t>(info.width);
+  if (info.masks != BitMasks{}) return RowFromMasks(in, info.bits / 8u, info.masks, pixels, width);
   switch (info.bits) {
     case 8:
       return RowFromIndices(in, table, pixels, width);
@@ -66,6 +72,24 @@ void ConvertRow(const BitmapInfo& info, const PixelTable& table, const std::uint
     default:
       return;
   }
+}
+
+/// Other programs' frames: with the top row first, of 32 bits, and with bit masks. The masks stand
+/// in a long header or behind a short one; answers how many bytes they take there.
+std::size_t AskQuirks(std::span<const std::uint8_t> bitmap, BitmapInfo* info) {
+  if (info->height < 0 && info->height > INT32_MIN && Quirk(kAviTopDown)) {
+    info->height = -info->height;
+    info->topDown = true;
+  }
+  if (info->bits != 16 && info->bits != 32) return 0;
+  const bool stated = info->compression == kBitFields && bitmap.size() >= kInfoSize + kMasksSize;
+  if ((info->bits == 16 && !stated) || !QuirkShown(kAviDeepPixels)) return 0;
+  info->masks = {0xFF0000, 0xFF00, 0xFF, 0};
+  if (!stated) return 0;
+  const std::uint8_t* masks = &bitmap[kInfoSize];
+  info->masks = {BitmapInfo::Long(masks), BitmapInfo::Long(masks + 4), BitmapInfo::Long(masks + 8),
+                 0};
+  return info->size < kInfoSize + kMasksSize ? kMasksSize : 0;
 }
 
 /// Takes the colours of an 8-bit frame into the record's palette, and answers how many bytes they
@@ -96,19 +120,22 @@ PixelTable TableFrom(const Palette& palette) {
 
 ImageRecord* ImageFromPackedBitmap(std::span<const std::uint8_t> bitmap) {
   if (bitmap.size() < kInfoSize) return nullptr;
-  const BitmapInfo info(bitmap.data());
+  BitmapInfo info(bitmap.data());
   if (info.size < kInfoSize || info.size > bitmap.size()) return nullptr;
+  const std::size_t maskBytes = AskQuirks(bitmap, &info);
+  if (maskBytes > bitmap.size() - info.size) return nullptr;
   ImageGuard image(AllocImage(info.width, info.height, "avi", nullptr));
   if (!image) return nullptr;
   image->depth = std::uint32_t{info.planes} * info.bits;
-  std::span<const std::uint8_t> rest = bitmap.subspan(info.size);
+  std::span<const std::uint8_t> rest = bitmap.subspan(info.size + maskBytes);
   rest = rest.subspan(TakeColours(info, rest, &image->palette));
   const PixelTable table = TableFrom(image->palette);
   const std::uint64_t rowBytes = info.RowBytes();
   ProgressScope progress("Reading AVI", info.height, 5);
   for (std::int32_t y = info.height - 1; y >= 0 && rest.size() >= rowBytes; --y) {
     if (y % kUncheckedRows != 0 && ProgressUpdateAbort(info.height - 1 - y) != 0) break;
-    ConvertRow(info, table, rest.data(), PixelRow(*image, y));
+    const std::int32_t row = info.topDown ? info.height - 1 - y : y;
+    ConvertRow(info, table, rest.data(), PixelRow(*image, row));
     rest = rest.subspan(static_cast<std::size_t>(rowBytes));
   }
   return image.release();

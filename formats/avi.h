@@ -15,8 +15,8 @@ struct ImageRecord;
 /// far. Where no AVI decoder is at hand, says so and returns null.
 ImageRecord* LoadAviFrame(const char* path);
 
-/// Converts a packed bitmap of 8, 16 (5-5-5) or 24 bits; other depths give a black image. Null for
-/// a damaged one.
+/// Converts a packed bitmap of 8, 16 (5-5-5) or 24 bits; other depths give a black image, if the
+/// quirks of AVI do not say otherwise. Null for a damaged one.
 ImageRecord* ImageFromPackedBitmap(std::span<const std::uint8_t> bitmap);
 
 }  // namespace imx

@@ -8,6 +8,7 @@
 
 #include "formats/avi_source.h"
 #include "imagelib/guards.h"
+#include "imagelib/quirks.h"
 
 namespace imx {
 
@@ -54,16 +55,28 @@ struct Format {
 
   std::size_t ColoursHeld() const { return (bytes.size() - header.biSize) / sizeof(RGBQUAD); }
 
+  std::size_t MaskBytes() const {
+    constexpr std::size_t kMasks = 12;
+    const bool held = bytes.size() >= sizeof header + kMasks;
+    return header.biCompression == BI_BITFIELDS && held ? kMasks : 0;
+  }
+
+  /// Whether the frames are stored as they are.
+  bool IsPlain() const {
+    return header.biCompression == BI_RGB || (MaskBytes() > 0 && Quirk(kAviDeepPixels));
+  }
+
   /// The system's decoders take the header at its word.
   bool IsSound() const {
     constexpr std::int64_t kMostBytes = INT32_MAX;
     if (header.biSize < sizeof header || header.biSize > bytes.size()) return false;
-    if (header.biHeight < 0) {
+    const std::int64_t height = std::abs(std::int64_t{header.biHeight});
+    if (header.biHeight < 0 && !(IsPlain() && Quirk(kAviTopDown))) {
       LibError("AVI loader: frames that are stored from the top down cannot be read here");
       return false;
     }
-    return header.biWidth > 0 && header.biHeight > 0 &&
-           header.biWidth <= kMostBytes / sizeof(RGBQUAD) / header.biHeight;
+    return header.biWidth > 0 && height > 0 &&
+           header.biWidth <= kMostBytes / static_cast<std::int64_t>(sizeof(RGBQUAD)) / height;
   }
 };
 
@@ -82,11 +95,14 @@ std::span<const std::uint8_t> PlainFrame(AviStream& avi, const Format& format, s
     header.biClrUsed = static_cast<DWORD>(std::min<std::size_t>(held, 256));
   }
   header.biSize = sizeof header;
-  const std::size_t colours = header.biClrUsed * sizeof(RGBQUAD);
+  // Masks stand behind the colours' header, which is a short one here.
+  const std::size_t masks = format.MaskBytes();
+  const std::size_t colours = masks > 0 ? masks : header.biClrUsed * sizeof(RGBQUAD);
+  const std::size_t coloursAt = masks > 0 ? sizeof header : format.header.biSize;
   TrackedBytes bitmap(sizeof header + colours + static_cast<std::uint32_t>(size), "avi2");
   if (!bitmap) return {};
   std::memcpy(bitmap.data(), &header, sizeof header);
-  std::memcpy(bitmap.data() + sizeof header, format.bytes.data() + format.header.biSize, colours);
+  std::memcpy(bitmap.data() + sizeof header, format.bytes.data() + coloursAt, colours);
   std::uint8_t* const rows = bitmap.data() + sizeof header + colours;
   if (AVIStreamRead(avi.stream, index, 1, rows, size, &size, nullptr) != AVIERR_OK) return {};
   const std::size_t whole = bitmap.size();
@@ -159,8 +175,8 @@ std::span<const std::uint8_t> AviFrame(AviStream* stream, std::int32_t index) {
   if (index >= stream->frameCount) return {};
   Format format;
   if (!format.Read(*stream, index) || !format.IsSound()) return {};
-  return format.header.biCompression == BI_RGB ? PlainFrame(*stream, format, index)
-                                               : DecodedFrame(*stream, format, index);
+  return format.IsPlain() ? PlainFrame(*stream, format, index)
+                          : DecodedFrame(*stream, format, index);
 }
 
 void CloseAviStream(AviStream* stream) {

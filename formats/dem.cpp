@@ -5,9 +5,11 @@
 #include <cstdlib>
 #include <string>
 
+#include "formats/dem_records.h"
 #include "imagelib/file_reader.h"
 #include "imagelib/guards.h"
 #include "imagelib/load_outcome.h"
+#include "imagelib/quirks.h"
 
 namespace imx {
 namespace {
@@ -197,6 +199,7 @@ ImageRecord* LoadDem(const char* path, const char* displayName) {
     Fail("could not open [" + std::string(path) + "]");
     return nullptr;
   }
+  if (Quirk(kDemRecords)) return LoadDemRecords(in, displayName);
   if (LooksLikeVista(in)) {
     Fail("[" + std::string(path) + "] is not a DEM - it's a Vista Pro binary file.");
     return nullptr;

@@ -376,6 +376,7 @@ ImageRecord* LoadFlic(const char* path) {
   const bool stopped = !PlayFrames(in, last, area);
   if (in.ended()) NoteFileEndedEarly();
   if (stopped) return image.release();
+  KeepPalette(FlicColours(), kPaletteSize, image.get());
   ProgressScope progress("Converting FLIC", header.height, 4);
   ForEachRow(header.height, 4, [&](std::int32_t y) {
     const std::uint8_t* indices = area.Row(static_cast<std::size_t>(y));

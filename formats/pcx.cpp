@@ -84,7 +84,8 @@ struct PcxData {
 
   /// Fills the start of a line of `count` bytes with the rest of the run, and answers how far.
   std::size_t GoOn(std::uint8_t* line, std::size_t count) {
-    if (due == 0 || !QuirkShown(kPcxLongRuns)) return 0;
+    if (due == 0) return 0;
+    if (!QuirkShown(kPcxLongRuns)) due = 0;
     const std::size_t part = std::min(due, count);
     std::memset(line, value, part);
     due -= part;
@@ -115,8 +116,10 @@ void DecodeLine(PcxData& data, std::uint8_t* line, std::size_t count) {
       const std::size_t run = std::min(stated, count - at);
       std::memset(line + at, view.data[used + 1], run);
       at += run;
-      data.due = stated - run;
-      data.value = view.data[used + 1];
+      if (run < stated) {
+        data.due = stated - run;
+        data.value = view.data[used + 1];
+      }
       used += 2;
     }
     in.Skip(static_cast<std::uint32_t>(used));

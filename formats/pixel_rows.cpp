@@ -1,5 +1,6 @@
 #include "formats/pixel_rows.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 
@@ -118,6 +119,16 @@ void KeepPalette(const PixelTable& table, std::size_t count, ImageRecord* image)
     image->palette.blue[i] = entry[2];
   }
   image->paletteCount = static_cast<std::int32_t>(count);
+}
+
+void DivideByAlpha(ImageRecord* image) {
+  std::uint8_t* pixel = image->pixels;
+  for (std::size_t i = 0; i < image->pixelCount; ++i, pixel += 4) {
+    const unsigned alpha = pixel[3];
+    for (int c = 0; alpha > 0 && c < 3; ++c) {
+      pixel[c] = static_cast<std::uint8_t>(std::min((pixel[c] * 255 + alpha / 2) / alpha, 255u));
+    }
+  }
 }
 
 void RowFromIndices(const std::uint8_t* indices, const PixelTable& table, std::uint8_t* pixels,

@@ -31,6 +31,9 @@ struct PixelTable {
 /// Puts the first `count` entries into the record's palette.
 void KeepPalette(const PixelTable& table, std::size_t count, ImageRecord* image);
 
+/// Turns colours with alpha multiplied in into plain ones.
+void DivideByAlpha(ImageRecord* image);
+
 void RowFromIndices(const std::uint8_t* indices, const PixelTable& table, std::uint8_t* pixels,
                     std::size_t count);
 

@@ -2,12 +2,15 @@
 
 #include <png.h>
 
+#include <algorithm>
 #include <csetjmp>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 
 #include "formats/codec_state.h"
 #include "formats/indexed.h"
+#include "formats/pixel_rows.h"
 #include "imagelib/byte_order.h"
 #include "imagelib/file_reader.h"
 #include "imagelib/file_writer.h"
@@ -40,6 +43,7 @@ constexpr int kVersion = 1;
 
 constexpr png_uint_32 kLongestSide = 0x7FFFFFFF;
 constexpr std::size_t kChunkHeaderSize = 8;  // length, type
+constexpr std::size_t kChecksumSize = 4;
 /// A compressed text that inflates beyond this is passed over; 255 characters of it are kept.
 constexpr png_alloc_size_t kLongestText = 128 * 1024;
 /// Every row takes its time, however short. A picture of more rows than this is refused when the
@@ -66,13 +70,30 @@ void GiveBackMemory(png_structp, png_voidp block) {
 
 // Reading
 
+/// A file of chunks as libpng is to see it when what others forgive is forgiven: without chunks
+/// that no pixel or text needs, whatever their names and check sums, and with those that promise
+/// more than the file holds cut to what it holds.
+struct Forgiven {
+  std::uint64_t next = 0;  ///< offset of the next chunk
+  std::uint8_t prefix[2] = {};
+  std::size_t prefixLeft = 0;  ///< bytes of the prefix to be given before the chunk's own
+  bool isHeader = false;       ///< the chunk at hand is IHDR
+  std::uint8_t colourType = 0;
+  bool isCgbi = false;  ///< blue comes first, alpha is multiplied in, deflate has no header
+  bool inData = false;  ///< an IDAT chunk has come
+};
+
 struct Reading {
-  explicit Reading(const char* path) : in(path) {}
+  Reading(const char* path, bool forgiveAll) : in(path), forgiving(forgiveAll) {}
   ~Reading() { png_destroy_read_struct(&png, &info, nullptr); }
   Reading(const Reading&) = delete;
   Reading& operator=(const Reading&) = delete;
 
   FileReader in;
+  const bool forgiving;
+  Forgiven forgiven;
+  bool endedEarly = false;  ///< the file, before the picture was whole
+  bool whole = false;       ///< every row has been read
   png_structp png = nullptr;
   png_infop info = nullptr;
   ImageGuard image;
@@ -100,19 +121,100 @@ void TakeTexts(Reading& job) {
   png_free_data(job.png, job.info, PNG_FREE_TEXT, -1);
 }
 
+bool IsChunk(const std::uint8_t* header, const char* type) {
+  return std::memcmp(header + kChunkHeaderSize - 4, type, 4) == 0;
+}
+
+/// The chunks that are read where others are forgiven.
+bool IsNeeded(const std::uint8_t* header, std::uint8_t colourType) {
+  static constexpr const char* kNeeded[] = {"IHDR", "IDAT", "tEXt", "zTXt", "IEND"};
+  if (IsChunk(header, "PLTE")) return colourType == PNG_COLOR_TYPE_PALETTE;
+  if (IsChunk(header, "tRNS")) return (colourType & PNG_COLOR_MASK_ALPHA) == 0;
+  return std::any_of(std::begin(kNeeded), std::end(kNeeded),
+                     [header](const char* type) { return IsChunk(header, type); });
+}
+
+/// Goes to the next chunk that is needed and gives its header as libpng is to see it.
+void ReadForgivenHeader(Reading& job, png_bytep header) {
+  Forgiven& state = job.forgiven;
+  FileReader& in = job.in;
+  if (state.next == 0) state.next = in.position();
+  std::uint32_t length = 0;
+  do {
+    in.Seek(state.next);
+    if (!in.ReadAll(header, kChunkHeaderSize)) {
+      job.endedEarly = true;
+      png_error(job.png, "the file ended");
+    }
+    length = LoadU32(header, ByteOrder::big);
+    state.next = in.position() + length + kChecksumSize;
+    if (IsChunk(header, "CgBI")) state.isCgbi = true;
+  } while (!IsNeeded(header, state.colourType));
+  if (length > in.remaining()) {
+    job.endedEarly = true;
+    length = static_cast<std::uint32_t>(in.remaining());
+  }
+  state.isHeader = IsChunk(header, "IHDR");
+  const bool isData = IsChunk(header, "IDAT");
+  if (isData && !state.inData && state.isCgbi) {
+    state.prefix[0] = 0x78;  // deflate with the largest window
+    state.prefix[1] = 0x01;
+    state.prefixLeft = sizeof state.prefix;
+    length += sizeof state.prefix;
+  }
+  state.inData = state.inData || isData;
+  StoreU32(header, length, ByteOrder::big);
+}
+
+void ReadForgiven(Reading& job, png_bytep to, std::size_t count) {
+  constexpr std::size_t kHeaderLength = 13, kColourTypeAt = 9, kMethodsAt = 10, kInterlaceAt = 12;
+  Forgiven& state = job.forgiven;
+  switch (png_get_io_state(job.png) & PNG_IO_MASK_LOC) {
+    case PNG_IO_CHUNK_HDR:
+      return ReadForgivenHeader(job, to);
+    case PNG_IO_CHUNK_CRC:
+      std::memset(to, 0, count);
+      return;
+    default:
+      break;
+  }
+  for (; count > 0 && state.prefixLeft > 0; --count) {
+    *to++ = state.prefix[sizeof state.prefix - state.prefixLeft--];
+  }
+  if (!job.in.ReadAll(to, count)) {
+    job.endedEarly = true;
+    png_error(job.png, "the file ended");
+  }
+  if (!state.isHeader || count != kHeaderLength) return;
+  state.colourType = to[kColourTypeAt];
+  to[kMethodsAt] = to[kMethodsAt + 1] =
+      0;  // there is one compression method and one set of filters
+  to[kInterlaceAt] &= 1;
+}
+
 /// libpng takes a chunk's memory before it reads the chunk, so a length beyond the end of the file
 /// is met here.
 void ReadBytes(png_structp png, png_bytep to, std::size_t count) {
   auto& job = *static_cast<Reading*>(png_get_io_ptr(png));
   FileReader& in = job.in;
-  if (!in.ReadAll(to, count)) png_error(png, "the file ended");
   const bool chunkHeader = (png_get_io_state(png) & PNG_IO_MASK_LOC) == PNG_IO_CHUNK_HDR;
-  if (chunkHeader && count == kChunkHeaderSize && LoadU32(to, ByteOrder::big) > in.remaining()) {
-    NoteFileEndedEarly();
+  if (job.forgiving) {
+    ReadForgiven(job, to, count);
+  } else if (!in.ReadAll(to, count)) {
+    png_error(png, "the file ended");
+  } else if (chunkHeader && count == kChunkHeaderSize &&
+             LoadU32(to, ByteOrder::big) > in.remaining()) {
+    job.endedEarly = true;
     png_error(png, "a chunk is longer than the file");
   }
   // Between chunks, so that no more than one text is held at a time.
   if (chunkHeader) TakeTexts(job);
+}
+
+void Forgive(Reading& job) {
+  png_set_crc_action(job.png, PNG_CRC_QUIET_USE, PNG_CRC_QUIET_USE);
+  png_set_option(job.png, PNG_IGNORE_ADLER32, PNG_OPTION_ON);
+  png_set_benign_errors(job.png, 1);
 }
 
 bool BeginReading(Reading& job) {
@@ -129,6 +231,7 @@ void ReadHeader(Reading& job) {
   png_set_user_limits(job.png, kLongestSide, kLongestSide);
   png_set_chunk_malloc_max(job.png, kLongestText);
   png_set_read_fn(job.png, &job, ReadBytes);
+  if (job.forgiving) Forgive(job);
   png_read_info(job.png, job.info);
 }
 
@@ -171,6 +274,7 @@ void RequestRgba(Reading& job, const PixelPlan& plan) {
   if (plan.grey) png_set_gray_to_rgb(job.png);
   // libpng leaves the filler out where a tRNS chunk has brought alpha.
   if (!plan.alpha) png_set_filler(job.png, 0xFF, PNG_FILLER_AFTER);
+  if (job.forgiven.isCgbi) png_set_bgr(job.png);
   png_set_interlace_handling(job.png);
 }
 
@@ -190,6 +294,20 @@ bool AllocRecord(Reading& job, std::int32_t width, std::int32_t height, std::uin
   return true;
 }
 
+void TakePalette(Reading& job) {
+  png_colorp colours = nullptr;
+  int count = 0;
+  if (png_get_color_type(job.png, job.info) != PNG_COLOR_TYPE_PALETTE) return;
+  if (png_get_PLTE(job.png, job.info, &colours, &count) == 0) return;
+  Palette& palette = job.image->palette;
+  for (int i = 0; i < count; ++i) {
+    palette.red[i] = colours[i].red;
+    palette.green[i] = colours[i].green;
+    palette.blue[i] = colours[i].blue;
+  }
+  job.image->paletteCount = count;
+}
+
 void StoreTexts(Reading& job) {
   TakeTexts(job);
   CopyTextCut(job.image->author, job.author);
@@ -197,9 +315,21 @@ void StoreTexts(Reading& job) {
   job.image->flags |= job.textFlags;
 }
 
+/// Whether an error came behind some row, and whether behind all of them: the end of the data is
+/// looked for when the last one has been read.
+bool AnyRowIsRead(Reading& job) {
+  constexpr int kPasses = 7;
+  if (!job.image) return false;
+  const png_uint_32 row = png_get_current_row_number(job.png);
+  const int pass = png_get_current_pass_number(job.png);
+  job.whole = job.whole || pass >= kPasses || row >= static_cast<png_uint_32>(job.image->height);
+  return job.whole || row > 0 || pass > 0;
+}
+
 /// Fills job.image. False with job.fault set when there is something to tell.
 bool ReadPicture(Reading& job) {
   if (setjmp(png_jmpbuf(job.png))) {
+    if (job.forgiving && AnyRowIsRead(job)) return true;
     job.fault = kReaderFault;
     return false;
   }
@@ -219,21 +349,31 @@ bool ReadPicture(Reading& job) {
   const bool tooManyRows =
       height > kMostEmptyRows && static_cast<std::uint64_t>(height) > job.in.remaining();
   if (tooManyRows || bytes / kMostInflation > job.in.remaining()) {
-    NoteFileEndedEarly();
+    job.endedEarly = true;
     png_error(job.png, "the file is too short");
   }
 
   if (!AllocRecord(job, width, height, plan.depth)) return false;
   if (plan.alpha || png_get_valid(job.png, job.info, PNG_INFO_tRNS)) job.image->flags |= kFlagAlpha;
+  TakePalette(job);
   RequestRgba(job, plan);
   png_read_update_info(job.png, job.info);
   if (png_get_rowbytes(job.png, job.info) != std::size_t{4} * static_cast<std::uint32_t>(width)) {
     png_error(job.png, "rows are not four bytes a pixel");
   }
   png_read_image(job.png, job.rows.data());
+  job.whole = true;
   png_read_end(job.png, job.info);
-  StoreTexts(job);
   return true;
+}
+
+/// The picture, or as much of it as there is.
+ImageRecord* Finish(Reading& job) {
+  StoreTexts(job);
+  if (job.forgiven.isCgbi) DivideByAlpha(job.image.get());
+  if (!job.whole && job.endedEarly) NoteFileEndedEarly();
+  if (!job.whole && !job.endedEarly) NoteDamagedPixels();
+  return job.image.release();
 }
 
 // Writing
@@ -351,9 +491,14 @@ bool IsPng(const std::uint8_t* header, std::uint32_t size) {
 }
 
 ImageRecord* LoadPng(const char* path) {
-  Reading job(path);
+  Reading job(path, false);
   if (!job.in.ok() || !BeginReading(job)) return nullptr;
-  if (ReadPicture(job)) return job.image.release();
+  if (ReadPicture(job)) return Finish(job);
+  if (job.fault == kReaderFault && Quirk(kPngDamage)) {
+    Reading again(path, true);
+    if (again.in.ok() && BeginReading(again) && ReadPicture(again)) return Finish(again);
+  }
+  if (job.endedEarly) NoteFileEndedEarly();
   if (job.fault) LibNote(job.fault);
   return nullptr;
 }

@@ -256,15 +256,9 @@ void ApplyAttributes(const TargaHeader& header, std::uint8_t type, ImageRecord* 
   if (header.depth != 32 || header.IsMapped() || (stated && type != kPremultipliedAlpha)) return;
   const bool divide = type == kPremultipliedAlpha;
   if (divide ? !QuirkShown(kTargaAttributes) : !Quirk(kTargaAttributes)) return;
-  if (!divide) image->flags &= ~kFlagAlpha;
-  std::uint8_t* pixel = image->pixels;
-  for (std::size_t i = 0; i < image->pixelCount; ++i, pixel += 4) {
-    const unsigned alpha = pixel[3];
-    for (int c = 0; divide && alpha > 0 && c < 3; ++c) {
-      pixel[c] = static_cast<std::uint8_t>(std::min((pixel[c] * 255 + alpha / 2) / alpha, 255u));
-    }
-    if (!divide) pixel[3] = 0;
-  }
+  if (divide) return DivideByAlpha(image);
+  image->flags &= ~kFlagAlpha;
+  for (std::size_t i = 0; i < image->pixelCount; ++i) image->pixels[4 * i + 3] = 0;
 }
 
 /// Gathers pixels into packets. `same` compares two pixels of the row.

@@ -5,11 +5,12 @@ namespace {
 
 bool endedEarly = false;
 bool readPastEnd = false;
+bool damagedPixels = false;
 
 }  // namespace
 
 void BeginLoadOutcome() {
-  endedEarly = readPastEnd = false;
+  endedEarly = readPastEnd = damagedPixels = false;
 }
 
 bool FileEndedEarly(bool image) {
@@ -18,6 +19,14 @@ bool FileEndedEarly(bool image) {
 
 void NoteFileEndedEarly() {
   endedEarly = true;
+}
+
+bool PixelsAreDamaged() {
+  return damagedPixels;
+}
+
+void NoteDamagedPixels() {
+  damagedPixels = true;
 }
 
 void NoteReadPastEnd() {

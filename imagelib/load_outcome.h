@@ -12,6 +12,12 @@ void BeginLoadOutcome();
 /// then a read past the end counts as well.
 bool FileEndedEarly(bool image);
 
+/// Whether pixels are missing since the file's data could not be decoded.
+bool PixelsAreDamaged();
+
+/// Noted by loaders: pixels are missing since the data before them could not be decoded.
+void NoteDamagedPixels();
+
 /// Noted by loaders: pixels are missing, or what they cannot be made without, since the file ends.
 void NoteFileEndedEarly();
 

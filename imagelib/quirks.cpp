@@ -14,6 +14,10 @@ constexpr QuirkRow kRows[] = {
      "every JPEG: with an Exif or Adobe header, or none", kReads, !kWrites},
     {kJpegOrientation, "jpeg-orientation", "jpg", "pixels are shown as they are stored",
      "the picture is turned upright as Exif's orientation says", kReads, !kWrites},
+    {kPngDamage, "png-damage", "png", "damaged files are refused",
+     "wrong check sums, unknown chunks and blue-first pixels (CgBI) are read, and of a file that "
+     "breaks off the rows before",
+     kReads, !kWrites},
     {kPngNoMetrePixels, "png-no-metre-pixels", "png", "pixels are stated to be a metre wide",
      "no pixel size is stated", !kReads, kWrites},
     {kGifScreen, "gif-screen", "gif",
@@ -96,10 +100,16 @@ constexpr QuirkRow kRows[] = {
      kReads, kWrites},
     {kRlaDeepSamples, "rla-deep-samples", "rla", "samples are of 8 bits",
      "samples of up to 16 bits and floats are read", kReads, !kWrites},
-    {kAviTopDown, "avi-top-down", "avi", "top-down frames are refused", "they are read", kReads,
-     !kWrites},
-    {kAviDeepPixels, "avi-deep-pixels", "avi", "8, 16 (5-5-5) and 24 bits",
-     "5-6-5 and 32 bits as well", kReads, !kWrites},
+    {kDemRecords, "dem-records", "dem",
+     "fields are read as words: 1201 x 1201 elevations without the last column, levels that wrap, "
+     "and no files whose name begins with a blank or whose header has the newer fields",
+     "fields are read by their columns, from records with or without line ends: any size, all "
+     "columns, levels that are held to the stated range",
+     kReads, !kWrites},
+    {kAviTopDown, "avi-top-down", "avi", "Windows refuses frames with the top row first",
+     "they are read", kReads, !kWrites},
+    {kAviDeepPixels, "avi-deep-pixels", "avi", "Windows reads 8, 16 (5-5-5) and 24 bits",
+     "bit masks (5-6-5) and 32 bits as well", kReads, !kWrites},
     {kFlicColours, "flic-colours", "flc",
      "the colours stay from one load to the next, and a packet's first colour counts from the "
      "skips "

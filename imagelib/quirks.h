@@ -16,6 +16,7 @@ namespace imx {
 enum QuirkId : std::size_t {
   kJpegWithoutJfif,
   kJpegOrientation,
+  kPngDamage,
   kPngNoMetrePixels,
   kGifScreen,
   kPnmFamily,
@@ -46,6 +47,7 @@ enum QuirkId : std::size_t {
   kRlaOffsets,
   kRlaMatte,
   kRlaDeepSamples,
+  kDemRecords,
   kAviTopDown,
   kAviDeepPixels,
   kFlicColours,

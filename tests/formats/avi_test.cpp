@@ -4,6 +4,7 @@
 
 #include "formats/avi_source.h"
 #include "imagelib/byte_order.h"
+#include "imagelib/quirks.h"
 #include "tests/formats/format_test.h"
 #include "tests/formats/station_builder.h"
 
@@ -30,6 +31,30 @@ TEST_F(PackedBitmapTest, OddBitmaps) {
               ElementsAre(index1, Rgba{0, 0, 170, 0}, index3, Rgba{0, 0, 0, 0}))
       << "no colours are stated: the default palette";
   EXPECT_THAT(Loaded({1, 1, 32}, {1, 2, 3, 4}), ElementsAre(Rgba{0, 0, 0, 0})) << "not read";
+}
+
+TEST_F(PackedBitmapTest, AsOtherProgramsReadThem) {
+  constexpr std::uint32_t kFromTheTop = 0xFFFFFFFE, kMasks = 3;
+  const Bytes two = {1, 2, 3, 0, 4, 5, 6, 0};
+  const Bytes masks = LittleEndian().Longs({0xF800, 0x07E0, 0x001F}).bytes();
+  const Rgba first = {3, 2, 1, 0}, second = {6, 5, 4, 0};
+  const struct {
+    DibFields fields;
+    Bytes rest;
+    std::vector<Rgba> theirs;
+    const char* quirks;
+  } kCases[] = {
+      {{1, kFromTheTop, 24}, two, {first, second}, "avi-top-down"},
+      {{1, kFromTheTop, 32}, two, {first, second}, "avi-top-down, avi-deep-pixels"},
+      {{1, 2, 32}, two, {second, first}, "avi-deep-pixels"},
+      {{1, 1, 16, 0, kMasks}, masks + Bytes{0xE0, 0x07, 0, 0}, {{0, 255, 0, 0}}, "avi-deep-pixels"},
+  };
+  for (const auto& c : kCases) {
+    EXPECT_NE(Loaded(c.fields, c.rest), c.theirs) << "the library's own";
+    const QuirkScope others(AllQuirks());
+    EXPECT_EQ(Loaded(c.fields, c.rest), c.theirs);
+    EXPECT_EQ(QuirkNames(others.applied()), c.quirks);
+  }
 }
 
 class AviTest : public CodecTest {
@@ -129,6 +154,33 @@ TEST_F(AviTest, SizesThatTheFileDoesNotHold) {
       EXPECT_LE(drawn, 64u) << "memory that is not the file's";
     }
   }
+}
+
+/// The file with bit masks behind its stream's bitmap header.
+Bytes WithMasks(const Bytes& file, const std::vector<std::uint32_t>& masks) {
+  constexpr std::size_t kFormatSize = 40, kCompression = 16, kAdded = 12;
+  Bytes changed = WithFormatField(file, kCompression, 3);
+  const auto at = [&changed](std::string_view name) {
+    return static_cast<std::size_t>(
+        std::search(changed.begin(), changed.end(), name.begin(), name.end()) - changed.begin());
+  };
+  const std::size_t end = at("strf") + 8 + kFormatSize;
+  for (const std::size_t size : {at("RIFF") + 4, at("hdrl") - 4, at("strl") - 4, at("strf") + 4}) {
+    StoreU32(&changed[size], LoadU32(&changed[size], ByteOrder::little) + kAdded,
+             ByteOrder::little);
+  }
+  ByteBuilder added = LittleEndian();
+  for (const std::uint32_t mask : masks) added.U32(mask);
+  return Part(changed, 0, end) + added.bytes() + Part(changed, end);
+}
+
+// The words of frame 2 have 9, 25 and 30 in five bits each.
+TEST_F(AviTest, OtherProgramsReadMasks) {
+  const QuirkScope others(AllQuirks());
+  const Bytes masked = WithMasks(ReadFile(folder + "raw16.avi"), {0xF800, 0x07E0, 0x001F});
+  const ImageGuard image = Load(temp.Write("in.avi", masked), 2);
+  ASSERT_TRUE(image);
+  EXPECT_THAT(Pixels(image).front(), (Rgba{33, 231, 247, 0}));
 }
 
 TEST_F(AviTest, TopDownFramesAreReadOrRefusedWithWords) {

@@ -1,5 +1,6 @@
 #include "formats/dem.h"
 
+#include "imagelib/load_outcome.h"
 #include "tests/formats/format_test.h"
 #include "tests/formats/station_builder.h"
 
@@ -45,6 +46,51 @@ TEST_F(DemTest, RealsWithoutSeparators) {
   const ImageGuard image = Load(DemHeader(fields) + DemProfile(1) + "150 ");
   ASSERT_TRUE(image);
   EXPECT_EQ(PixelAt(*image, 0, 1200).r, 127);  // 250 of 500
+}
+
+// Two profiles of 150 elevations, the second one row further north, in records that end with their
+// last character, at their size, or there with the end of a line.
+TEST_F(DemTest, RecordsOfAnySizeAsOtherProgramsReadThem) {
+  constexpr int kCount = 150, kInFirst = 146;
+  const auto profile = [](int column, int start) {
+    std::string head = DemProfile(column, kCount);
+    head.replace(48, 24, Field(std::to_string(start) + ".0D+00", 24));
+    return std::pair(head + Repeated("   100", kInFirst - 1) + "   250",
+                     Repeated("  9999", 3) + "   400");
+  };
+  const auto file = [&](std::size_t size, std::string_view end) {
+    const auto [first, firstRest] = profile(1, 30);
+    const auto [second, secondRest] = profile(2, 33);
+    std::string text;
+    std::string header = DemHeader({.profiles = 2, .name = " "});
+    header.replace(864, 12, "    20     1");
+    for (const std::string& record : {header, first, firstRest, second, secondRest}) {
+      text += record + std::string(std::max(size, record.size()) - record.size(), ' ');
+      text += end;
+    }
+    return text;
+  };
+  EXPECT_FALSE(Load(file(1024, "")));
+  const QuirkScope others(AllQuirks());
+  for (const std::string& text : {file(1024, ""), file(1024, "\n"), file(0, "\r\n")}) {
+    const ImageGuard image = Load(text);
+    ASSERT_TRUE(image);
+    ASSERT_EQ(image->width, 2);
+    ASSERT_EQ(image->height, kCount + 1);
+    for (const int x : {0, 1}) {
+      EXPECT_EQ(PixelAt(*image, x, 1 - x).r, 255);
+      EXPECT_EQ(PixelAt(*image, x, 2 - x).r, 255) << "above the stated range";
+      EXPECT_EQ(PixelAt(*image, x, 5 - x).r, 127);
+      EXPECT_EQ(PixelAt(*image, x, kCount - x).r, 0);
+    }
+  }
+  EXPECT_EQ(QuirkNames(others.applied()), "dem-records");
+  BeginLoadOutcome();
+  EXPECT_TRUE(Load(file(1024, "").substr(0, 4000)));
+  EXPECT_TRUE(FileEndedEarly(true));
+  EXPECT_THAT(Refusal(DemHeader({})), testing::HasSubstr("not the records"));
+  EXPECT_THAT(Refusal(DemHeader({.profiles = 99999}) + DemProfile(1, 99999)),
+              testing::HasSubstr("not the records"));
 }
 
 TEST_F(DemTest, Refusals) {

@@ -1,5 +1,6 @@
 #include "formats/png.h"
 
+#include "imagelib/load_outcome.h"
 #include "imagelib/quirks.h"
 #include "imagelib/save_outcome.h"
 #include "tests/formats/format_test.h"
@@ -133,6 +134,53 @@ TEST_F(PngTest, FaultsAreNotesAndNoRecord) {
   EXPECT_TRUE(host.notes.empty()) << "a file that cannot be opened is no news from here";
   EXPECT_TRUE(host.errors.empty());
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+TEST_F(PngTest, WhatOthersForgive) {
+  const auto rows = [](const Bytes& bytes) {
+    return PngFile(PngHeader(2, 2, 8, kPngGrey), bytes, PngChunk("VENd", {1}));
+  };
+  const Bytes good = rows({0, 1, 2, 0, 3, 4});
+  const std::vector<Rgba> none,
+      all = {{1, 1, 1, 255}, {2, 2, 2, 255}, {3, 3, 3, 255}, {4, 4, 4, 255}};
+  std::vector<Rgba> half = all;
+  half[2] = half[3] = {};
+  constexpr std::size_t kMethod = 8 + 8 + 10, kHeaderSum = 29;
+  // The last chunk, and the two check sums before it.
+  const std::size_t deflateEnd = good.size() - 12 - 4 - 4;
+  // As one maker's tools write it: no header and no check sum around deflate's data, blue first,
+  // alpha multiplied in.
+  const Bytes deflated = Deflated({0, 10, 20, 100, 128});
+  const Bytes makers =
+      PngSignature() + PngChunk("CgBI", {0x50, 0, 0x20, 2}) + PngHeader(1, 1, 8, kPngRgba) +
+      PngChunk("IDAT", Part(deflated, 2, deflated.size() - 6)) + PngChunk("IEND", {});
+  const Bytes broken = rows({0, 1, 2, 9, 3, 4}), cut = rows({0, 1, 2});
+  const QuirkCase kCases[] = {
+      {kPngDamage, good, none, all},
+      {kPngDamage, WithByte(good, kHeaderSum, good[kHeaderSum] ^ 1), none, all},
+      {kPngDamage, WithByte(good, kMethod, 9), none, all},
+      {kPngDamage, Part(good, 0, deflateEnd), none, all},
+      {kPngDamage, broken, none, half},
+      {kPngDamage, cut, none, half},
+      {kPngDamage, makers, none, {{199, 40, 20, 128}}},
+  };
+  ReadBothWays(kCases);
+  const QuirkScope others(AllQuirks());
+  const auto outcome = [&](const Bytes& file) {
+    BeginLoadOutcome();
+    Load(file);
+    return std::pair(FileEndedEarly(true), PixelsAreDamaged());
+  };
+  EXPECT_EQ(outcome(good), std::pair(false, false));
+  EXPECT_EQ(outcome(broken), std::pair(false, true));
+  EXPECT_EQ(outcome(Part(good, 0, deflateEnd - 2)), std::pair(true, false));
+}
+
+TEST_F(PngTest, TheRecordKeepsThePalette) {
+  const Bytes colours = PngChunk("PLTE", {1, 2, 3, 4, 5, 6});
+  const ImageGuard image = Load(PngFile(PngHeader(1, 1, 8, kPngPalette), {0, 1}, colours));
+  EXPECT_EQ(image->paletteCount, 2);
+  EXPECT_EQ(image->palette.green[1], 5);
 }
 
 /// Types and data of a file's chunks.

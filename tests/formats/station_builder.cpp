@@ -61,7 +61,8 @@ Bytes FlicFile(std::uint32_t magic, std::uint32_t width, std::uint32_t height,
 Bytes Dib(const DibFields& f, const Bytes& rest) {
   ByteBuilder bitmap = LittleEndian();
   bitmap.Longs({40, f.width, f.height}).Words({1, f.bits});
-  bitmap.Longs({0, (f.width * f.bits + 31) / 32 * 4 * f.height, 0, 0, f.coloursUsed, 0});
+  bitmap.Longs(
+      {f.compression, (f.width * f.bits + 31) / 32 * 4 * f.height, 0, 0, f.coloursUsed, 0});
   return bitmap.Raw(rest).bytes();
 }
 
@@ -77,7 +78,7 @@ std::string Field(std::string_view text, std::size_t width) {
 
 std::string DemHeader(const DemFields& f) {
   const std::string zero = Field("0.0D+00", 24), degree = Field("3.6D+03", 24);
-  std::string text = std::string(144, 'x') + "     1     1     0     0" + Repeated(zero, 15) +
+  std::string text = Repeated(f.name, 144) + "     1     1     0     0" + Repeated(zero, 15) +
                      "     3     2" + Field(std::to_string(f.sides), 6);
   for (const std::string& ordinate : {zero, zero, zero, degree, degree, degree, degree, zero}) {
     text += ordinate;

@@ -56,7 +56,7 @@ Bytes FlicFile(std::uint32_t magic, std::uint32_t width, std::uint32_t height,
 // Device-independent bitmaps, as AVI streams give them
 
 struct DibFields {
-  std::uint32_t width = 2, height = 1, bits = 24, coloursUsed = 0;
+  std::uint32_t width = 2, height = 1, bits = 24, coloursUsed = 0, compression = 0;
 };
 
 /// The header with what follows it: colours and rows.
@@ -67,6 +67,7 @@ Bytes Dib(const DibFields& f, const Bytes& rest);
 struct DemFields {
   std::string minimum = "1.0D+02", maximum = "4.0D+02";
   int sides = 4, profiles = 1201;
+  std::string_view name = "x";  ///< repeated
 };
 
 std::string Repeated(std::string_view text, int times);
@@ -74,7 +75,7 @@ std::string Repeated(std::string_view text, int times);
 /// `text` at the right end of a field.
 std::string Field(std::string_view text, std::size_t width);
 
-/// The A record, a letter in the place of each character of the file name. Corners are those of a
+/// The A record, `name` in the place of each character of the file name. Corners are those of a
 /// quadrangle of one degree.
 std::string DemHeader(const DemFields& f);
 
