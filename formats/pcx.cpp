@@ -112,14 +112,14 @@ void DecodeLine(PcxData& data, std::uint8_t* line, std::size_t count) {
         continue;
       }
       if (used + 1 == view.size) break;
-      const std::size_t stated = byte & kCountBits;
-      const std::size_t run = std::min(stated, count - at);
+      std::size_t run = byte & kCountBits;
+      if (run > count - at) {
+        data.due = run - (count - at);
+        data.value = view.data[used + 1];
+        run = count - at;
+      }
       std::memset(line + at, view.data[used + 1], run);
       at += run;
-      if (run < stated) {
-        data.due = stated - run;
-        data.value = view.data[used + 1];
-      }
       used += 2;
     }
     in.Skip(static_cast<std::uint32_t>(used));

@@ -110,17 +110,21 @@ TEST_F(FailureTest, AFileThatEndsEarlyIsConvertedAndToldAndFailsUnlessThatIsAllo
     const std::string bytes = Contents(name);
     const std::size_t half = bytes.size() / (type == std::string("tga") ? 8 : 2);
     temp.Write(name, bytes.substr(0, half));
-    const ProgramResult strict = Imx({"convert", "--raw", "40x30", name, "out.bmp"});
+    const ProgramResult strict = Imx({"convert", "--exact", "--raw", "40x30", name, "out.bmp"});
     EXPECT_EQ(strict.status, 1) << name;
     const bool isRefused =
         type == std::string("png") || type == std::string("rgb") || type == std::string("tif");
     EXPECT_EQ(strict.err, "imx: " + name + (isRefused ? ": the file ends early\n" : says));
     EXPECT_NE(FileExists(temp.file("out.bmp")), isRefused) << name;
-    const ProgramResult lenient = Imx({"convert", "--lenient", "--raw=40x30", name, "out.bmp"});
+    const ProgramResult lenient =
+        Imx({"convert", "--exact", "--lenient", "--raw=40x30", name, "out.bmp"});
     EXPECT_EQ(lenient.status, isRefused ? 1 : 0) << name;
     EXPECT_EQ(lenient.err, strict.err);
     std::remove(temp.file("out.bmp").c_str());
   }
+  EXPECT_EQ(
+      Imx({"convert", "a.png", "out.bmp"}).err,
+      "imx: a.png: read as other programs do (png-damage); --exact refuses it\nimx: a.png" + says);
   ImxOutput({"convert", "whole.ppm", "cut.gif"});
   temp.Write("cut.gif", Contents("cut.gif").substr(0, 900));
   for (const std::vector<std::string>& arguments :
