@@ -100,6 +100,7 @@ struct Picture {
 /// pictures: many programs write it so. No colours have been multiplied by it then.
 Alpha FindAlpha(TIFF* tiff, const Picture& picture) {
   const bool canHave = picture.photometric == PHOTOMETRIC_RGB ||
+                       (picture.photometric == PHOTOMETRIC_PALETTE && picture.bits == 8) ||
                        picture.photometric == PHOTOMETRIC_MINISBLACK ||
                        picture.photometric == PHOTOMETRIC_MINISWHITE;
   if (!canHave || picture.samples <= picture.colours) return Alpha::none;
