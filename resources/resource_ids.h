@@ -18,6 +18,7 @@
 #define IDD_RAW_GUIDE 109
 #define IDD_FRAME 110
 #define IDD_MERGE_SOURCE 111
+#define IDD_RESIZE 122
 
 /* Commands of the main window. */
 #define ID_EXIT 40004
@@ -70,6 +71,10 @@
 #define ID_FIRST_RECENT 40200
 
 /* Controls; the same number means different things in different dialogs. */
+#define IDC_RESIZE_WIDTH 1000 /* size of an image */
+#define IDC_RESIZE_HEIGHT 1001
+#define IDC_RESIZE_KEEP 1002
+
 #define IDC_FACTOR 1000 /* gamma, rescale, resample */
 
 #define IDC_WINDOW_LIST 1001 /* file to save, merge source */

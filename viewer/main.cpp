@@ -8,6 +8,7 @@
 #include "viewer/win32/image_view.h"
 #include "viewer/win32/view_window.h"
 #include "viewer/win32/viewer_commands.h"
+#include "viewer/win32/viewer_window.h"
 
 namespace {
 
@@ -34,6 +35,7 @@ int WINAPI WinMain(HINSTANCE instance, HINSTANCE, char*, int) {
                                   .readingWay = imx::ReadingWay::atNeed,
                                   .command = imx::RunViewerCommand,
                                   .reportsNoImage = true,
+                                  .mainProcedure = imx::Guarded<imx::ViewerWindowProc>,
                                   .imageProcedure = imx::Guarded<imx::ViewWindowProc>,
                                   .imageHooks = {.paintsPixels = true,
                                                  .opened = imx::OpenView,

@@ -131,10 +131,10 @@ TEST_F(ScaledRowsTest, StatusTellsWhatThereIs) {
   image->depth = 8;
   image->frame = 2;
   CopyText(image->formatLabel, "GIF");
-  const Status full = {{1, 3}, 5, Point{6, 7}, ClipRegion{1, 2, 10, 4}, true};
+  const Status full = {{1, 3}, 5, Point{6, 7}, ClipRegion{1, 2, 10, 4}, true, "half of it"};
   EXPECT_EQ(StatusText(*image, full),
             "40 x 30  |  GIF 8-bit  |  frame 2 of 5  |  33.3%  |  6, 7: 1 2 3 4  |  "
-            "sel. 10 x 3 at 1, 2  |  changed");
+            "sel. 10 x 3 at 1, 2  |  changed  |  half of it");
 }
 
 }  // namespace

@@ -47,6 +47,7 @@ std::string StatusText(const ImageRecord& image, const Status& status) {
         std::to_string(status.selection->left) + ", " + std::to_string(status.selection->top));
   }
   if (status.changed) add("changed");
+  add(status.notice);
   return text;
 }
 

@@ -17,6 +17,7 @@ struct Status {
   std::optional<Point> pixel;           ///< under the mouse, within the image
   std::optional<ClipRegion> selection;  ///< within the image
   bool changed = false;                 ///< closing would lose something
+  std::string notice;                   ///< what else there is to tell
 };
 
 /// "640 x 480  |  PNG 24-bit  |  frame 3 of 10  |  100%  |  12, 40: 255 128 0 255  |

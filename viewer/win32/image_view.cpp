@@ -55,6 +55,12 @@ void NoteActiveView(HWND window) {
   active = window;
 }
 
+std::vector<History*> AllHistories() {
+  std::vector<History*> histories;
+  for (const auto& [window, view] : views) histories.push_back(&view->history);
+  return histories;
+}
+
 ImageGuard ExchangeImage(ImageView& view, ImageGuard image) {
   DisplayRecord& record = *view.record;
   ImageGuard before(std::exchange(record.image, image.release()));
@@ -66,7 +72,11 @@ ImageGuard ExchangeImage(ImageView& view, ImageGuard image) {
   view.selection.reset();
   view.selecting.reset();
   view.pixel.reset();
-  ReplaceImage(view.view, {record.image->width, record.image->height});
+  const Extent size = {record.image->width, record.image->height};
+  if (size != view.view.image) {
+    ReplaceImage(view.view, size);
+    FollowImage(view);
+  }
   ShowTitle(view);
   LayOut(view);
   return before;
@@ -78,6 +88,8 @@ void NoteSaved(DisplayRecord& record, const std::string& path) {
   CopyTextCut(image.path, path);
   if (ImageView* const view = FindView(static_cast<HWND>(record.window))) {
     view->note.clear();
+    view->notice.clear();
+    MarkAllEdited(view->history);
     ShowTitle(*view);
     ShowStatus(*view);
   }

@@ -60,6 +60,15 @@ void SetBars(const ImageView& view) {
   }
 }
 
+// Around the whole image, and wide enough for the status line to tell something.
+Extent WindowSize(const ImageView& view) {
+  constexpr int kLeastWidth = 320;
+  const int width = std::max(view.view.image.width, ScaledForDpi(view.window, kLeastWidth));
+  RECT outer = {0, 0, width, view.view.image.height};
+  AdjustForScreen(view.window, outer, kFrameStyle);
+  return {outer.right - outer.left, outer.bottom - outer.top + StatusHeight(view.window)};
+}
+
 // What the client area would be without scroll bars.
 Extent SpaceInside(const ImageView& view, Extent bar) {
   Extent space = ClientExtent(view.window);
@@ -78,11 +87,23 @@ void Moved(ImageView& view, Point before) {
 
 }  // namespace
 
+void FollowImage(ImageView& view) {
+  if (view.beforeFullScreen || IsZoomed(view.window) || IsIconic(view.window)) return;
+  if (view.view.fit || view.view.zoom != Zoom{}) return;
+  RECT now = {};
+  GetWindowRect(view.window, &now);
+  const Box space = SpaceForWindows(view.window);
+  const Extent wanted = WindowSize(view);
+  const int width = std::min(wanted.width, space.width());
+  const int height = std::min(wanted.height, space.height());
+  // Moved only as far as it would reach beyond the screen.
+  const int left = std::max(space.left, std::min<int>(now.left, space.right - width));
+  const int top = std::max(space.top, std::min<int>(now.top, space.bottom - height));
+  SetWindowPos(view.window, nullptr, left, top, width, height, SWP_NOZORDER | SWP_NOACTIVATE);
+}
+
 void PlaceNewWindow(ImageView& view) {
-  RECT outer = {0, 0, view.view.image.width, view.view.image.height};
-  AdjustForScreen(view.window, outer, kFrameStyle);
-  const Extent size = {outer.right - outer.left,
-                       outer.bottom - outer.top + StatusHeight(view.window)};
+  const Extent size = WindowSize(view);
   const int step = GetSystemMetrics(SM_CYCAPTION) + GetSystemMetrics(SM_CYSIZEFRAME);
   const Box place =
       CascadedPlace(SpaceForWindows(view.window), size, step, view.record->number - 1);

@@ -8,6 +8,9 @@ namespace imx {
 /// Gives a new window its size and place on the screen.
 void PlaceNewWindow(ImageView& view);
 
+/// Gives the window the size of its new image where it shows all of it pixel by pixel.
+void FollowImage(ImageView& view);
+
 /// The window's size, the zoom or the image changed: scroll bars, and everything is painted anew.
 void LayOut(ImageView& view);
 

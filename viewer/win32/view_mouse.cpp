@@ -1,12 +1,15 @@
 #include "viewer/win32/view_mouse.h"
 
 #include <algorithm>
+#include <utility>
 
-#include "shell/win32/busy.h"
+#include "resources/resource_ids.h"
 #include "shell/win32/rubber_band.h"
 #include "shell/win32/shell_state.h"
+#include "viewer/win32/edit.h"
 #include "viewer/win32/view_layout.h"
 #include "viewer/win32/view_paint.h"
+#include "viewer/win32/walk.h"
 
 namespace imx {
 namespace {
@@ -20,6 +23,7 @@ ClipRegion Between(Point a, Point b) {
 }
 
 void BeginDragging(ImageView& view, Point at) {
+  view.spaceDragged = true;
   view.dragged = at;
   SetCapture(view.window);
   SetCursor(LoadCursorA(nullptr, IDC_SIZEALL));
@@ -77,6 +81,20 @@ void OnLeft(ImageView& view, Point client) {
   }
 }
 
+void ApplyToolAt(ImageView& view, Point at) {
+  const int tool = Shell().toolMode;
+  const bool applies = Shell().band.dragging || Shell().band.clickTool;
+  const bool inPlace = tool == ID_TOOL_GAMMA || tool == ID_TOOL_MERGE;
+  if (!applies || !inPlace) {
+    OnLeftUp(view.window, at);
+    return;
+  }
+  StopPlaying(view);
+  const bool edited = view.record->edited != 0;
+  ImageGuard before = BeforeChange(view);
+  if (OnLeftUp(view.window, at)) KeepForUndo(view, std::move(before), edited);
+}
+
 void OnLeftReleased(ImageView& view, Point client) {
   if (view.dragged) return EndDragging(view);
   if (view.selecting) {
@@ -84,7 +102,7 @@ void OnLeftReleased(ImageView& view, Point client) {
     ReleaseCapture();
     return;
   }
-  OnLeftUp(view.window, ImagePoint(view.view, client));
+  ApplyToolAt(view, ImagePoint(view.view, client));
 }
 
 void OnWheel(ImageView& view, WPARAM wParam, LPARAM lParam) {

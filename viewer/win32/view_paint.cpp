@@ -74,7 +74,8 @@ void DrawSelectionIn(HDC context, const ImageView& view) {
 }
 
 Status StatusOf(const ImageView& view) {
-  return {view.view.zoom, view.frames, view.pixel, view.selection, WouldLoseChanges(*view.record)};
+  return {view.view.zoom, view.frames, view.pixel, view.selection, WouldLoseChanges(*view.record),
+          view.notice};
 }
 
 // In coordinates of the window.
@@ -94,6 +95,15 @@ RECT StatusArea(const ImageView& view) {
   const LONG left = client.x - window.left;
   const LONG top = client.y - window.top + inside.bottom + bar;
   return {left, top, left + inside.right + side, top + StatusHeight(view.window)};
+}
+
+// The square between the two scroll bars.
+void FillCorner(HDC context, const ImageView& view, const RECT& status) {
+  const LONG style = GetWindowLongA(view.window, GWL_STYLE);
+  if ((style & WS_HSCROLL) == 0 || (style & WS_VSCROLL) == 0) return;
+  const RECT corner = {status.right - GetSystemMetrics(SM_CXVSCROLL),
+                       status.top - GetSystemMetrics(SM_CYHSCROLL), status.right, status.top};
+  FillRect(context, &corner, GetSysColorBrush(COLOR_BTNFACE));
 }
 
 }  // namespace
@@ -134,6 +144,7 @@ void ShowStatus(const ImageView& view) {
   SetTextColor(context, GetSysColor(COLOR_BTNTEXT));
   SetBkColor(context, GetSysColor(COLOR_BTNFACE));
   RECT area = StatusArea(view);
+  FillCorner(context, view, area);
   ExtTextOutA(context, 0, 0, ETO_OPAQUE, &area, "", 0, nullptr);
   area.left += ScaledForDpi(view.window, 4);
   DrawTextA(context, text.c_str(), -1, &area,

@@ -12,6 +12,7 @@
 #include "viewer/win32/view_layout.h"
 #include "viewer/win32/view_mouse.h"
 #include "viewer/win32/view_paint.h"
+#include "viewer/win32/walk.h"
 
 namespace imx {
 namespace {
@@ -53,13 +54,16 @@ std::optional<Arrow> ArrowOf(WPARAM key) {
 void OnEscape(ImageView& view) {
   if (view.beforeFullScreen) {
     SetFullScreen(view, false);
+  } else if (view.playing) {
+    StopPlaying(view);
   } else {
     Select(view, std::nullopt);
   }
 }
 
 bool OnKey(ImageView& view, WPARAM key) {
-  if (const std::optional<Arrow> arrow = ArrowOf(key)) {
+  const std::optional<Arrow> arrow = ArrowOf(key);
+  if (arrow && GetKeyState(VK_CONTROL) >= 0) {
     const bool scrolls = arrow->across != 0 ? ScrollsAcross(view.view) : ScrollsDown(view.view);
     if (scrolls) {
       ScrollView(view, arrow->across * kKeyStep, arrow->down * kKeyStep);
@@ -80,6 +84,9 @@ bool OnKey(ImageView& view, WPARAM key) {
       return true;
     case VK_END:
       Command(ID_LAST_PICTURE);
+      return true;
+    case VK_SPACE:
+      view.spaceDragged = false;
       return true;
     case VK_ESCAPE:
       OnEscape(view);
@@ -139,6 +146,13 @@ std::optional<LRESULT> OnInput(ImageView& view, UINT message, WPARAM wParam, LPA
     case WM_KEYDOWN:
       if (OnKey(view, wParam)) return 0;
       return std::nullopt;
+    case WM_KEYUP:
+      // The space bar also holds the picture for dragging.
+      if (wParam == VK_SPACE && !view.spaceDragged) Command(ID_PLAY);
+      return std::nullopt;
+    case WM_TIMER:
+      PlayOn(view);
+      return 0;
     case WM_DROPFILES:
       if (!DeferWhileBusy(view.window, message, wParam, lParam)) OpenDroppedFiles(wParam);
       return 0;

@@ -8,4 +8,7 @@ namespace imx {
 /// Runs the command; false when it is not the viewer's.
 bool RunViewerCommand(HWND mainWindow, int command);
 
+/// Enables those of a menu's items that can be chosen, as it opens.
+void UpdateMenu(HMENU menu);
+
 }  // namespace imx
