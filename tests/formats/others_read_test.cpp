@@ -11,6 +11,7 @@
 #include "formats/softimage.h"
 #include "formats/targa.h"
 #include "formats/wavefront.h"
+#include "imagelib/quirks.h"
 #include "tests/formats/reference_decoders.h"
 
 namespace imx::test {
@@ -44,6 +45,7 @@ struct Form {
   void (*save)(const ImageRecord& image, const char* path);
   std::vector<Reader> readers;
   Channels channels = Channels::rgb;
+  bool asOthers = false;
 };
 
 /// The picture as it should come out: itself, or the renderer's palette and indices.
@@ -60,6 +62,15 @@ std::string Wanted(const ImageRecord& picture, const Form& form) {
       rgb += static_cast<char>((*channel)[i]);
   }
   return rgb;
+}
+
+/// Each pixel's alpha three times.
+std::string AlphasOf(const ImageRecord& picture) {
+  std::string alphas;
+  for (std::size_t i = 0; i < picture.pixelCount; ++i) {
+    alphas.append(3, static_cast<char>(picture.pixels[4 * i + 3]));
+  }
+  return alphas;
 }
 
 TEST_F(OthersReadTest, EveryForm) {
@@ -95,6 +106,10 @@ TEST_F(OthersReadTest, EveryForm) {
       {"a.rla", 24, SaveWith<SaveWavefront>, {OpenImageIoRgb}},
       // Other programs take our red, green, blue for blue, green, red. The order is wanted.
       {"a.pix", 24, SaveWith<SaveAlias>, {FfmpegBgr}},
+      {"b.pix", 24, SaveWith<SaveAlias>, {FfmpegRgb}, Channels::rgb, true},
+      {"e.tga", 32, SaveWith<SaveTarga, 32, 1>, {FfmpegRgba, MagickRgba}, Channels::rgba, true},
+      {"c.iff", 24, SaveWith<SaveIff, 0, 1>, {NetpbmIlbm, MagickRgb}, Channels::rgb, true},
+      {"b.rla", 24, SaveWith<SaveWavefront>, {OpenImageIoRgb}, Channels::rgb, true},
   };
   for (const ImageGuard& picture : {AlphaGradient(45, 23), Drawing(16, 23), PhotoLike(1, 1)}) {
     for (const Form& form : forms) {
@@ -102,7 +117,10 @@ TEST_F(OthersReadTest, EveryForm) {
       const std::string path = temp.file(form.name);
       Rendering().renderBits = std::min(form.bits, 8);
       StartRenderer();
-      form.save(*picture, path.c_str());
+      {
+        const QuirkScope way(form.asOthers ? AllQuirks() : QuirkSet());
+        form.save(*picture, path.c_str());
+      }
       const std::string wanted = Wanted(*picture, form);
       for (const Reader read : form.readers) EXPECT_TRUE(read(path).ends_with(wanted));
     }
@@ -132,12 +150,22 @@ TEST_F(OthersReadTest, Softimage) {
     WriteFile(path, file);
     EXPECT_TRUE(OpenImageIoRgb(path).ends_with(RgbOf(*picture)));
     if (!alpha) continue;
-    std::string alphas;
-    for (std::size_t i = 0; i < picture->pixelCount; ++i) {
-      alphas.append(3, static_cast<char>(picture->pixels[4 * i + 3]));
-    }
-    EXPECT_TRUE(OpenImageIoPixels(path, "A,A,A").ends_with(alphas));
+    EXPECT_TRUE(OpenImageIoPixels(path, "A,A,A").ends_with(AlphasOf(*picture)));
   }
+}
+
+TEST_F(OthersReadTest, MattesAreAlphaAsOthersWriteThem) {
+  const ImageGuard picture = AlphaGradient(37, 29);
+  const std::string rla = temp.file("out.rla"), iff = temp.file("out.iff");
+  const QuirkScope others(AllQuirks());
+  SaveWavefront(rla.c_str(), picture.get());
+  EXPECT_TRUE(OpenImageIoPixels(rla, "A,A,A").ends_with(AlphasOf(*picture)));
+  SaveIff(picture.get(), iff.c_str(), 0, 1);
+  std::string bits;  // of the mask, white where it is clear
+  for (const char alpha : AlphasOf(*picture)) bits += alpha < 0 ? '\0' : '\xFF';
+  OutputOf({"ilbmtoppm", "-maskfile", temp.file("mask.pbm"), iff});
+  const std::string mask = MagickPixels(temp.file("mask.pbm"));
+  EXPECT_TRUE(mask == bits);
 }
 
 }  // namespace
