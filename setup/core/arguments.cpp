@@ -7,6 +7,7 @@
 #include "setup/core/log.h"
 #include "setup/core/paths.h"
 #include "setup/core/replace_file.h"
+#include "setup/core/text_lines.h"
 
 namespace imx {
 namespace {
@@ -47,6 +48,15 @@ constexpr Argument kArguments[] = {
     text("GROUP", "NAME", &Arguments::group, "The program group.", kChoice),
     flag("NODOCS", &Arguments::noDocs, "Leave the documentation on the medium.", kChoice),
     flag("NOTWISTEL", &Arguments::noTwistel, "Do not install Twistel.", kChoice),
+    flag(
+        "VERIFY", &Arguments::verify,
+        "Compare every installed file with what the medium gives, and list those that are missing, "
+        "different or unreadable."),
+    flag("REPAIR", &Arguments::repair, "The same, and copy those."),
+    flag("REMOVE", &Arguments::remove, "Remove what was installed and is unchanged."),
+    flag("VERIFYMEDIUM", &Arguments::verifyMedium, "Compare the medium with its medium.sha256."),
+    flag("NOREGISTER", &Arguments::noRegister,
+         "Write neither the list for /REMOVE nor the entry in the system's list of programs."),
     text("SAVEINF", "FILE", &Arguments::saveInf, "Keep the choices in a file."),
     text("LOADINF", "FILE", &Arguments::loadInf,
          "Take the choices from such a file; other arguments go before."),
@@ -148,15 +158,20 @@ SetupArguments parseArguments(std::span<const std::string> given) {
     takeArgument(arguments, one);
     arguments.asked += (arguments.asked.empty() ? "" : " ") + one;
   }
+  if (arguments.verify + arguments.repair + arguments.remove + arguments.verifyMedium > 1) {
+    note(arguments, "One of /VERIFY, /REPAIR, /REMOVE and /VERIFYMEDIUM only.");
+  }
   return arguments;
 }
 
 bool isUnattended(const SetupArguments& arguments) {
-  return arguments.silent || arguments.verySilent;
+  return arguments.silent || arguments.verySilent || arguments.verify || arguments.repair ||
+         arguments.verifyMedium;
 }
 
 bool isWizard(const SetupArguments& arguments) {
-  return arguments.problem.empty() && !arguments.usage && !isUnattended(arguments);
+  return arguments.problem.empty() && !arguments.usage && !arguments.remove &&
+         !isUnattended(arguments);
 }
 
 std::string argumentTable() {
@@ -188,34 +203,38 @@ bool loadChoices(const Platform& platform, const InstallSettings& settings,
     arguments.problem = "Cannot read " + path + ": " + trouble;
     return false;
   }
+  const std::size_t line = takeChoices(arguments, text);
+  if (line != 0) arguments.problem = path + ", line " + std::to_string(line) + ": no choice.";
+  return line == 0;
+}
+
+std::size_t takeChoices(SetupArguments& arguments, std::string_view text) {
   Arguments loaded;
   std::size_t number = 0;
-  for (std::size_t at = 0; at < text.size(); ++number) {
-    const std::size_t end = std::min(text.find('\n', at), text.size());
-    std::string_view line = std::string_view(text).substr(at, end - at);
-    if (line.ends_with('\r')) line.remove_suffix(1);
-    if (!takeChoice(loaded, line)) {
-      arguments.problem = path + ", line " + std::to_string(number + 1) + ": no choice.";
-      return false;
-    }
-    at = end + 1;
-  }
-  takeOver(arguments, loaded);
-  return true;
+  std::size_t wrong = 0;
+  forEachLine(text, [&](std::string_view line) {
+    number += 1;
+    if (!takeChoice(loaded, line) && wrong == 0) wrong = number;
+  });
+  if (wrong == 0) takeOver(arguments, loaded);
+  return wrong;
+}
+
+std::string choicesText(const InstallSettings& settings) {
+  const auto line = [](const char* name, const std::string& value) {
+    return std::string(name) + "=" + value + "\r\n";
+  };
+  return line("Dir", settings.programDir) + line("Pictures", settings.picturesDir) +
+         (settings.installDocs != 0 ? line("Help", settings.helpDir) : "") +
+         line("Data", settings.dataDir) + line("Group", settings.groupName) +
+         line("NoDocs", settings.installDocs != 0 ? "0" : "1") +
+         line("NoTwistel", settings.installTwistel != 0 ? "0" : "1");
 }
 
 bool keepChoices(const Platform& platform, const InstallSettings& settings,
                  const SetupArguments& arguments) {
   if (!arguments.saveInf) return true;
-  const auto line = [](const char* name, const std::string& value) {
-    return std::string(name) + "=" + value + "\r\n";
-  };
-  const std::string text = "[Setup]\r\n" + line("Dir", settings.programDir) +
-                           line("Pictures", settings.picturesDir) +
-                           (settings.installDocs != 0 ? line("Help", settings.helpDir) : "") +
-                           line("Data", settings.dataDir) + line("Group", settings.groupName) +
-                           line("NoDocs", settings.installDocs != 0 ? "0" : "1") +
-                           line("NoTwistel", settings.installTwistel != 0 ? "0" : "1");
+  const std::string text = "[Setup]\r\n" + choicesText(settings);
   const bool kept = replaceWithText(platform, settings, arguments.saveInf->c_str(), text);
   if (!kept) logFailure(platform, settings, "Cannot keep the choices in", *arguments.saveInf);
   return kept;

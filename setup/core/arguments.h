@@ -21,6 +21,11 @@ struct SetupArguments {
   std::optional<std::string> help;
   std::optional<std::string> data;
   std::optional<std::string> group;
+  bool verify = false;
+  bool repair = false;
+  bool remove = false;
+  bool verifyMedium = false;
+  bool noRegister = false;
   bool noDocs = false;
   bool noTwistel = false;
   std::optional<std::string> saveInf;
@@ -48,6 +53,13 @@ std::string usageText();
 /// one. False, with `arguments.problem`, when it cannot be read or understood.
 bool loadChoices(const Platform& platform, const InstallSettings& settings,
                  SetupArguments& arguments);
+
+/// Takes the choices that are not in `arguments` from the text of such a file. The number of the
+/// first line that is not understood; 0 when all are.
+std::size_t takeChoices(SetupArguments& arguments, std::string_view text);
+
+/// The settings' choices as lines of such a file.
+std::string choicesText(const InstallSettings& settings);
 
 /// Writes the choices of `settings` to the file that /SAVEINF names, for loadChoices to read. False
 /// when that was asked for and failed, which is logged.

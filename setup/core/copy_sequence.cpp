@@ -1,6 +1,7 @@
 #include "setup/core/copy_sequence.h"
 
 #include "setup/core/file_copy.h"
+#include "setup/core/replace_file.h"
 
 namespace imx {
 namespace {
@@ -58,6 +59,7 @@ constexpr CopyStep kCopySequence[] = {
 void runStep(const Platform& platform, InstallSettings& settings, const CopyStep& step) {
   joinPath(settings.sourceBase, {settings.packageDir, step.source});
   joinPath(settings.destBase, {settings.*step.destination, "\\", step.below});
+  if (settings.mode == kRepairMode) sweepUnfinished(platform, settings.destBase);
   switch (step.operation) {
     case plain:
       copyPlain(platform, settings, step.name, step.category);

@@ -16,8 +16,7 @@ static_assert(std::size(kDataSubdirectories) == kDataSubdirectoryCount);
 constexpr const char* kHelpPics = "\\pics";
 constexpr const char* kHelpAnims = "\\anims";
 
-DirState ensureDirectory(const Platform& platform, const InstallSettings& settings,
-                         const char* path) {
+DirState ensureDirectory(const Platform& platform, InstallSettings& settings, const char* path) {
   if (platform.isDirectory(platform.context, path)) {
     logLine(platform, settings, {"The directory is there: ", path});
     return DirState::existed;
@@ -27,6 +26,7 @@ DirState ensureDirectory(const Platform& platform, const InstallSettings& settin
     return DirState::unknown;
   }
   logLine(platform, settings, {"Made the directory ", path});
+  settings.madeDirectories.emplace_back(path);
   return DirState::created;
 }
 

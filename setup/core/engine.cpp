@@ -10,6 +10,7 @@
 #include "setup/core/directories.h"
 #include "setup/core/halt.h"
 #include "setup/core/log.h"
+#include "setup/core/registration.h"
 #include "setup/core/shortcuts.h"
 
 namespace imx {
@@ -23,28 +24,39 @@ constexpr HaltText kNoDirectories = {
 
 bool prepareDirectories(const Platform& platform, InstallSettings& settings) {
   settings.copyEnabled = 1;
-  if (createDirectories(platform, settings)) return true;
+  if (createDirectories(platform, settings)) {
+    if (settings.registers) registerDirectories(platform, settings);
+    return true;
+  }
   removeCreatedDirectories(platform, settings);
   showHalt(platform, settings, kNoDirectories);
   platform.sendExit(platform.context);
   return false;
 }
 
-void copyAndLink(const Platform& platform, InstallSettings& settings) {
-  walkCopySequence(platform, settings);
-  if (settings.copyEnabled != 1) return;
-  if (settings.runningFiles < settings.expectedFiles) {
-    settings.failedItems += settings.expectedFiles - settings.runningFiles;
-    announce(platform, settings,
-             {std::to_string(settings.expectedFiles - settings.runningFiles),
-              " files are gone from the medium since they were counted"});
-  }
+// A medium that is taken out gives fewer files than it had.
+void noteLostSources(const Platform& platform, InstallSettings& settings) {
+  if (settings.runningFiles >= settings.expectedFiles) return;
+  const std::uint32_t lost = settings.expectedFiles - settings.runningFiles;
+  settings.failedItems += lost;
+  announce(platform, settings,
+           {std::to_string(lost), " files are gone from the medium since they were counted"});
+}
+
+void link(const Platform& platform, InstallSettings& settings) {
   if (platform.initializeCom(platform.context) == kResultOk) {
     makeShortcuts(platform, settings);
   } else {
     settings.failedItems += 1;
     announce(platform, settings, {"No shortcuts: the shell's libraries cannot be used"});
   }
+}
+
+void copyAndLink(const Platform& platform, InstallSettings& settings) {
+  walkCopySequence(platform, settings);
+  if (settings.userAborted != 0 || settings.mode == kCountMode) return;
+  noteLostSources(platform, settings);
+  link(platform, settings);
 }
 
 }  // namespace
@@ -59,6 +71,15 @@ std::int32_t runInstall(const Platform& platform, InstallSettings& settings, std
   }
   if (!prepareDirectories(platform, settings)) return kInstallNoDirectories;
   const ProgressScope progress("Copying Files", static_cast<std::int32_t>(settings.expectedFiles),
+                               1);
+  copyAndLink(platform, settings);
+  return kInstallDone;
+}
+
+std::int32_t runCheck(const Platform& platform, InstallSettings& settings, std::int32_t mode) {
+  settings.mode = mode;
+  if (mode == kRepairMode && !prepareDirectories(platform, settings)) return kInstallNoDirectories;
+  const ProgressScope progress("Checking Files", static_cast<std::int32_t>(settings.expectedFiles),
                                1);
   copyAndLink(platform, settings);
   return kInstallDone;

@@ -17,6 +17,11 @@ inline constexpr std::int32_t kInstallNoDirectories = 2;
 /// could not be made, which has been told to the user and has sent the Exit command.
 std::int32_t runInstall(const Platform& platform, InstallSettings& settings, std::int32_t mode);
 
+/// Compares everything that is to be installed with what stands at its place; what is missing,
+/// different or unreadable is logged. kVerifyMode counts it as settings.failedItems, kRepairMode
+/// installs it. Returns as runInstall does.
+std::int32_t runCheck(const Platform& platform, InstallSettings& settings, std::int32_t mode);
+
 /// runInstall in kCountMode; what it counted becomes expectedFiles and expectedBytes.
 void countFiles(const Platform& platform, InstallSettings& settings);
 

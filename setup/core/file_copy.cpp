@@ -1,9 +1,11 @@
 #include "setup/core/file_copy.h"
 
+#include <string>
 #include <string_view>
 
 #include "imagelib/host.h"
 #include "imagelib/text.h"
+#include "setup/core/file_compare.h"
 #include "setup/core/file_stream.h"
 #include "setup/core/log.h"
 #include "setup/core/replace_file.h"
@@ -95,6 +97,7 @@ void noteResult(const Platform& platform, InstallSettings& settings, Copied resu
   }
   settings.copiedFiles += 1;
   settings.copiedBytes += size;
+  if (result == Copied::done) settings.installedFiles.emplace_back(destination);
 }
 
 void install(const Platform& platform, InstallSettings& settings, const char* source,
@@ -107,6 +110,24 @@ void install(const Platform& platform, InstallSettings& settings, const char* so
   }
   noteResult(platform, settings, copyFile(platform, settings, source, destination, expands),
              destination, size);
+}
+
+// Compares what stands at the destination with what the medium gives, and in a repair copies that.
+void check(const Platform& platform, InstallSettings& settings, const char* source,
+           const char* name, bool expands, std::uint32_t size) {
+  PathText destination;
+  if (!joinName(destination, settings.destBase, name)) return;  // is not installed either
+  const std::string fault = compareInstalled(platform, settings, source, destination, expands);
+  if (fault.empty()) {
+    settings.installedFiles.emplace_back(destination);
+    return;
+  }
+  announce(platform, settings, {fault, destination});
+  if (settings.mode == kRepairMode) {
+    install(platform, settings, source, name, expands, size);
+  } else {
+    settings.failedItems += 1;
+  }
 }
 
 std::int32_t handleFile(const Platform& platform, InstallSettings& settings, const char* name,
@@ -124,9 +145,13 @@ std::int32_t handleFile(const Platform& platform, InstallSettings& settings, con
   const std::uint32_t size = entry.sizeLow - entry.sizeHigh;
   settings.runningBytes += size;
   settings.categoryBytes[category] += size;
-  if (settings.copyEnabled == 1) install(platform, settings, source, name, expands, size);
+  if (isCheck(settings.mode)) {
+    check(platform, settings, source, name, expands, size);
+  } else if (settings.copyEnabled == 1) {
+    install(platform, settings, source, name, expands, size);
+  }
   settings.runningFiles += 1;
-  if (settings.mode == kInstallMode) reportFile(platform, settings);
+  if (settings.mode != kCountMode) reportFile(platform, settings);
   return 0;
 }
 

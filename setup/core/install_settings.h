@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
+#include <vector>
 
 #include "setup/core/path_text.h"
 
@@ -21,6 +23,9 @@ inline constexpr std::int32_t kCategoryCount = 6;
 /// Modes of runInstall.
 inline constexpr std::int32_t kCountMode = 0;
 inline constexpr std::int32_t kInstallMode = 2;
+/// Modes of runCheck.
+inline constexpr std::int32_t kVerifyMode = 3;
+inline constexpr std::int32_t kRepairMode = 4;
 
 /// How a directory of the installation came to be.
 enum class DirState : std::int32_t {
@@ -63,16 +68,18 @@ struct InstallSettings {
   PathText defaultPicturesDir = {};
   PathText defaultHelpDir = {};
   PathText defaultDataDir = {};
-  PathText groupName = {};        ///< folder under programsFolder that receives the shortcuts
-  std::uint32_t spaceOk = 0;      ///< verdict of the free-space test
-  std::uint32_t userAborted = 0;  ///< the user broke off the copying
-  PathText haltMessage = {};      ///< main text of the next halt, finish or storage page
-  PathText haltSuggestion = {};   ///< what the halt page advises
-  const char* problemLabel = "";  ///< name of the rejected field; static text
-  std::int32_t problemCode = 0;   ///< validation code minus 1
-  char badChar = 0;               ///< the illegal character of the last code 4
-  bool unattended = false;        ///< nobody answers: no dialog is shown, and Stop is Abort
-  void* log = nullptr;            ///< file of the log; null: none is kept
+  PathText groupName = {};         ///< folder under programsFolder that receives the shortcuts
+  std::uint32_t spaceOk = 0;       ///< verdict of the free-space test
+  std::uint32_t userAborted = 0;   ///< the user broke off the copying
+  std::uint32_t removeAgreed = 0;  ///< the user wants everything removed
+  PathText haltMessage = {};       ///< main text of the next halt, finish or storage page
+  PathText haltSuggestion = {};    ///< what the halt page advises
+  const char* problemLabel = "";   ///< name of the rejected field; static text
+  std::int32_t problemCode = 0;    ///< validation code minus 1
+  char badChar = 0;                ///< the illegal character of the last code 4
+  bool unattended = false;         ///< nobody answers: no dialog is shown, and Stop is Abort
+  bool registers = false;          ///< enter the installation into the system's list of programs
+  void* log = nullptr;             ///< file of the log; null: none is kept
 
   // The engine's part.
   std::int32_t mode = kCountMode;   ///< of the current pass; kCountMode after an abort
@@ -83,7 +90,7 @@ struct InstallSettings {
   std::uint32_t expectedBytes = 0;  ///< result of the last counting pass
   std::uint32_t copiedFiles = 0;    ///< that now stand whole at their destination
   std::uint64_t copiedBytes = 0;    ///< their size on the medium
-  std::uint32_t failedItems = 0;    ///< files and shortcuts that could not be made
+  std::uint32_t failedItems = 0;    ///< files and shortcuts with which something went wrong
   std::uint32_t categoryBytes[kCategoryCount] = {};
   PathText rootTexts[kCategoryCount] = {};        ///< root of each category's destination
   const char* driveRoot[kCategoryCount] = {};     ///< distinct ones of rootTexts
@@ -91,9 +98,16 @@ struct InstallSettings {
   std::uint32_t driveBytes[kCategoryCount] = {};  ///< bytes needed per distinct drive
   DirState dirState[kTrackedDirectoryCount] = {};
   PathText dataSubdirectories[kDataSubdirectoryCount] = {};  ///< those reached, for removal
+  std::vector<std::string> madeDirectories;                  ///< by this run, in that order
+  std::vector<std::string> installedFiles;  ///< that this run copied, links included
   PathText sourceBase = {};  ///< prefix of the files being copied; empty: nothing can be found
   PathText destBase = {};    ///< prefix of their copies; empty: nothing can be written
 };
+
+/// Whether the mode is one of runCheck.
+inline bool isCheck(std::int32_t mode) {
+  return mode == kVerifyMode || mode == kRepairMode;
+}
 
 /// What a step of the installation depends on.
 enum class InstallCondition { always, glint, twistel, help };

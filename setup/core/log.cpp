@@ -98,6 +98,13 @@ void logCounts(const Platform& platform, const InstallSettings& settings) {
            " failed"});
 }
 
+void logCheck(const Platform& platform, const InstallSettings& settings) {
+  logLine(platform, settings,
+          {std::to_string(settings.runningFiles), " of ", std::to_string(settings.expectedFiles),
+           " files checked, ", std::to_string(settings.copiedFiles), " copied; ",
+           std::to_string(settings.failedItems), " wrong"});
+}
+
 void closeLog(const Platform& platform, InstallSettings& settings) {
   if (settings.log) platform.closeFile(platform.context, settings.log);
   settings.log = nullptr;

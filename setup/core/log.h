@@ -32,6 +32,9 @@ void logChoices(const Platform& platform, const InstallSettings& settings);
 /// Logs how many files were copied and how many of them failed.
 void logCounts(const Platform& platform, const InstallSettings& settings);
 
+/// Logs how many files a check found in order.
+void logCheck(const Platform& platform, const InstallSettings& settings);
+
 void closeLog(const Platform& platform, InstallSettings& settings);
 
 }  // namespace imx

@@ -21,8 +21,9 @@ enum class Page {
   abortQuery,
   changeRequired,
   finished,
+  removeQuery,
 };
-inline constexpr int kPageCount = 11;
+inline constexpr int kPageCount = 12;
 
 /// The pages that an installation goes through.
 inline constexpr Page kCourse[] = {Page::welcome,   Page::components,   Page::documentation,

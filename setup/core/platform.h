@@ -39,6 +39,10 @@ struct DiskSpace {
 /// A moment of the local time, "2001-02-03 04:05:06".
 using TimeText = char[20];
 
+/// A SHA-256 digest in lower-case hexadecimal.
+inline constexpr std::size_t kSha256Digits = 64;
+using Sha256Text = char[kSha256Digits + 1];
+
 /// Results of the calls that answer with a code: 0 is success, negative a failure.
 using ResultCode = std::int32_t;
 inline constexpr ResultCode kResultOk = 0;
@@ -69,6 +73,11 @@ struct Platform {
   bool (*readBytes)(void* context, void* file, char* to, std::size_t size, std::size_t* count);
   bool (*writeBytes)(void* context, void* file, const char* data, std::size_t count);  ///< all
   bool (*closeFile)(void* context, void* file);
+  bool (*hashFile)(void* context, const char* path, Sha256Text& digest, std::uint64_t* size);
+  /// Makes a directory that only administrators can write to, or makes one that is there such.
+  bool (*makeGuardedDirectory)(void* context, const char* path);
+  /// Removes a program's file; that of this one as soon as it has ended.
+  void (*removeProgram)(void* context, const char* path);
   bool (*fullPath)(void* context, const char* path, PathText& absolute);
   bool (*diskSpace)(void* context, const char* root, DiskSpace* space);
   /// Why the last of these calls that failed did so, in the system's words.
@@ -80,11 +89,17 @@ struct Platform {
   void (*windowsDirectory)(void* context, PathText& path);
   void (*systemDirectory)(void* context, PathText& path);
   void (*currentDirectory)(void* context, PathText& path);
-  void (*temporaryFolder)(void* context, PathText& path);  ///< ends in a backslash
+  void (*commonDataFolder)(void* context, PathText& path);  ///< application data of all users
+  void (*ownPath)(void* context, PathText& path);           ///< of this program's file
+  void (*temporaryFolder)(void* context, PathText& path);   ///< ends in a backslash
   void (*localTime)(void* context, TimeText& text);
   void (*pause)(void* context, std::uint32_t milliseconds);
   /// A text value under the local machine's key.
   bool (*machineValue)(void* context, const char* key, const char* name, PathText& value);
+  // Changes below that key; a key that is not there is made, or counts as removed.
+  bool (*setMachineText)(void* context, const char* key, const char* name, const char* value);
+  bool (*setMachineNumber)(void* context, const char* key, const char* name, std::uint32_t value);
+  bool (*removeMachineKey)(void* context, const char* key);
   /// Converts a path to the code page that the system gives programs which ask for none. False when
   /// that lacks a character, or the result does not fit.
   bool (*toSystemCodePage)(void* context, const char* path, PathText& converted);

@@ -52,6 +52,14 @@ bool insist(const Platform& platform, const InstallSettings& settings, const cha
 
 }  // namespace
 
+void sweepUnfinished(const Platform& platform, std::string_view directory) {
+  PathText path;
+  const std::string_view separator = directory.ends_with('\\') ? "" : "\\";
+  if (joinPath(path, {directory, separator, kUnfinishedName}) && isThere(platform, path)) {
+    platform.removeFile(platform.context, path);
+  }
+}
+
 bool replaceFile(const Platform& platform, const InstallSettings& settings, const char* destination,
                  const MakeFile& make) {
   PathText beside;

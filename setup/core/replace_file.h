@@ -5,6 +5,7 @@
 #pragma once
 
 #include <functional>
+#include <string_view>
 
 #include "setup/core/install_settings.h"
 #include "setup/core/platform.h"
@@ -18,6 +19,9 @@ using MakeFile = std::function<bool(const char* beside)>;
 /// is in use is waited for, for a short while. False, with platform.failureReason, when it failed.
 bool replaceFile(const Platform& platform, const InstallSettings& settings, const char* destination,
                  const MakeFile& make);
+
+/// Removes what a killed run left unfinished in a directory.
+void sweepUnfinished(const Platform& platform, std::string_view directory);
 
 /// replaceFile with a file of these bytes.
 bool replaceWithText(const Platform& platform, const InstallSettings& settings,

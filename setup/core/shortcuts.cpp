@@ -36,10 +36,27 @@ void makeOne(const Platform& platform, InstallSettings& settings, const char* ta
   const ResultCode result = platform.makeShortcut(platform.context, target, link, description);
   if (result >= 0) {
     logLine(platform, settings, {"Made the shortcut ", link});
+    settings.installedFiles.emplace_back(link);
     return;
   }
   settings.failedItems += 1;
   announce(platform, settings, {"No shortcut ", link, ": error ", inHex(result)});
+}
+
+// In a check, one that is there is left alone.
+void treatOne(const Platform& platform, InstallSettings& settings, const char* target,
+              const char* link, const char* description) {
+  FileEntry entry;
+  if (!isCheck(settings.mode)) {
+    makeOne(platform, settings, target, link, description);
+  } else if (lookUp(platform, link, &entry)) {
+    settings.installedFiles.emplace_back(link);
+  } else if (settings.mode == kRepairMode) {
+    makeOne(platform, settings, target, link, description);
+  } else {
+    settings.failedItems += 1;
+    announce(platform, settings, {"Missing: ", link});
+  }
 }
 
 }  // namespace
@@ -51,7 +68,7 @@ void makeShortcuts(const Platform& platform, InstallSettings& settings) {
     if (isWanted(settings, shortcut.condition) &&
         joinPath(target, {settings.*shortcut.targetDir, shortcut.targetName}) &&
         joinPath(link, {settings.programsFolder, "\\", settings.groupName, shortcut.linkName})) {
-      makeOne(platform, settings, target, link, shortcut.description);
+      treatOne(platform, settings, target, link, shortcut.description);
     }
   }
 }

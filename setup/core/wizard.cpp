@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "setup/core/engine.h"
+#include "setup/core/installation.h"
 #include "setup/core/log.h"
 #include "setup/core/page_machine.h"
 #include "setup/core/space_check.h"
@@ -46,14 +47,6 @@ bool runPages(const Platform& platform, InstallSettings& settings) {
   return true;
 }
 
-bool install(const Platform& platform, InstallSettings& settings, const SetupArguments& arguments) {
-  logChoices(platform, settings);
-  keepChoices(platform, settings, arguments);
-  const bool done = runInstall(platform, settings, kInstallMode) == kInstallDone;
-  logCounts(platform, settings);
-  return done;
-}
-
 void tellOutcome(const Platform& platform, InstallSettings& settings) {
   PathText group;
   if (joinPath(group, {settings.programsFolder, "\\", settings.groupName})) {
@@ -89,7 +82,7 @@ ResultCode runWizard(const Platform& platform, InstallSettings& settings,
   applyChoices(platform, settings, arguments);
   if (!runPages(platform, settings)) {
     logLine(platform, settings, {"Left without installing"});
-  } else if (install(platform, settings, arguments)) {
+  } else if (installChoices(platform, settings, arguments) == kInstallDone) {
     tellOutcome(platform, settings);
   }
   platform.sendExit(platform.context);

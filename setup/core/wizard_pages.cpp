@@ -411,6 +411,18 @@ void commandAbortQuery(const PageView& view, int id, ControlEvent) {
   close(view);
 }
 
+// Remove Glimmerix?
+
+void openRemoveQuery(const PageView& view) {
+  view.settings.removeAgreed = 0;
+}
+
+void commandRemoveQuery(const PageView& view, int id, ControlEvent) {
+  if (id != IDC_OK && id != IDC_EXIT) return;
+  view.settings.removeAgreed = id == IDC_OK ? 1 : 0;
+  close(view);
+}
+
 struct PageDefinition {
   const char* resource;
   const char* title;
@@ -431,6 +443,7 @@ constexpr PageDefinition kPages[] = {
     {"USERHALT", "Abort Installation?", openAbortQuery, commandAbortQuery},
     {"REQCHANGE", "Information Requires Change", openChangeRequired, commandMessage},
     {"ALLDONE", "Wizard Finished", openFinished, commandMessage},
+    {"REMOVEDLG", "Remove Glimmerix?", openRemoveQuery, commandRemoveQuery},
 };
 static_assert(std::size(kPages) == kPageCount);
 

@@ -50,6 +50,7 @@ void fillPlatform(SetupHost& host) {
   platform.context = &host;
   fillFileFunctions(platform);
   fillSystemFunctions(platform);
+  fillRegistrationFunctions(platform);
   platform.showPage = showPage;
   platform.tell = tell;
   platform.showText = showText;

@@ -36,6 +36,7 @@ void fillPlatform(SetupHost& host);
 // The table's parts.
 void fillFileFunctions(Platform& platform);
 void fillSystemFunctions(Platform& platform);
+void fillRegistrationFunctions(Platform& platform);
 ResultCode makeShellLink(const char* target, const char* linkFile, const char* description);
 
 /// Shows one of the wizard's dialogs over `owner` to its end. False when it could not be shown or

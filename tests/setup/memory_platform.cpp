@@ -39,6 +39,12 @@ FileEntry entryOf(const std::string& path, const Node& node) {
 
 }  // namespace
 
+std::string digestOf(const std::string& content) {
+  std::string digest = std::to_string(std::hash<std::string>()(content));
+  digest.resize(kSha256Digits, '0');
+  return digest;
+}
+
 bool NoCaseLess::operator()(const std::string& a, const std::string& b) const {
   return std::lexicographical_compare(
       a.begin(), a.end(), b.begin(), b.end(),
@@ -172,6 +178,25 @@ void MemoryPlatform::setFileFunctions() {
     self(context).openFiles -= 1;
     return !self(context).diskFails();
   };
+  // Not SHA-256, but of its form and of the content.
+  platform_.hashFile = [](void* context, const char* path, Sha256Text& digest,
+                          std::uint64_t* size) {
+    MemoryPlatform& me = self(context);
+    if (me.diskFails() || !me.find(path)) return false;
+    const std::string& content = me.find(path)->content;
+    *size = content.size();
+    std::memcpy(digest, digestOf(content).c_str(), sizeof digest);
+    return true;
+  };
+  platform_.makeGuardedDirectory = [](void* context, const char* path) {
+    MemoryPlatform& me = self(context);
+    if (me.diskFails()) return false;
+    me.addDirectory(path);
+    return true;
+  };
+  platform_.removeProgram = [](void* context, const char* path) {
+    self(context).platform_.removeFile(context, path);
+  };
   platform_.failureReason = [](void*) { return std::string("the disk is broken"); };
 }
 
@@ -199,6 +224,22 @@ void MemoryPlatform::setSystemFunctions() {
   };
   platform_.currentDirectory = [](void* context, PathText& path) {
     copyPath(path, self(context).currentDirectory);
+  };
+  platform_.commonDataFolder = [](void*, PathText& path) { copyPath(path, "C:\\Common"); };
+  platform_.ownPath = [](void*, PathText& path) { copyPath(path, "E:\\setup.exe"); };
+  platform_.setMachineText = [](void* context, const char* key, const char* name,
+                                const char* value) {
+    self(context).machine[key][name] = value;
+    return true;
+  };
+  platform_.setMachineNumber = [](void* context, const char* key, const char* name,
+                                  std::uint32_t value) {
+    self(context).machine[key][name] = std::to_string(value);
+    return true;
+  };
+  platform_.removeMachineKey = [](void* context, const char* key) {
+    self(context).machine.erase(key);
+    return true;
   };
   platform_.temporaryFolder = [](void*, PathText& path) { copyPath(path, "C:\\Temp\\"); };
   platform_.localTime = [](void*, TimeText& text) {
@@ -233,6 +274,7 @@ void MemoryPlatform::setSystemFunctions() {
                               const char* description) {
     if (self(context).diskFails()) return -1;
     self(context).links.push_back({target, linkFile, description});
+    self(context).addFile(linkFile, target);
     return kResultOk;
   };
 }

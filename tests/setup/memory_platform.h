@@ -12,6 +12,9 @@
 
 namespace imx::test {
 
+/// What the computer takes for the SHA-256 digest.
+std::string digestOf(const std::string& content);
+
 /// A file or directory.
 struct Node {
   bool isDirectory = false;
@@ -82,8 +85,9 @@ class MemoryPlatform {
   std::vector<Link> links;
   std::vector<std::string> explored;
   int exits = 0;
-  std::vector<std::string> told;  ///< on standard error
-  int openFiles = 0;              ///< files and searches not closed yet
+  std::map<std::string, std::map<std::string, std::string>> machine;  ///< values set, by key
+  std::vector<std::string> told;                                      ///< on standard error
+  int openFiles = 0;  ///< files and searches not closed yet
   bool mainShown = false;
 
  private:

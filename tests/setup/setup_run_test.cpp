@@ -32,6 +32,7 @@ class SetupRunTest : public testing::Test {
  protected:
   SetupRunTest() {
     addSampleMedium(computer);
+    computer.addFile("E:\\setup.exe", "setup");
     computer.addDirectory("C:\\Temp");
   }
 
@@ -121,11 +122,11 @@ TEST_F(SetupRunTest, StatusesTellWhatHinderedIt) {
 TEST_F(SetupRunTest, KeepsAndLoadsChoices) {
   install({"/SAVEINF=C:\\s.inf", "/NOTWISTEL"});
   const InstallSettings kept = settings;
-  EXPECT_EQ(run({"/SILENT", "/LOADINF=C:\\s.inf", "/GROUP=", "/NODOCS"}), kAllDone);
+  EXPECT_EQ(run({"/SILENT", "/LOADINF=C:\\s.inf", "/GROUP=Other", "/NODOCS"}), kAllDone);
   EXPECT_STREQ(settings.programDir, kept.programDir);
   EXPECT_STREQ(settings.picturesDir, kept.picturesDir);
   EXPECT_STREQ(settings.dataDir, kept.dataDir);
-  EXPECT_STREQ(settings.groupName, "");
+  EXPECT_STREQ(settings.groupName, "Other");
   EXPECT_EQ(settings.installTwistel, 0U);
   EXPECT_EQ(settings.installDocs, 0U);
   const std::string text = computer.contentOf("C:\\s.inf");
@@ -165,6 +166,7 @@ TEST_F(SetupRunTest, NoFailurePassesForSuccess) {
   for (int failing = 0; failing < calls; ++failing) {
     MemoryPlatform fresh;
     addSampleMedium(fresh);
+    fresh.addFile("E:\\setup.exe", "setup");
     fresh.failAt = failing;
     InstallSettings chosen;
     const SetupStatus status =
@@ -177,6 +179,96 @@ TEST_F(SetupRunTest, NoFailurePassesForSuccess) {
     EXPECT_EQ(fresh.links.size(), 3U) << failing;
   }
   EXPECT_GT(calls, 200);
+}
+
+TEST_F(SetupRunTest, VerifyListsWhatRepairMends) {
+  ASSERT_EQ(install({"/NOTWISTEL"}), kAllDone);
+  EXPECT_EQ(run({"/VERIFY"}), kAllDone);  // by the choices of the installation
+  const std::string psy = "C:\\Apps\\D x\\psys\\s.psy";
+  const std::string picture = "C:\\Apps\\P\\1.trm";
+  const std::string link = "C:\\Menu\\Programs\\Glim\\Glint_7.lnk";
+  for (const std::string longer : {"C:\\Apps\\D x and more", "%d.."}) {
+    computer.addFile(psy, longer);
+    for (const std::string& gone : {picture, link}) {
+      computer.platform().removeFile(&computer, gone.c_str());
+    }
+    computer.addFile("C:\\Apps\\H\\~qmsetup.tmp", "cut");
+    EXPECT_EQ(run({"/VERIFY"}), kSomeFailed);
+    EXPECT_THAT(log(), HasSubstr("Different: " + psy));
+    EXPECT_THAT(log(), HasSubstr("Missing: " + picture));
+    EXPECT_THAT(log(), HasSubstr("Missing: " + link));
+    EXPECT_THAT(log(), HasSubstr("; 3 wrong"));
+    EXPECT_EQ(computer.contentOf(psy), longer);
+    EXPECT_EQ(run({"/REPAIR"}), kAllDone);
+    EXPECT_EQ(computer.contentOf(psy), "C:\\Apps\\D x");
+    EXPECT_EQ(run({"/VERIFY"}), kAllDone);
+    EXPECT_THAT(computer.filesBelow("C:\\Apps"), Not(Contains(EndsWith(".tmp"))));
+  }
+  computer.failAt = computer.diskCalls + 400;
+  EXPECT_EQ(run({"/VERIFY"}), kSomeFailed);
+}
+
+TEST_F(SetupRunTest, RemovalLeavesWhatIsTheUsers) {
+  const std::string changed = "C:\\Apps\\P\\2.trm";
+  const std::string added = "C:\\Apps\\D x\\psys\\mine.psy";
+  ASSERT_EQ(install(), kAllDone);
+  ASSERT_EQ(install(), kAllDone);  // over itself: the runtime is no less installed
+  EXPECT_EQ(computer.machine.size(), 1U);
+  EXPECT_EQ(computer.machine.begin()->second["QuietUninstallString"],
+            "\"C:\\Common\\Quillmark\\Glimmerix7\\setup.exe\" /REMOVE /VERYSILENT");
+  computer.addFile(changed, "2!!");
+  computer.addFile(added, "");
+  computer.busy = "C:\\Apps\\G\\glint.exe";
+  EXPECT_EQ(run({"/REMOVE", "/VERYSILENT"}), kSomeFailed);
+  EXPECT_EQ(computer.filesBelow("C:\\Apps").size(), 3U);
+  EXPECT_EQ(computer.machine.size(), 1U);
+  computer.busy.clear();
+  EXPECT_EQ(run({"/REMOVE", "/VERYSILENT"}), kAllDone);
+  computer.platform().removeFile(&computer, kLog);
+  EXPECT_THAT(computer.filesBelow("C:\\"), testing::UnorderedElementsAre(changed, added));
+  EXPECT_THAT(computer.told, Contains(HasSubstr("added: " + added)));
+  EXPECT_THAT(computer.machine, IsEmpty());
+  for (const char* const gone : {"C:\\Apps\\G", "C:\\Apps\\H", "C:\\Apps\\D x\\psys\\pals",
+                                 "C:\\Menu\\Programs\\Glim", "C:\\Common\\Quillmark"}) {
+    EXPECT_FALSE(computer.hasDirectory(gone)) << gone;
+  }
+  EXPECT_EQ(run({"/REMOVE", "/VERYSILENT"}), kWrongChoices);
+}
+
+TEST_F(SetupRunTest, ADamagedListRemovesNothing) {
+  ASSERT_EQ(install(), kAllDone);
+  const std::string place = "C:\\Common\\Quillmark\\Glimmerix7\\installed.txt";
+  const std::string list = computer.contentOf(place);
+  for (const std::string damage : {"x", "0 1 C:\\x", "z"}) {
+    computer.addFile(place, list + damage);
+    EXPECT_EQ(run({"/REMOVE", "/VERYSILENT"}), kWrongChoices) << damage;
+    EXPECT_EQ(computer.contentOf("C:\\Apps\\G\\glint.exe"), "glint");
+  }
+}
+
+TEST_F(SetupRunTest, WithoutRegistrationNothingElseIsWritten) {
+  ASSERT_EQ(install({"/NOREGISTER"}), kAllDone);
+  EXPECT_THAT(computer.machine, IsEmpty());
+  EXPECT_FALSE(computer.hasDirectory("C:\\Common"));
+}
+
+TEST_F(SetupRunTest, TheMediumIsComparedWithItsList) {
+  EXPECT_EQ(run({"/VERIFYMEDIUM"}), kNoMedium);
+  std::string list;
+  for (const SampleFile& file : sampleFiles()) {
+    std::string path = "nt9895\\" + file.source;
+    std::replace(path.begin(), path.end(), '\\', '/');
+    list += digestOf(file.content) + "  " + path + "\n";
+  }
+  computer.addFile("E:\\medium.sha256", list);
+  EXPECT_EQ(run({"/VERIFYMEDIUM"}), kAllDone);
+  computer.addFile("E:\\nt9895\\images\\2.trm", "tow");
+  EXPECT_EQ(run({"/VERIFYMEDIUM"}), kSomeFailed);
+  EXPECT_THAT(log(), HasSubstr("Damaged on the medium: E:\\nt9895\\images\\2.trm"));
+  EXPECT_EQ(install(), kNoMedium);
+  EXPECT_FALSE(computer.hasDirectory("C:\\Apps\\G"));
+  computer.addFile("E:\\medium.sha256", "nonsense\n");
+  EXPECT_EQ(run({"/VERIFYMEDIUM"}), kSomeFailed);
 }
 
 TEST_F(SetupRunTest, TheManualHasTheTables) {
