@@ -9,7 +9,8 @@ namespace {
 
 constexpr Command kCommands[] = {
     {kFormats, "formats", "", "list the file types", 0, 0, RunFormats},
-    {kInfo, "info", "FILE...", "tell what files hold", 1, SIZE_MAX, RunInfo},
+    {kInfo, "info", "FILE...", "tell what files hold, from their headers where these tell it", 1,
+     SIZE_MAX, RunInfo},
     {kPixels, "pixels", "FILE", "write a file's pixels to standard output as R, G, B, A bytes", 1,
      1, RunPixels},
     {kCount, "count", "FILE", "count an image's colours", 1, 1, RunCount},

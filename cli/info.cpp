@@ -16,7 +16,8 @@ bool IsSequenceFrame(const ImageRecord& image) {
   return image.frame != 0;
 }
 
-void PrintJson(const std::string& file, const ImageRecord& image) {
+void PrintJson(const std::string& file, const Input& input, bool checked) {
+  const ImageRecord& image = *input.image;
   nlohmann::ordered_json object;
   object["file"] = file;
   object["formatLabel"] = image.formatLabel;
@@ -29,13 +30,18 @@ void PrintJson(const std::string& file, const ImageRecord& image) {
     object["frame"] = image.frame - 1;
     object["frames"] = Sequence().frameCount;
   }
-  object["flags"] = image.flags;
-  object["alpha"] = (image.flags & kFlagAlpha) != 0;
+  object["flags"] = nullptr;
+  object["alpha"] = nullptr;
+  if (input.alphaTold) {
+    object["flags"] = image.flags;
+    object["alpha"] = (image.flags & kFlagAlpha) != 0;
+  }
   object["paletteCount"] = image.paletteCount;
   object["extension"] = image.extension;
   object["author"] = image.author;
   object["comment"] = image.comment;
   object["notice"] = image.notice;
+  if (checked) object["whole"] = input.whole;
   PrintJsonLine(object);
 }
 
@@ -43,12 +49,13 @@ void PrintField(const char* name, const std::string& value) {
   if (!value.empty()) std::printf("  %-9s%s\n", name, Printable(value).c_str());
 }
 
-void PrintText(const std::string& file, const ImageRecord& image) {
+void PrintText(const std::string& file, const Input& input, bool checked) {
+  const ImageRecord& image = *input.image;
   std::printf("%s\n", Printable(file).c_str());
   PrintField("format", image.formatLabel);
   PrintField("size", std::to_string(image.width) + " x " + std::to_string(image.height));
   if (image.depth != 0) PrintField("depth", std::to_string(image.depth) + " bits");
-  PrintField("alpha", image.flags & kFlagAlpha ? "yes" : "no");
+  if (input.alphaTold) PrintField("alpha", image.flags & kFlagAlpha ? "yes" : "no");
   PrintField("palette", std::to_string(image.paletteCount) + " entries");
   if (IsSequenceFrame(image)) {
     PrintField("frame",
@@ -57,6 +64,7 @@ void PrintText(const std::string& file, const ImageRecord& image) {
   PrintField("author", image.author);
   PrintField("comment", image.comment);
   PrintField("notice", image.notice);
+  if (checked) PrintField("whole", input.whole ? "yes" : "no");
 }
 
 }  // namespace
@@ -65,10 +73,12 @@ int RunInfo(const Request& request) {
   int status = kDone;
   for (const std::string& file : request.operands) {
     if (Interrupted()) return kFailed;
-    const Input input = LoadInput(file, request);
+    Input input = request.check ? LoadInput(file, request) : LoadHeader(file, request);
     if (input.Status() != kDone) status = kFailed;
+    // What is damaged may still tell what it was.
+    if (!input && request.check) input = PeekHeader(file, request);
     if (!input) continue;
-    request.json ? PrintJson(file, *input.image) : PrintText(file, *input.image);
+    (request.json ? PrintJson : PrintText)(file, input, request.check);
   }
   return status;
 }

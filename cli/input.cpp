@@ -41,8 +41,11 @@ std::string Spool(std::FILE* stream, const std::string& path, std::uint64_t most
   return {};
 }
 
-LoadChoices ChoicesOf(const std::string& path, const Request& request) {
+enum class Extent { all, header };
+
+LoadChoices ChoicesOf(const std::string& path, const Request& request, Extent extent) {
   LoadChoices choices;
+  choices.headerOnly = extent == Extent::header;
   choices.frame = request.frame;
   choices.rawKind = request.rawKind;
   choices.rawWidth = request.rawWidth;
@@ -71,9 +74,9 @@ std::string Advice(const LoadResult& result, const Request& request) {
 }
 
 /// Loads a file that can be sought in. Empty when it cannot be loaded; `fault` says why.
-Input LoadFile(const std::string& path, const Request& request, FileScope& scope,
+Input LoadFile(const std::string& path, const Request& request, Extent extent, FileScope& scope,
                std::string* fault) {
-  LoadResult result = Load(path.c_str(), ChoicesOf(path, request));
+  LoadResult result = Load(path.c_str(), ChoicesOf(path, request, extent));
   *fault = scope.TakeErrors();
   if (!result.note.empty()) LibMessage(result.note.c_str());
   // What the loader of a damaged file said itself is more exact.
@@ -84,10 +87,10 @@ Input LoadFile(const std::string& path, const Request& request, FileScope& scope
   }
   NotePluginAlpha(result);
   const bool whole = result.image && (result.failure == LoadFailure::none || request.lenient);
-  return {std::move(result.image), whole};
+  return {std::move(result.image), whole, result.alphaTold};
 }
 
-Input LoadStream(const std::string& name, const Request& request, FileScope& scope,
+Input LoadStream(const std::string& name, const Request& request, Extent extent, FileScope& scope,
                  std::string* fault) {
   const bool standard = name == "-";
   const OpenFile opened(standard ? nullptr : std::fopen(name.c_str(), "rb"));
@@ -99,26 +102,43 @@ Input LoadStream(const std::string& name, const Request& request, FileScope& sco
   }
   // The loaders seek, which a pipe cannot.
   *fault = Spool(stream, file.path(), kLongestForm * request.maxMemoryMib * kMib);
-  return fault->empty() ? LoadFile(file.path(), request, scope, fault) : Input();
+  return fault->empty() ? LoadFile(file.path(), request, extent, scope, fault) : Input();
 }
 
-Input LoadAny(const std::string& name, const Request& request, std::string* fault) {
+Input LoadAny(const std::string& name, const Request& request, Extent extent, std::string* fault) {
   FileScope scope(name);
   const PathKind kind = name == "-" ? PathKind::stream : KindOfPath(name);
-  if (kind == PathKind::stream) return LoadStream(name, request, scope, fault);
-  if (kind != PathKind::directory) return LoadFile(name, request, scope, fault);
+  if (kind == PathKind::stream) return LoadStream(name, request, extent, scope, fault);
+  if (kind != PathKind::directory) return LoadFile(name, request, extent, scope, fault);
   *fault = "is a directory";
   return Input();
+}
+
+Input LoadAndReport(const std::string& name, const Request& request, Extent extent) {
+  std::string fault;
+  Input input = WithinMemory([&] { return LoadAny(name, request, extent, &fault); }, Input());
+  if (!input && fault.empty()) fault = kOutOfMemory;
+  if (!fault.empty()) ReportFailure(name, fault);
+  input.fault = std::move(fault);
+  return input;
 }
 
 }  // namespace
 
 Input LoadInput(const std::string& name, const Request& request) {
-  std::string fault;
-  Input input = WithinMemory([&] { return LoadAny(name, request, &fault); }, Input());
-  if (!input && fault.empty()) fault = kOutOfMemory;
-  if (!fault.empty()) ReportFailure(name, fault);
-  return input;
+  return LoadAndReport(name, request, Extent::all);
+}
+
+Input LoadHeader(const std::string& name, const Request& request) {
+  return LoadAndReport(name, request, Extent::header);
+}
+
+Input PeekHeader(const std::string& name, const Request& request) {
+  if (name == "-" || KindOfPath(name) != PathKind::regular) return Input();
+  FileScope scope(name);
+  LoadResult result = Load(name.c_str(), ChoicesOf(name, request, Extent::header));
+  scope.TakeErrors();
+  return {std::move(result.image), false, result.alphaTold};
 }
 
 std::int32_t CountFrames(const std::string& path, const Request& request) {
@@ -127,7 +147,7 @@ std::int32_t CountFrames(const std::string& path, const Request& request) {
   const auto count = [&]() -> std::int32_t {
     const FileKind kind = IdentifyFile(path.c_str(), request.from);
     if (!kind.label || (kind.label != kFlicLabel && kind.label != kAviLabel)) return 0;
-    LoadChoices choices = ChoicesOf(path, request);
+    LoadChoices choices = ChoicesOf(path, request, Extent::header);
     choices.frame = -1;
     return Load(path.c_str(), choices).frames;
   };

@@ -297,6 +297,8 @@ constexpr unsigned kLoading = kInfo | kPixels | kConvert | kCount;
 constexpr Option kOptions[] = {
     {"--json", 0, nullptr, kFormats | kInfo | kQuirks, "one JSON object for each, a line each",
      SetFlag<&Request::json, true>},
+    {"--check", 0, nullptr, kInfo, "decode the pixels as well, and tell whether the file is whole",
+     SetFlag<&Request::check, true>},
     {"--type", 0, "EXT", kConvert, "the type to save as (default: by the extension of OUTPUT)",
      SetType},
     {"--depth", 0, "BITS", kConvert,

@@ -43,6 +43,7 @@ struct Request {
   bool help = false;
   bool json = false;
   bool quiet = false;
+  bool check = false;                ///< decode the pixels as well
   bool lenient = false;              ///< an input that is not whole is no failure
   std::vector<std::string> options;  ///< the arguments that are no operands, as they were given
   std::uint64_t maxMemoryMib = 1024;

@@ -57,7 +57,7 @@ bool AlphaIsUnwanted(const ImageRecord& image) {
 }  // namespace
 
 void NotePluginAlpha(const LoadResult& loaded) {
-  if (!loaded.image || !loaded.kind.library) return;
+  if (!loaded.image || !loaded.image->pixels || !loaded.kind.library) return;
   ImageRecord& image = *loaded.image;
   if (!EveryAlphaIs(image, PixelRow(image, 0)[3])) image.flags |= kFlagAlpha;
 }

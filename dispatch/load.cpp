@@ -30,6 +30,7 @@
 #include "formats/targa.h"
 #include "formats/wavefront.h"
 #include "imagelib/file_reader.h"
+#include "imagelib/header_only.h"
 #include "imagelib/host.h"
 #include "imagelib/image.h"
 #include "imagelib/load_outcome.h"
@@ -95,6 +96,7 @@ struct LoadBranch {
   FileType type;
   const char* formatLabel;
   const char* library = nullptr;  ///< the plug-in library that does the loading
+  bool tellsByHeader = true;      ///< it knows loads of the header alone
 };
 
 /// In the order in which the tests are asked; the first that matches decides.
@@ -115,7 +117,8 @@ constexpr LoadBranch kBranches[] = {
     {LooksLikeRaw, LoadRawFile, StoredType::id, kTypeRawRgb, "RAW"},
     {LooksLikePpm, LoadPpm, StoredType::id, kTypePpm, "PPM"},
     {LooksLikeFlic, LoadFlic, StoredType::id, kTypeFlc, "FLC"},
-    {LooksLikeAvi, LoadAviFrame, StoredType::id, kTypeAvi, "AVI"},
+    // The size of a frame is known when it is decoded.
+    {LooksLikeAvi, LoadAviFrame, StoredType::id, kTypeAvi, "AVI", nullptr, false},
     {LooksLikeDem, LoadDemFile, StoredType::id, kTypeDem, "DEM"},
 };
 
@@ -239,7 +242,12 @@ LoadResult LoadAsTold(const char* path, const std::string& extension) {
   const RefusalWatch memory;
   BeginLoadOutcome();
   const MemoryBudget budget(ImageCeiling());
+  const HeaderOnlyScope header(HeaderOnly() && branch->tellsByHeader);
   result.image = ImageGuard(branch->load(path));
+  // Plug-ins have no way to say that there is alpha; of those that there are, JPEG has none.
+  const bool pluginAlpha = branch->library && branch->type != kTypeJpeg;
+  const bool decoded = result.image && result.image->pixels;
+  result.alphaTold = decoded || !(pluginAlpha || AlphaIsUntold());
   result.frames = Sequence().frameCount;
   if (memory.Refused()) {
     result.image = ImageGuard();
@@ -251,6 +259,7 @@ LoadResult LoadAsTold(const char* path, const std::string& extension) {
   } else if (result.image) {
     Describe(*result.image, *branch, name.c_str());
     if (result.failure == LoadFailure::empty) return result;
+    if (HeaderOnly()) return result;
     if (FileEndedEarly(true)) {
       Fail(result, LoadFailure::endedEarly, "the file ends early; the rest is blank");
     } else if (PixelsAreDamaged()) {
@@ -310,6 +319,7 @@ void CheckFrame(LoadResult& result, const LoadChoices& choices) {
 /// Load with exactly these quirks.
 LoadResult LoadWith(const char* path, const LoadChoices& choices, const QuirkSet& quirks) {
   const QuirkScope scope(quirks);
+  const HeaderOnlyScope header(choices.headerOnly);
   SetImageCeiling(choices.maxBytes);
   Sequence() = {};
   Sequence().chosenFrame = choices.frame;

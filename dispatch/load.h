@@ -23,6 +23,9 @@ struct LoadChoices {
   std::int32_t rawWidth = 0;  ///< of a headerless file, in pixels; 0 = not known
   std::int32_t rawHeight = 0;
   std::uint64_t maxBytes = UINT64_MAX;  ///< what the load may take in all
+  /// Only what the file tells in front of its pixels (header_only.h): an image without them, to be
+  /// looked at and freed. Formats that tell nothing there are decoded all the same.
+  bool headerOnly = false;
   ReadingWay way = ReadingWay::exact;
   std::string extension = {};     ///< stands for that of the file's name; empty: the name's own
   QuirkSet quirks = AllQuirks();  ///< read as other programs do, where `way` allows it
@@ -63,6 +66,7 @@ struct LoadResult {
   FileKind kind;
   LoadWant want = LoadWant::nothing;
   std::int32_t frames = 0;  ///< of a sequence
+  bool alphaTold = true;    ///< false where only the pixels, which were not read, tell it
   LoadFailure failure = LoadFailure::none;
   /// The failure in words that follow the file's name; empty when there is none.
   std::string reason;

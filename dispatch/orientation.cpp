@@ -64,6 +64,10 @@ bool MakeUpright(ImageRecord& image, int orientation) {
   } kWays[] = {{false, 0}, {true, 0},  {false, 2}, {true, 2},
                {true, 3},  {false, 1}, {true, 1},  {false, 3}};
   const auto& way = kWays[orientation - kUpright];
+  if (!image.pixels) {
+    if (way.quarters % 2 != 0) std::swap(image.width, image.height);
+    return true;
+  }
   const std::uint32_t flags = image.flags;
   if (way.mirrored) FlopLeftToRight(image);
   image.flags = flags;

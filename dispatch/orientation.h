@@ -10,7 +10,7 @@ namespace imx {
 int JpegOrientation(const char* path);
 
 /// Turns and mirrors the picture of that orientation upright, in its own record. False, with the
-/// picture as it was or mirrored, when memory runs out.
+/// picture as it was or mirrored, when memory runs out. Of a record without pixels, its size.
 bool MakeUpright(ImageRecord& image, int orientation);
 
 }  // namespace imx

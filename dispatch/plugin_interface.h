@@ -1,6 +1,7 @@
 /// What plug-in libraries and the library exchange. A plug-in exports "ImageLoad" or "IMAGELOAD"
 /// (a PluginLoad), "ImageSave" or "IMAGESAVE" (a PluginSave), or both; and with them, if it can
-/// tell, "ImageFault" or "IMAGEFAULT" (a PluginFaultOf).
+/// tell, "ImageFault" or "IMAGEFAULT" (a PluginFaultOf), and "ImageHeader" or "IMAGEHEADER": a
+/// PluginLoad that fills in a record without its pixels, which makeImage leaves out of it then.
 #pragma once
 
 #include <cstddef>

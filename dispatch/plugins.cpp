@@ -8,6 +8,7 @@
 
 #include "dispatch/plugin_interface.h"
 #include "imagelib/guards.h"
+#include "imagelib/header_only.h"
 #include "imagelib/host.h"
 #include "imagelib/image.h"
 #include "imagelib/load_outcome.h"
@@ -95,6 +96,9 @@ std::uint64_t BlockBytes(const void* given, const void* own, std::uint64_t ownBy
 /// Whether the record's size, pixels and row table belong together: every row lies inside the
 /// pixels, and all of it in memory that is known.
 bool IsUsable(const PluginRecord& record, const ImageRecord& image) {
+  if (HeaderOnly()) {
+    return record.width > 0 && record.height > 0 && !record.pixels && !record.rowOffsets;
+  }
   const std::uint64_t pixels =
       BlockBytes(record.pixels, image.pixels, std::uint64_t{4} * image.pixelCount) / 4;
   const std::uint64_t rows = BlockBytes(record.rowOffsets, image.rowOffsets,
@@ -298,7 +302,9 @@ ImageRecord* LoadWithPlugin(const char* path, const char* name) {
     failure = Because(name, library.error());
     return nullptr;
   }
-  const auto load = library.Find<PluginLoad>({"ImageLoad", "IMAGELOAD"});
+  auto load = library.Find<PluginLoad>({"ImageHeader", "IMAGEHEADER"});
+  const HeaderOnlyScope header(HeaderOnly() && load);
+  if (!HeaderOnly()) load = library.Find<PluginLoad>({"ImageLoad", "IMAGELOAD"});
   if (!load) {
     failure = Because(name, "it has no loader");
     return nullptr;

@@ -8,6 +8,7 @@
 #include "imagelib/file_reader.h"
 #include "imagelib/file_writer.h"
 #include "imagelib/guards.h"
+#include "imagelib/header_only.h"
 #include "imagelib/load_outcome.h"
 #include "imagelib/quirks.h"
 
@@ -138,6 +139,7 @@ ImageRecord* LoadAlias(const char* path) {
   const bool greyMatte = header.IsMatte() && Quirk(kAliasGreyMatte);
   const bool blueFirst = !header.IsMatte() && Quirk(kAliasBlueFirst);
   if (header.IsMatte() && !greyMatte) image->flags |= kFlagAlpha;
+  if (HeaderOnly()) return image.release();
   ProgressScope progress("Loading Alias Image", header.height, 5);
   const Rows end = ForEachRow(header.height, 1, [&](std::int32_t y) {
     std::uint8_t* pixels = PixelRow(*image, y);

@@ -9,6 +9,7 @@
 #include "formats/pixel_rows.h"
 #include "imagelib/byte_order.h"
 #include "imagelib/guards.h"
+#include "imagelib/header_only.h"
 #include "imagelib/quirks.h"
 
 namespace imx {
@@ -129,6 +130,7 @@ ImageRecord* ImageFromPackedBitmap(std::span<const std::uint8_t> bitmap) {
   image->depth = std::uint32_t{info.planes} * info.bits;
   std::span<const std::uint8_t> rest = bitmap.subspan(info.size + maskBytes);
   rest = rest.subspan(TakeColours(info, rest, &image->palette));
+  if (HeaderOnly()) return image.release();
   const PixelTable table = TableFrom(image->palette);
   const std::uint64_t rowBytes = info.RowBytes();
   ProgressScope progress("Reading AVI", info.height, 5);

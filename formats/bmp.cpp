@@ -11,6 +11,7 @@
 #include "imagelib/file_reader.h"
 #include "imagelib/file_writer.h"
 #include "imagelib/guards.h"
+#include "imagelib/header_only.h"
 #include "imagelib/load_outcome.h"
 #include "imagelib/quirks.h"
 
@@ -184,7 +185,6 @@ void ReadRawRows(FileReader& in, const BmpHeader& h, const PixelTable& table, Im
   const std::uint64_t rowBytes = h.RowBytes();
   TrackedBytes row(rowBytes, "allocptr");
   if (!row) return;
-  if (h.masked && h.masks.alpha != 0) image->flags |= kFlagAlpha;
   const std::int32_t step = h.bits == 16 || h.bits == 24 ? 8 : 1;
   ForEachRow(h.height, step, [&](std::int32_t y) {
     std::uint8_t* pixels = PixelRow(*image, h.Row(y));
@@ -409,14 +409,21 @@ ImageRecord* LoadBmp(std::FILE* file) {
   PixelTable table{};
   ReadPalette(in, header, &table, image.get());
   ReadMasks(in, &header);
+  image->depth = header.bits;
+  CopyText(image->formatLabel, "BMP");
+  if (header.masked && header.masks.alpha != 0 && !header.IsRunLength()) {
+    image->flags |= kFlagAlpha;
+  }
+  if (HeaderOnly()) {
+    if (header.bits == 32 && !header.masked) NoteAlphaUntold();
+    return image.release();
+  }
   in.Seek(header.dataOffset);
   if (header.IsRunLength()) {
     ReadRunLength(in, header, table, image.get());
   } else {
     ReadRawRows(in, header, table, image.get());
   }
-  image->depth = header.bits;
-  CopyText(image->formatLabel, "BMP");
   return image.release();
 }
 

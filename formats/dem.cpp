@@ -8,6 +8,7 @@
 #include "formats/dem_records.h"
 #include "imagelib/file_reader.h"
 #include "imagelib/guards.h"
+#include "imagelib/header_only.h"
 #include "imagelib/load_outcome.h"
 #include "imagelib/quirks.h"
 
@@ -218,6 +219,7 @@ ImageRecord* LoadDem(const char* path, const char* displayName) {
     return nullptr;
   }
   image->depth = 8;
+  if (HeaderOnly()) return image.release();
   ProgressScope progress("Loading DEM", 100, 2);
   ReadProfiles(tokens, scale, image.get(), first.column);
   if (in.ended()) NoteFileEndedEarly();

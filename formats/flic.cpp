@@ -8,6 +8,7 @@
 #include "imagelib/byte_order.h"
 #include "imagelib/file_reader.h"
 #include "imagelib/guards.h"
+#include "imagelib/header_only.h"
 #include "imagelib/load_outcome.h"
 #include "imagelib/quirks.h"
 
@@ -365,6 +366,7 @@ ImageRecord* LoadFlic(const char* path) {
   image->frame = sequence.chosenFrame + 1;  // as asked for, also past the end
   CopyText(image->formatLabel, "FLI/FLC");
   image->depth = header.depth ? header.depth : 8;
+  if (HeaderOnly()) return image.release();
   Area area;
   area.width = header.width;
   area.height = header.height;

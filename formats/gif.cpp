@@ -12,6 +12,7 @@
 #include "imagelib/file_reader.h"
 #include "imagelib/file_writer.h"
 #include "imagelib/guards.h"
+#include "imagelib/header_only.h"
 #include "imagelib/load_outcome.h"
 #include "imagelib/quirks.h"
 
@@ -52,6 +53,10 @@ bool ReadImage(FileReader& in, LzwStrings& strings, PixelTable* colours, ImageRe
   const GifFrame frame = ReadGifFrame(in);  // left and top are ignored
   if (frame.flags & kGifTableBit)
     KeepColours(*image, *colours, ReadGifColours(in, frame.flags, colours));
+  if (HeaderOnly()) {
+    SkipGifData(in);
+    return true;
+  }
   LaidFrame laid{image, *colours, static_cast<std::size_t>(frame.width)};
   GifSink sink{StoreLaid, &laid, RowsWithin(*image, frame.width), true};
   return DecodeGifFrame(in, strings, frame, sink);
@@ -162,6 +167,8 @@ ImageRecord* LoadGif(std::FILE* file) {
   ProgressScope progress("Reading GIF image", screen.height, 5);
   ImageGuard image(AllocImage(screen.width, screen.height, "igif", nullptr));
   if (!image) return nullptr;
+  // Damaged data are read on the screen, which may have alpha.
+  if (outline.needsScreen) NoteAlphaUntold();
   // A file that states an aspect gives a blank image.
   if (screen.aspect == 0) ReadBlocks(in, strings, screen.flags, image.get());
   return image.release();

@@ -254,6 +254,11 @@ void SkipGifBlocks(FileReader& in) {
   CodeReader(in).Finish();
 }
 
+void SkipGifData(FileReader& in) {
+  in.U8();  // code size
+  SkipGifBlocks(in);
+}
+
 bool DecodeGifFrame(FileReader& in, LzwStrings& strings, const GifFrame& frame, GifSink& sink) {
   sink.pixels = 0;
   if (frame.width == 0 || frame.height == 0) {

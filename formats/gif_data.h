@@ -42,6 +42,9 @@ std::int32_t ReadGifColours(FileReader& in, std::uint8_t flags, PixelTable* colo
 /// Passes over data sub-blocks and the empty one behind them.
 void SkipGifBlocks(FileReader& in);
 
+/// Passes over the data of a frame.
+void SkipGifData(FileReader& in);
+
 /// Takes indices of a frame: `count` of them from column x of `row` on.
 using GifStore = void (*)(void* context, std::int32_t row, std::size_t x,
                           const std::uint8_t* indices, std::size_t count);

@@ -6,6 +6,7 @@
 #include "formats/codec_state.h"
 #include "imagelib/file_reader.h"
 #include "imagelib/guards.h"
+#include "imagelib/header_only.h"
 #include "imagelib/image.h"
 #include "imagelib/load_outcome.h"
 
@@ -243,6 +244,22 @@ bool DrawFrames(FileReader& in, LzwStrings& strings, const GifScreen& screen, st
   return made;
 }
 
+/// Gives the record the colours of the frame chosen.
+void TellColours(FileReader& in, const GifScreen& screen, std::int32_t chosen, ImageRecord& image) {
+  ColourTable colours;
+  colours.SetGreys();
+  if (screen.flags & kGifTableBit) colours.Read(in, screen.flags);
+  std::int32_t number = 0;
+  ForEachFrame(in, [&](const GifFrame& frame, const Control&) {
+    ColourTable local = colours;
+    if (frame.flags & kGifTableBit) local.Read(in, frame.flags);
+    SkipGifData(in);
+    if (number++ < chosen) return true;
+    KeepColours(image, local.pixels, local.count);
+    return false;
+  });
+}
+
 }  // namespace
 
 GifScreen ReadGifScreen(FileReader& in) {
@@ -265,8 +282,7 @@ GifOutline OutlineGif(FileReader& in, const GifScreen& screen) {
                           frame.top != 0 || frame.width != screen.width ||
                           frame.height != screen.height || control.transparent != kNoIndex;
     if (frame.flags & kGifTableBit) in.Skip(std::uint64_t{6} << (frame.flags & kGifTableBits));
-    in.U8();  // code size
-    SkipGifBlocks(in);
+    SkipGifData(in);
     return true;
   });
   return outline;
@@ -290,6 +306,11 @@ ImageRecord* LoadGifFrame(FileReader& in, LzwStrings& strings, const GifScreen& 
   CopyText(image->formatLabel, "GIF");
   const bool several = outline.frames > 1;
   if (several) image->frame = chosen + 1;
+  if (HeaderOnly()) {
+    TellColours(in, screen, several ? chosen : 0, *image);
+    NoteAlphaUntold();
+    return image.release();
+  }
   const bool drawn = DrawFrames(in, strings, screen, several ? chosen : 0, image.get());
   return drawn ? image.release() : nullptr;
 }

@@ -16,6 +16,7 @@
 #include "imagelib/file_reader.h"
 #include "imagelib/file_writer.h"
 #include "imagelib/guards.h"
+#include "imagelib/header_only.h"
 #include "imagelib/host.h"
 #include "imagelib/image.h"
 #include "imagelib/load_outcome.h"
@@ -536,15 +537,28 @@ bool ReadPlanes(FileReader& in, const IffFile& file, ImageRecord& image) {
   return true;
 }
 
+std::int32_t TrimChannels(const BodyPlace& body) {
+  return body.id == kTrimRgba ? 4 : body.id == kTrimRgb ? 3 : 1;
+}
+
 /// False when memory runs out.
 bool ReadTrim(FileReader& in, const BodyPlace& body, ImageRecord* image) {
   TrackedBytes data(body.size, "iff5");
   if (!data) return false;
   in.Read(data.data(), data.size());
-  const std::int32_t channels = body.id == kTrimRgba ? 4 : body.id == kTrimRgb ? 3 : 1;
-  TrimLoadBody(image, data.data(), body.size, channels);
+  TrimLoadBody(image, data.data(), body.size, TrimChannels(body));
   if (body.cut) NoteFileEndedEarly();
   return true;
+}
+
+/// What ReadBody sets beside the pixels.
+void TellBody(const IffFile& file, ImageRecord* image) {
+  if (file.body.id == kBody) {
+    const bool alpha = file.header.planes > 0 && LayoutOf(file).alpha != AlphaFrom::nothing;
+    if (alpha) image->flags |= kFlagAlpha;
+  } else if (file.body.id != 0) {
+    TrimDescribe(image, TrimChannels(file.body));
+  }
 }
 
 /// False when memory runs out.
@@ -682,6 +696,10 @@ ImageRecord* LoadIff(std::FILE* file, const char* path) {
   CopyText(image->formatLabel, "IFF/ILBM");
   TakeColours(contents, *image);
   TakeTexts(contents, *image);
+  if (HeaderOnly()) {
+    TellBody(contents, image.get());
+    return image.release();
+  }
   if (!ReadBody(in, contents, image.get())) return nullptr;
   return image.release();
 }

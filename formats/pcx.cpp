@@ -10,6 +10,7 @@
 #include "imagelib/file_reader.h"
 #include "imagelib/file_writer.h"
 #include "imagelib/guards.h"
+#include "imagelib/header_only.h"
 #include "imagelib/load_outcome.h"
 #include "imagelib/quirks.h"
 
@@ -259,6 +260,15 @@ PixelTable HeaderTable(const PcxHeader& header) {
   return table;
 }
 
+/// Takes the 256-colour trailer from the file's end.
+void KeepTrailer(FileReader& in, ImageRecord* image) {
+  std::uint8_t trailer[kTrailerSize];
+  if (in.size() < sizeof trailer) return;
+  in.Seek(in.size() - sizeof trailer);
+  in.Read(trailer, sizeof trailer);
+  KeepPalette(TableFrom(trailer + 1, 256), 256, image);
+}
+
 /// Reads the 256-colour trailer and turns the stored indices of the first `rows` rows into colours.
 void MapIndices(FileReader& in, std::int32_t rows, ImageRecord* image) {
   std::uint8_t trailer[kTrailerSize];
@@ -373,6 +383,11 @@ ImageRecord* LoadPcx(std::FILE* file) {
   PcxRows rows{{in}, header, HeaderTable(header), std::move(line), image.get()};
   rows.data.stored = header.encoding == 0 && QuirkShown(kPcxStored);
   if (depth <= 4) KeepPalette(rows.table, std::size_t{1} << depth, image.get());
+  if (HeaderOnly()) {
+    if (depth == 8) KeepTrailer(in, image.get());
+    if (depth == 32) NoteAlphaUntold();
+    return image.release();
+  }
   std::int32_t rowsRead = 0;
   const Rows end = ForEachRow(header.Height(), 8, [&](std::int32_t y) {
     readRow(rows, PixelRow(*image, y));

@@ -15,6 +15,7 @@
 #include "imagelib/file_reader.h"
 #include "imagelib/file_writer.h"
 #include "imagelib/guards.h"
+#include "imagelib/header_only.h"
 #include "imagelib/host.h"
 #include "imagelib/image.h"
 #include "imagelib/load_outcome.h"
@@ -192,6 +193,20 @@ void ReadForgiven(Reading& job, png_bytep to, std::size_t count) {
   to[kInterlaceAt] &= 1;
 }
 
+/// Stands for the pixels where only the header is read: what libpng reads up to.
+constexpr png_byte kNoPixels[kChunkHeaderSize] = {0, 0, 0, 0, 'I', 'D', 'A', 'T'};
+
+/// Goes on to the next chunk that holds no pixels, whose header then is in `header`. At the file's
+/// end, where texts can no longer come, libpng is given the pixels that it waits for.
+void PassOverPixels(FileReader& in, png_bytep header) {
+  bool ended = false;
+  while (!ended && IsChunk(header, "IDAT")) {
+    in.Skip(std::uint64_t{LoadU32(header, ByteOrder::big)} + kChecksumSize);
+    ended = !in.ReadAll(header, kChunkHeaderSize);
+  }
+  if (ended || IsChunk(header, "IEND")) std::memcpy(header, kNoPixels, kChunkHeaderSize);
+}
+
 /// libpng takes a chunk's memory before it reads the chunk, so a length beyond the end of the file
 /// is met here.
 void ReadBytes(png_structp png, png_bytep to, std::size_t count) {
@@ -202,10 +217,12 @@ void ReadBytes(png_structp png, png_bytep to, std::size_t count) {
     ReadForgiven(job, to, count);
   } else if (!in.ReadAll(to, count)) {
     png_error(png, "the file ended");
-  } else if (chunkHeader && count == kChunkHeaderSize &&
-             LoadU32(to, ByteOrder::big) > in.remaining()) {
-    job.endedEarly = true;
-    png_error(png, "a chunk is longer than the file");
+  } else if (chunkHeader && count == kChunkHeaderSize) {
+    if (HeaderOnly()) PassOverPixels(in, to);
+    if (LoadU32(to, ByteOrder::big) > in.remaining()) {
+      job.endedEarly = true;
+      png_error(png, "a chunk is longer than the file");
+    }
   }
   // Between chunks, so that no more than one text is held at a time.
   if (chunkHeader) TakeTexts(job);
@@ -279,8 +296,9 @@ void RequestRgba(Reading& job, const PixelPlan& plan) {
 }
 
 bool AllocRecord(Reading& job, std::int32_t width, std::int32_t height, std::uint32_t depth) {
-  job.rows = TrackedArray<png_bytep>(static_cast<std::uint32_t>(height), "png1");
-  if (!job.rows) return false;
+  const bool pixels = !HeaderOnly();
+  if (pixels) job.rows = TrackedArray<png_bytep>(static_cast<std::uint32_t>(height), "png1");
+  if (pixels && !job.rows) return false;
   job.image = ImageGuard(AllocImage(width, height, "PNG", nullptr));
   if (!job.image) return false;
   ImageRecord& image = *job.image;
@@ -288,7 +306,7 @@ bool AllocRecord(Reading& job, std::int32_t width, std::int32_t height, std::uin
   image.fileType = kTypePng;
   CopyText(image.extension, ".png");
   CopyText(image.formatLabel, "PNG");
-  for (std::int32_t y = 0; y < height; ++y) {
+  for (std::int32_t y = 0; pixels && y < height; ++y) {
     job.rows[static_cast<std::size_t>(y)] = PixelRow(image, y);
   }
   return true;
@@ -348,7 +366,7 @@ bool ReadPicture(Reading& job) {
       std::uint64_t{png_get_rowbytes(job.png, job.info)} * static_cast<std::uint32_t>(height);
   const bool tooManyRows =
       height > kMostEmptyRows && static_cast<std::uint64_t>(height) > job.in.remaining();
-  if (tooManyRows || bytes / kMostInflation > job.in.remaining()) {
+  if (!HeaderOnly() && (tooManyRows || bytes / kMostInflation > job.in.remaining())) {
     job.endedEarly = true;
     png_error(job.png, "the file is too short");
   }
@@ -356,6 +374,7 @@ bool ReadPicture(Reading& job) {
   if (!AllocRecord(job, width, height, plan.depth)) return false;
   if (plan.alpha || png_get_valid(job.png, job.info, PNG_INFO_tRNS)) job.image->flags |= kFlagAlpha;
   TakePalette(job);
+  if (HeaderOnly()) return true;
   RequestRgba(job, plan);
   png_read_update_info(job.png, job.info);
   if (png_get_rowbytes(job.png, job.info) != std::size_t{4} * static_cast<std::uint32_t>(width)) {
@@ -370,6 +389,7 @@ bool ReadPicture(Reading& job) {
 /// The picture, or as much of it as there is.
 ImageRecord* Finish(Reading& job) {
   StoreTexts(job);
+  if (HeaderOnly()) return job.image.release();
   if (job.forgiven.isCgbi) DivideByAlpha(job.image.get());
   if (!job.whole && job.endedEarly) NoteFileEndedEarly();
   if (!job.whole && !job.endedEarly) NoteDamagedPixels();

@@ -9,6 +9,7 @@
 #include "imagelib/file_reader.h"
 #include "imagelib/file_writer.h"
 #include "imagelib/guards.h"
+#include "imagelib/header_only.h"
 #include "imagelib/image.h"
 #include "imagelib/load_outcome.h"
 #include "imagelib/quirks.h"
@@ -207,7 +208,7 @@ ImageRecord* LoadPpm(const char* path) {
     return LoadPnmSamples(in, {static_cast<char>(form), width, height, maximum, 3});
   }
   ImageGuard image = AllocRecord(in, width, height);
-  if (!image) return nullptr;
+  if (!image || HeaderOnly()) return image.release();
   const SampleScale scale(maximum);
   if (binary) {
     ReadBinary(in, scale, *image);

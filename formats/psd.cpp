@@ -11,6 +11,7 @@
 #include "imagelib/byte_order.h"
 #include "imagelib/file_reader.h"
 #include "imagelib/guards.h"
+#include "imagelib/header_only.h"
 #include "imagelib/load_outcome.h"
 
 namespace imx {
@@ -344,7 +345,7 @@ ImageRecord* LoadPsd(const char* path) {
   if (!ReadHeader(in, &header) || !SkipSections(in, header, &palette)) return nullptr;
   ChannelReader reader{in, header};  // holds what `blocks` clears when it ends
   BlockGroup blocks;
-  if (!reader.Open(blocks)) return nullptr;
+  if (!HeaderOnly() && !reader.Open(blocks)) return nullptr;
   ImageGuard image(AllocImage(header.width, header.height, "Photoshop", nullptr));
   if (!image) {
     Fail("could not get image memory");
@@ -353,6 +354,7 @@ ImageRecord* LoadPsd(const char* path) {
   image->depth = std::uint32_t{header.bits} * static_cast<std::uint32_t>(header.ChannelsRead());
   if (header.HasAlpha()) image->flags |= kFlagAlpha;
   if (header.mode == Mode::indexed) image->palette = palette;
+  if (HeaderOnly()) return image.release();
   ReadPicture(reader, palette, image.get());
   return image.release();
 }

@@ -8,6 +8,7 @@
 #include "imagelib/file_reader.h"
 #include "imagelib/file_writer.h"
 #include "imagelib/guards.h"
+#include "imagelib/header_only.h"
 #include "imagelib/load_outcome.h"
 #include "imagelib/text.h"
 
@@ -166,6 +167,7 @@ ImageRecord* LoadRaw(const char* path, std::int32_t kind, std::int32_t width, st
   ImageGuard image(AllocImage(width, height, "raw", nullptr));
   if (!image) return nullptr;
   image->depth = kind >= kRawRgb ? 24 : 8;
+  if (HeaderOnly()) return image.release();
   if (kind == kRawThreeFiles) return LoadThreeFiles(path, std::move(image));
   FileReader in(path);
   if (!in.ok()) return nullptr;

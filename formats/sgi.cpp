@@ -8,6 +8,7 @@
 #include "imagelib/file_reader.h"
 #include "imagelib/file_writer.h"
 #include "imagelib/guards.h"
+#include "imagelib/header_only.h"
 #include "imagelib/load_outcome.h"
 #include "imagelib/quirks.h"
 
@@ -326,6 +327,7 @@ ImageRecord* LoadSgi(const char* path) {
   if (!image) return nullptr;
   if (header.channels == 4) image->flags |= kFlagAlpha;
   image->depth = 8u * header.sampleBytes * header.channels;
+  if (HeaderOnly()) return image.release();
   const SampleScale scale(header);
   const SgiScan scan{in, header, scale, image.get()};
   ProgressScope progress("Reading SGI Image", header.channels * header.height, 1);

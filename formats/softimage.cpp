@@ -12,6 +12,7 @@
 #include "imagelib/file_reader.h"
 #include "imagelib/file_writer.h"
 #include "imagelib/guards.h"
+#include "imagelib/header_only.h"
 #include "imagelib/load_outcome.h"
 #include "imagelib/quirks.h"
 
@@ -332,6 +333,7 @@ ImageRecord* LoadSoftimage(const char* path) {
   }
   image->depth = hasAlpha ? 32 : 24;
   if (hasAlpha) image->flags |= kFlagAlpha;
+  if (HeaderOnly()) return image.release();
   ProgressScope progress("Loading Softimage Picture", height, 5);
   for (std::int32_t y = 0; y < height; ++y) {
     const bool stop = ProgressUpdateAbort(y) != 0;  // ends the reading after this row

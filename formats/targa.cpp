@@ -12,6 +12,7 @@
 #include "imagelib/file_time.h"
 #include "imagelib/file_writer.h"
 #include "imagelib/guards.h"
+#include "imagelib/header_only.h"
 #include "imagelib/load_outcome.h"
 #include "imagelib/quirks.h"
 
@@ -256,8 +257,9 @@ void ApplyAttributes(const TargaHeader& header, std::uint8_t type, ImageRecord* 
   if (header.depth != 32 || header.IsMapped() || (stated && type != kPremultipliedAlpha)) return;
   const bool divide = type == kPremultipliedAlpha;
   if (divide ? !QuirkShown(kTargaAttributes) : !Quirk(kTargaAttributes)) return;
+  if (!divide) image->flags &= ~kFlagAlpha;
+  if (HeaderOnly()) return;
   if (divide) return DivideByAlpha(image);
-  image->flags &= ~kFlagAlpha;
   for (std::size_t i = 0; i < image->pixelCount; ++i) image->pixels[4 * i + 3] = 0;
 }
 
@@ -482,6 +484,12 @@ ImageRecord* LoadTarga(std::FILE* file) {
     ReadMap(in, header, &map, image.get());
   } else {
     map.Set(1, 255, 255, 255);  // of single bits
+  }
+  if (HeaderOnly()) {
+    // Whether the second byte is alpha shows where the data end.
+    if (header.IsGrey() && header.depth == 16 && attributes) NoteAlphaUntold();
+    ApplyAttributes(header, ReadTargaExtension(in, image.get()), image.get());
+    return image.release();
   }
   in.Seek(header.PixelOffset());
   const std::size_t bytesPerPixel = header.BytesPerPixel();

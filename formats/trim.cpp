@@ -335,15 +335,19 @@ std::int32_t TrimSaveBody(FileWriter& file, const ImageRecord* image, std::int32
   return static_cast<std::int32_t>(total);
 }
 
-std::int32_t TrimLoadBody(ImageRecord* image, const std::uint8_t* data, std::uint32_t size,
-                          std::int32_t channels) {
+void TrimDescribe(ImageRecord* image, std::int32_t channels) {
   CopyText(image->formatLabel, "TRIM");
   image->fileType = kTypeTrim;
   image->depth = kDepth;
+  if (channels == 4) image->flags |= kFlagAlpha;
+}
+
+std::int32_t TrimLoadBody(ImageRecord* image, const std::uint8_t* data, std::uint32_t size,
+                          std::int32_t channels) {
+  TrimDescribe(image, channels);
   TrackedBytes plane(image->pixelCount, "allocptr");
   if (!plane) return 0;
   TrimInput in = {data, size};
-  if (channels == 4) image->flags |= kFlagAlpha;
   ProgressScope progress("Loading TRIM", TileRows(*image) * channels, 4);
   for (std::int32_t channel = 0; channel < channels; ++channel) {
     if (!DecodeChannel(in, *image, static_cast<std::size_t>(channel), channels == 1,

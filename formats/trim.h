@@ -21,6 +21,10 @@ inline constexpr std::int32_t kTrimTileSize = 16;
 std::int32_t TrimSaveBody(FileWriter& file, const ImageRecord* image, std::int32_t channels,
                           bool* stopped);
 
+/// Sets type, label and depth of a record of `channels` streams, and its alpha flag when they
+/// are 4.
+void TrimDescribe(ImageRecord* image, std::int32_t channels);
+
 /// Decodes `channels` streams (1, 3 or 4) from the `size` bytes of a whole body chunk into the
 /// record, and sets its type, label, depth and alpha flag. What the streams do not hold stays as it
 /// was. Returns 0.

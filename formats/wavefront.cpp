@@ -9,6 +9,7 @@
 #include "imagelib/file_reader.h"
 #include "imagelib/file_writer.h"
 #include "imagelib/guards.h"
+#include "imagelib/header_only.h"
 #include "imagelib/load_outcome.h"
 #include "imagelib/quirks.h"
 
@@ -249,6 +250,7 @@ ImageRecord* LoadWavefront(const char* path) {
   }
   image->depth = (header.grey ? 8u : 24u) + (header.matte ? 8u : 0u);
   if (header.matte) image->flags |= kFlagAlpha;
+  if (HeaderOnly()) return image.release();
   ProgressScope progress("Loading Wavefront Picture", header.height, 5);
   ForEachRow(header.height, 1, [&](std::int32_t k) {
     if (followed) in.Seek(LoadU32(&offsets[4 * static_cast<std::size_t>(k)], ByteOrder::big));

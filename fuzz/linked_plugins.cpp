@@ -11,7 +11,8 @@
 
 // Their exported functions, renamed in the build.
 extern "C" {
-std::remove_pointer_t<imx::PluginLoad> JpegImageLoad, TiffImageLoad;
+std::remove_pointer_t<imx::PluginLoad> JpegImageLoad, JpegImageHeader, TiffImageLoad,
+    TiffImageHeader;
 std::remove_pointer_t<imx::PluginSave> JpegImageSave, TiffImageSave;
 std::remove_pointer_t<imx::PluginFaultOf> ImageFault;
 }
@@ -25,13 +26,13 @@ constexpr char kTiff[] = "KZLDTIFF.DLL";
 
 struct LinkedLibrary {
   const char* name;
-  PluginLoad load;
+  PluginLoad load, header;
   PluginSave save;
 };
 
-LinkedLibrary libraries[] = {{kJpegLoader, JpegImageLoad, nullptr},
-                             {kJpegSaver, nullptr, JpegImageSave},
-                             {kTiff, TiffImageLoad, TiffImageSave}};
+LinkedLibrary libraries[] = {{kJpegLoader, JpegImageLoad, JpegImageHeader, nullptr},
+                             {kJpegSaver, nullptr, nullptr, JpegImageSave},
+                             {kTiff, TiffImageLoad, TiffImageHeader, TiffImageSave}};
 
 }  // namespace
 
@@ -46,6 +47,7 @@ PluginLibrary::~PluginLibrary() = default;
 void* PluginLibrary::Symbol(const char* name) const {
   const auto& library = *static_cast<const LinkedLibrary*>(handle_);
   if (EqualNoCase(name, "ImageLoad")) return reinterpret_cast<void*>(library.load);
+  if (EqualNoCase(name, "ImageHeader")) return reinterpret_cast<void*>(library.header);
   if (EqualNoCase(name, "ImageSave")) return reinterpret_cast<void*>(library.save);
   return EqualNoCase(name, "ImageFault") ? reinterpret_cast<void*>(ImageFault) : nullptr;
 }

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "imagelib/header_only.h"
 #include "imagelib/memory.h"
 
 namespace imx {
@@ -61,7 +62,7 @@ ImageRecord* AllocImage(std::int32_t width, std::int32_t height, const char* nam
   if (width < 1 || height < 1) return nullptr;
   const std::uint64_t bytes =
       std::uint64_t{4} * static_cast<std::uint32_t>(width) * static_cast<std::uint32_t>(height);
-  if (bytes > kMostPixelBytes || bytes > ceiling) {
+  if (!HeaderOnly() && (bytes > kMostPixelBytes || bytes > ceiling)) {
     refused = bytes;
     return nullptr;
   }
@@ -77,6 +78,10 @@ ImageRecord* AllocImage(std::int32_t width, std::int32_t height, const char* nam
   image->saveType = -1;
   image->saveDepth = -1;
 
+  WriteDefaultPalette(image->palette);
+  image->paletteCount = kPaletteSize;
+  if (HeaderOnly()) return image;
+
   const auto rows = static_cast<std::uint32_t>(height);
   image->rowOffsets = static_cast<std::int32_t*>(AllocMem(4 * rows, 1, "allocimage2"));
   if (image->rowOffsets) {
@@ -87,8 +92,6 @@ ImageRecord* AllocImage(std::int32_t width, std::int32_t height, const char* nam
     FreeImage(image);
     return nullptr;
   }
-  WriteDefaultPalette(image->palette);
-  image->paletteCount = kPaletteSize;
   return image;
 }
 

@@ -62,6 +62,8 @@ struct ImageRecord {
 /// Makes a record with row table, zeroed pixels and the default palette; released with FreeImage.
 /// `name` and `path` may be null; a missing or too long name gives "NEW_%d". Null, with nothing
 /// left allocated, when a size is below 1, the pixels exceed the image ceiling, or memory runs out.
+/// Where only headers are read (header_only.h) there are no pixels, no row table and no limits, and
+/// pixelCount is what of the product fits it.
 ImageRecord* AllocImage(std::int32_t width, std::int32_t height, const char* name,
                         const char* path);
 

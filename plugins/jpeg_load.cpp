@@ -31,6 +31,7 @@ struct ScanWork {
 
 struct Decoding {
   const PluginHost& host;
+  const bool headerOnly;
   OpenFile file;
   std::uint64_t fileSize = 0;
   jpeg_decompress_struct info = {};
@@ -39,8 +40,8 @@ struct Decoding {
   PluginRecord* record = nullptr;
   std::int32_t rows = 0;  ///< decoded so far
 
-  Decoding(const PluginHost& services, const char* path)
-      : host(services), file(std::fopen(path, "rb")) {}
+  Decoding(const PluginHost& services, const char* path, bool withoutPixels)
+      : host(services), headerOnly(withoutPixels), file(std::fopen(path, "rb")) {}
   ~Decoding() { jpeg_destroy_decompress(&info); }
   Decoding(const Decoding&) = delete;
   Decoding& operator=(const Decoding&) = delete;
@@ -169,19 +170,20 @@ bool Decode(Decoding& job) {
   jpeg_save_markers(&job.info, JPEG_COM, kLongestComment);
   jpeg_stdio_src(&job.info, job.file.get());
   jpeg_read_header(&job.info, TRUE);
-  if (!IsLongEnough(job)) {
+  if (!job.headerOnly && !IsLongEnough(job)) {
     NoteFault(kPluginFileEnded);
     return false;
   }
   job.record = job.host.makeImage(static_cast<std::int32_t>(job.info.image_width),
                                   static_cast<std::int32_t>(job.info.image_height), "JPEG");
   if (!job.record) return false;
+  TakeComment(job);
+  if (job.headerOnly) return true;
   const std::uint64_t coefficients = CoefficientBytes(job.info);
   if (coefficients > 0 && !HasRoom(job.host, coefficients)) {
     NoteFault(kPluginNoMemory);
     return false;
   }
-  TakeComment(job);
   job.host.begin("Reading JPEG", job.record->height, 5);
   DecodeRows(job);
   if (job.work.isTooMuch) {
@@ -192,14 +194,14 @@ bool Decode(Decoding& job) {
   return true;
 }
 
-PluginRecord* Load(const char* path, const PluginHost& host) {
+PluginRecord* Load(const char* path, const PluginHost& host, bool headerOnly) {
   ForgetFault();
-  Decoding job(host, path);
+  Decoding job(host, path, headerOnly);
   UseJpegErrors(job.errors, job.info);
   if (!job.file) return nullptr;
   job.fileSize = FileSize(job.file.get());
   const bool whole = Decode(job);
-  if (job.record) host.end();
+  if (job.record && !headerOnly) host.end();
   return whole || job.rows > 0 ? job.record : nullptr;
 }
 
@@ -210,10 +212,26 @@ IMX_PLUGIN_EXPORT imx::PluginRecord* IMX_PLUGIN_CALL ImageLoad(
     const char* path, void*, void*, imx::PluginProgressBegin begin, imx::PluginProgressBegin,
     imx::PluginProgressUpdate update, imx::PluginProgressEnd end, imx::PluginMakeImage makeImage,
     imx::PluginAllocate allocate, imx::PluginFree free, imx::PluginNothing) {
-  return imx::Load(path, {.begin = begin,
-                          .update = update,
-                          .end = end,
-                          .makeImage = makeImage,
-                          .allocate = allocate,
-                          .free = free});
+  return imx::Load(path,
+                   {.begin = begin,
+                    .update = update,
+                    .end = end,
+                    .makeImage = makeImage,
+                    .allocate = allocate,
+                    .free = free},
+                   false);
+}
+
+IMX_PLUGIN_EXPORT imx::PluginRecord* IMX_PLUGIN_CALL ImageHeader(
+    const char* path, void*, void*, imx::PluginProgressBegin begin, imx::PluginProgressBegin,
+    imx::PluginProgressUpdate update, imx::PluginProgressEnd end, imx::PluginMakeImage makeImage,
+    imx::PluginAllocate allocate, imx::PluginFree free, imx::PluginNothing) {
+  return imx::Load(path,
+                   {.begin = begin,
+                    .update = update,
+                    .end = end,
+                    .makeImage = makeImage,
+                    .allocate = allocate,
+                    .free = free},
+                   true);
 }

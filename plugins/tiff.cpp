@@ -93,12 +93,28 @@ IMX_PLUGIN_EXPORT imx::PluginRecord* IMX_PLUGIN_CALL ImageLoad(
     const char* path, void*, void*, imx::PluginProgressBegin begin, imx::PluginProgressBegin,
     imx::PluginProgressUpdate update, imx::PluginProgressEnd end, imx::PluginMakeImage makeImage,
     imx::PluginAllocate allocate, imx::PluginFree free, imx::PluginNothing) {
-  return imx::LoadTiffPicture(path, {.begin = begin,
-                                     .update = update,
-                                     .end = end,
-                                     .makeImage = makeImage,
-                                     .allocate = allocate,
-                                     .free = free});
+  return imx::LoadTiffPicture(path,
+                              {.begin = begin,
+                               .update = update,
+                               .end = end,
+                               .makeImage = makeImage,
+                               .allocate = allocate,
+                               .free = free},
+                              false);
+}
+
+IMX_PLUGIN_EXPORT imx::PluginRecord* IMX_PLUGIN_CALL ImageHeader(
+    const char* path, void*, void*, imx::PluginProgressBegin begin, imx::PluginProgressBegin,
+    imx::PluginProgressUpdate update, imx::PluginProgressEnd end, imx::PluginMakeImage makeImage,
+    imx::PluginAllocate allocate, imx::PluginFree free, imx::PluginNothing) {
+  return imx::LoadTiffPicture(path,
+                              {.begin = begin,
+                               .update = update,
+                               .end = end,
+                               .makeImage = makeImage,
+                               .allocate = allocate,
+                               .free = free},
+                              true);
 }
 
 IMX_PLUGIN_EXPORT std::int32_t IMX_PLUGIN_CALL

@@ -476,7 +476,7 @@ OpenTiff OpenTiffFile(const char* path, const char* mode) {
   return OpenTiff(TIFFOpen(path, mode));
 }
 
-PluginRecord* LoadTiffPicture(const char* path, const PluginHost& host) {
+PluginRecord* LoadTiffPicture(const char* path, const PluginHost& host, bool headerOnly) {
   const OpenTiff tiff = OpenTiffFile(path, "rm");  // read, not mapped: a file can shrink meanwhile
   if (!tiff) {
     NoteFault(EndsBeforeDirectory(path) ? kPluginFileEnded : kPluginOtherFault, firstComplaint);
@@ -484,13 +484,15 @@ PluginRecord* LoadTiffPicture(const char* path, const PluginHost& host) {
   }
   const Picture picture = Describe(tiff.get());
   const bool plain = HoldsPlainSamples(picture);
-  if (!IsBounded(tiff.get(), picture) || (plain && !CanRead(tiff.get(), picture))) return nullptr;
+  const bool bounded = headerOnly || IsBounded(tiff.get(), picture);
+  if (!bounded || (plain && !CanRead(tiff.get(), picture))) return nullptr;
   auto width = static_cast<std::int32_t>(picture.width);
   auto height = static_cast<std::int32_t>(picture.height);
   if (picture.IsTransposed()) std::swap(width, height);
   PluginRecord* const record = host.makeImage(width, height, "TIFF");
   if (!record) return nullptr;
   TakeTexts(tiff.get(), *record);
+  if (headerOnly) return record;
   host.begin("Reading TIFF", static_cast<std::int32_t>(picture.height), 5);
   const bool read = (plain ? ReadPlainSamples : ReadConverted)(tiff.get(), picture, *record, host);
   host.end();

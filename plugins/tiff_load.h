@@ -18,6 +18,7 @@ using OpenTiff = std::unique_ptr<TIFF, TiffCloser>;
 OpenTiff OpenTiffFile(const char* path, const char* mode);
 
 /// Null when not even a part of a picture could be read. What is missing is noted as a fault.
-PluginRecord* LoadTiffPicture(const char* path, const PluginHost& host);
+/// `headerOnly`: a record without its pixels.
+PluginRecord* LoadTiffPicture(const char* path, const PluginHost& host, bool headerOnly);
 
 }  // namespace imx

@@ -28,6 +28,49 @@ TEST_F(InfoTest, JsonHoldsTheRecordInItsOrder) {
             "\n");
 }
 
+TEST_F(InfoTest, HeadersAreEnoughWhateverThePixelsTake) {
+  temp.Write("a.tga", LittleEndian()
+                          .List({0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0})
+                          .Words({60000, 60000})
+                          .List({32, 0})
+                          .bytes());
+  EXPECT_THAT(ImxOutput({"info", "--json", "--max-memory", "1", "a.tga"}),
+              HasSubstr(R"("width":60000,"height":60000,"depth":32,"frame":null,"flags":1,)"));
+  const ProgramResult checked = Imx({"info", "--json", "--check", "a.tga"});
+  EXPECT_EQ(checked.status, 1);
+  EXPECT_THAT(checked.out, HasSubstr(R"("width":60000)"));
+  EXPECT_THAT(checked.out, HasSubstr(R"("whole":false})"));
+  EXPECT_THAT(checked.err, HasSubstr("imx: a.tga: its pixels take 13733 MiB"));
+}
+
+TEST_F(InfoTest, CheckTellsAlphaAndWholeness) {
+  temp.Write("whole.ppm", Pixmap(40, 30));
+  for (const auto& [type, alpha] : {std::pair{"png", "false"},
+                                    {"gif", "false"},
+                                    {"jpg", "false"},
+                                    {"tif", "null"},
+                                    {"tga", "false"},
+                                    {"bmp", "false"}}) {
+    const std::string name = std::string("a.") + type;
+    ImxOutput({"convert", "whole.ppm", name, "--no-compress"});
+    const std::string header = ImxOutput({"info", "--json", name});
+    EXPECT_THAT(header, HasSubstr(std::string("\"alpha\":") + alpha)) << name;
+    EXPECT_THAT(header, testing::Not(HasSubstr("whole")));
+    std::string checked = ImxOutput({"info", "--json", "--check", name});
+    EXPECT_THAT(checked, HasSubstr("\"alpha\":false")) << name;
+    EXPECT_THAT(checked, HasSubstr("\"whole\":true}")) << name;
+    // What was cut off lacks pixels, but nothing that the header tells.
+    temp.Write(name, Contents(name).substr(0, Contents(name).size() * 45 / 100));
+    if (type == std::string("tif")) continue;  // its header is at the end
+    EXPECT_EQ(ImxOutput({"info", "--json", name}), header);
+    const ProgramResult damaged = Imx({"info", "--json", "--check", name});
+    EXPECT_EQ(damaged.status, 1);
+    EXPECT_THAT(damaged.out, HasSubstr("\"whole\":false}")) << name;
+    EXPECT_THAT(damaged.out, HasSubstr("\"width\":40,\"height\":30")) << name;
+  }
+  EXPECT_THAT(Imx({"info", "--check", "a.gif"}).out, HasSubstr("  whole    no\n"));
+}
+
 TEST_F(InfoTest, JsonStringsAreWellFormedWhateverTheFileHolds) {
   temp.Write("a.ppm", Pixmap(2, 2));
   // Quotes, backslash, controls, two and four byte UTF-8, then bytes that are none: a lone
@@ -59,7 +102,7 @@ TEST_F(InfoTest, OneBadFileDoesNotStopTheOthers) {
   temp.Write("huge.ppm", "P6 20000 20000 255\nabc");
   temp.Write("bad.ppm", "nothing");
   temp.Write("c.ppm", Pixmap(2, 2));
-  const ProgramResult result = Imx({"info", "--json", "huge.ppm", "bad.ppm", "c.ppm"});
+  const ProgramResult result = Imx({"info", "--json", "--check", "huge.ppm", "bad.ppm", "c.ppm"});
   EXPECT_EQ(result.status, 1);
   EXPECT_THAT(result.out, HasSubstr("\"c.ppm\""));
   EXPECT_THAT(result.err, HasSubstr("imx: huge.ppm: its pixels take"));
@@ -128,7 +171,7 @@ TEST_F(FailureTest, AFileThatEndsEarlyIsConvertedAndToldAndFailsUnlessThatIsAllo
   ImxOutput({"convert", "whole.ppm", "cut.gif"});
   temp.Write("cut.gif", Contents("cut.gif").substr(0, 900));
   for (const std::vector<std::string>& arguments :
-       {std::vector<std::string>{"info", "cut.gif"},
+       {std::vector<std::string>{"info", "--check", "cut.gif"},
         {"pixels", "cut.gif"},
         {"count", "cut.gif"},
         {"convert", "--merge", "cut.gif", "whole.ppm", "out.ppm"}}) {
@@ -151,11 +194,11 @@ TEST_F(FailureTest, TooLargeAnImageIsRefusedBeforeItsMemoryIsTaken) {
   temp.Write("huge.ppm", "P6 20000 20000 255\nabc");
   temp.Write("beyond.ppm", "P6 65536 65536 255\nabc");
   temp.Write("small.ppm", Pixmap(600, 600));
-  EXPECT_EQ(Imx({"info", "huge.ppm"}).err,
+  EXPECT_EQ(Imx({"pixels", "huge.ppm"}).err,
             "imx: huge.ppm: its pixels take 1526 MiB, the limit is 1024 (--max-memory)\n");
-  EXPECT_EQ(Imx({"info", "beyond.ppm", "--max-memory", "1099511627776"}).err,
+  EXPECT_EQ(Imx({"pixels", "beyond.ppm", "--max-memory", "1099511627776"}).err,
             "imx: beyond.ppm: its pixels take 16384 MiB, more than an image can have\n");
-  for (const char* command : {"info", "pixels"}) {
+  for (const char* command : {"count", "pixels"}) {
     const ProgramResult refused = Imx({command, "--max-memory", "1", "small.ppm"});
     EXPECT_EQ(refused.status, 1);
     EXPECT_EQ(refused.err,
@@ -163,11 +206,11 @@ TEST_F(FailureTest, TooLargeAnImageIsRefusedBeforeItsMemoryIsTaken) {
   }
   EXPECT_EQ(Imx({"convert", "--max-memory=1", "small.ppm", "out.ppm"}).status, 1);
   EXPECT_THAT(temp.Names(), ElementsAre("beyond.ppm", "huge.ppm", "small.ppm"));
-  ImxOutput({"info", "--max-memory", "2", "small.ppm"});
+  ImxOutput({"count", "--max-memory", "2", "small.ppm"});
   // What else a load takes counts as well: here libpng's two rows and zlib's window.
   temp.Write("wide.ppm", Pixmap(260000, 1));
   ImxOutput({"convert", "wide.ppm", "wide.png"});
-  EXPECT_EQ(Imx({"info", "--max-memory", "1", "wide.png"}).err,
+  EXPECT_EQ(Imx({"count", "--max-memory", "1", "wide.png"}).err,
             "imx: wide.png: it takes more memory than the limit of 1 MiB (--max-memory)\n");
 }
 

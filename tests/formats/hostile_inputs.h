@@ -16,8 +16,8 @@ inline constexpr double kMostMegabytes = 1100;
 struct HostileInput {
   const char* name;  ///< of the file
   Bytes (*make)();
-  std::vector<const char*> arguments = {"info"};  ///< of imx, in front of the file
-  double megabytes = kMostMegabytes;              ///< at most
+  std::vector<const char*> arguments = {"info", "--check"};  ///< of imx, in front of the file
+  double megabytes = kMostMegabytes;                         ///< at most
 };
 
 /// All small files, each of them made when it is asked for.

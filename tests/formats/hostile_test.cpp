@@ -2,11 +2,13 @@
 // Beyond what each test expects, the fixture sees to it that nothing leaks, no guard is damaged and
 // every progress display is ended.
 
+#include <cstring>
 #include <filesystem>
 #include <random>
 #include <string>
 
 #include "imagelib/guards.h"
+#include "imagelib/header_only.h"
 #include "imagelib/load_outcome.h"
 #include "imagelib/save_outcome.h"
 #include "tests/formats/codec_table.h"
@@ -24,6 +26,8 @@ class HostileTest : public LibraryTest, public testing::WithParamInterface<const
 
   /// Checks what every load must keep to. The record may be null.
   ImageGuard LoadFile(const std::string& path) {
+    LoadHeader(path);
+    ExpectTidy();
     BeginLoadOutcome();
     ImageGuard image(codec().load(path.c_str()));
     if (image) {
@@ -35,6 +39,11 @@ class HostileTest : public LibraryTest, public testing::WithParamInterface<const
     }
     ExpectTidy();
     return image;
+  }
+
+  ImageGuard LoadHeader(const std::string& path) {
+    const HeaderOnlyScope header(true);
+    return ImageGuard(codec().load(path.c_str()));
   }
 
   ImageGuard LoadBytes(const Bytes& bytes) { return LoadFile(temp.Write("in", bytes)); }
@@ -136,6 +145,27 @@ TEST_P(HostileTest, SamplesLoadAndOversizedHeadersAreBorne) {
     EXPECT_TRUE(LoadBytes(bytes)) << name;
   }
   for (const auto& [name, bytes] : KeptFiles(codec().name, "oversized_headers")) LoadBytes(bytes);
+}
+
+// Save for the alpha that only pixels tell.
+TEST_P(HostileTest, HeadersTellWhatWholeFilesDo) {
+  const auto told = [](const ImageRecord& image, std::uint32_t flags) {
+    return testing::PrintToString(std::tuple(image.width, image.height, image.depth,
+                                             image.flags & flags, image.frame, image.fileType,
+                                             image.paletteCount,
+                                             std::string(image.author) + "|" + image.comment + "|" +
+                                                 image.notice + "|" + image.formatLabel));
+  };
+  for (const auto& [name, bytes] : Seeds()) {
+    const ImageGuard whole = LoadBytes(bytes);
+    const ImageGuard header = LoadHeader(temp.file("in"));
+    ASSERT_TRUE(whole && header) << name;
+    const std::uint32_t flags =
+        ~(AlphaIsUntold() ? kFlagAlpha | kFlagNameGenerated : kFlagNameGenerated);
+    EXPECT_EQ(told(*header, flags), told(*whole, flags)) << name;
+    if (whole->frame != 0) continue;  // frames bring the colours
+    EXPECT_EQ(std::memcmp(&header->palette, &whole->palette, sizeof(Palette)), 0) << name;
+  }
 }
 
 TEST_P(HostileTest, NoFileAtAll) {
