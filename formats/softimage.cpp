@@ -296,6 +296,30 @@ void WriteData(FileWriter& out, std::uint8_t byte, const char* component) {
   out.GoOn();
 }
 
+/// Bytes `from` to `from + count` of each pixel of a row, as mixed runs.
+void WriteRuns(FileWriter& out, const std::uint8_t* pixels, std::size_t width, std::size_t from,
+               std::size_t count) {
+  constexpr std::size_t kMost = 128;
+  const auto write = [&](std::size_t x) {
+    for (std::size_t i = from; i < from + count; ++i) WriteData(out, pixels[4 * x + i], "run");
+  };
+  const auto equal = [&](std::size_t a, std::size_t b) {
+    return std::memcmp(pixels + 4 * a + from, pixels + 4 * b + from, count) == 0;
+  };
+  for (std::size_t x = 0, end = 1; x < width; x = end++) {
+    const std::size_t last = std::min(width, x + kMost);
+    while (end < last && equal(x, end)) ++end;
+    if (end - x > 1) {
+      WriteData(out, static_cast<std::uint8_t>(end - x + kMost - 1), "run");
+      write(x);
+      continue;
+    }
+    while (end < last && !(end + 1 < width && equal(end, end + 1))) ++end;
+    WriteData(out, static_cast<std::uint8_t>(end - x - 1), "run");
+    for (std::size_t i = x; i < end; ++i) write(i);
+  }
+}
+
 }  // namespace
 
 bool IsSoftimageStart(const std::uint8_t* start, std::uint64_t fileSize) {
@@ -359,11 +383,18 @@ void SaveSoftimage(const char* path, const ImageRecord* image) {
   colourPacket.chained = alpha ? 1 : 0;
   colourPacket.channels = kColourMask;
   alphaPacket.channels = kAlphaMask;
+  const bool runs = Quirk(kSoftimageRuns);
+  if (runs) colourPacket.type = alphaPacket.type = kMixedRuns;
   if (!WriteHeader(out, *image) || !WritePacket(out, colourPacket, "RGB")) return;
   if (alpha && !WritePacket(out, alphaPacket, "alpha")) return;
   const auto width = static_cast<std::size_t>(image->width);
   for (std::int32_t y = 0; y < image->height; ++y) {
     const std::uint8_t* const pixels = PixelRow(*image, y);
+    if (runs) {
+      WriteRuns(out, pixels, width, 0, 3);
+      if (alpha) WriteRuns(out, pixels, width, 3, 1);
+      continue;
+    }
     for (std::size_t x = 0; x < width; ++x) {
       WriteData(out, pixels[4 * x], "red");
       WriteData(out, pixels[4 * x + 1], "green");

@@ -90,6 +90,8 @@ constexpr QuirkRow kRows[] = {
      "a single packet is colour whatever its mask; colour needs its three channels together",
      "packets are read in their order, by their type, channels and size, in any number", kReads,
      !kWrites},
+    {kSoftimageRuns, "softimage-runs", "pic", "pixels are written as they are",
+     "they are written in runs", !kReads, kWrites},
     {kAliasBlueFirst, "alias-blue-first", "pix", "pixels are red, green, blue",
      "pixels are blue, green, red", kReads, kWrites},
     {kAliasGreyMatte, "alias-grey-matte", "pix", "a matte is alpha over grey 136",

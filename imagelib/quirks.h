@@ -42,6 +42,7 @@ enum QuirkId : std::size_t {
   kIlbmMask,
   kIlbmLinePalettes,
   kSoftimagePackets,
+  kSoftimageRuns,
   kAliasBlueFirst,
   kAliasGreyMatte,
   kRlaOffsets,
