@@ -10,6 +10,9 @@
 #include "viewer/win32/viewer_commands.h"
 #include "viewer/win32/viewer_window.h"
 
+// After windows_api.h, which it needs.
+#include <ole2.h>
+
 namespace {
 
 void OpenFilesOfCommandLine(HWND, HINSTANCE) {
@@ -21,9 +24,24 @@ imx::ClipRegion PlaceInWindow(const imx::DisplayRecord& record, const imx::ClipR
   return view ? imx::RegionInWindow(view->view, region) : region;
 }
 
+// The system's folder dialog is made of such objects.
+class ShellServices {
+ public:
+  ShellServices() : here_(SUCCEEDED(OleInitialize(nullptr))) {}
+  ~ShellServices() {
+    if (here_) OleUninitialize();
+  }
+  ShellServices(const ShellServices&) = delete;
+  ShellServices& operator=(const ShellServices&) = delete;
+
+ private:
+  bool here_;
+};
+
 }  // namespace
 
 int WINAPI WinMain(HINSTANCE instance, HINSTANCE, char*, int) {
+  const ShellServices services;
   return imx::RunShell(instance, {.className = "QMK Viewer",
                                   .windowTitle = "Quillmark Viewer",
                                   .menu = IDM_VIEWER,

@@ -43,6 +43,10 @@ bool DeferWhileBusy(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
   return true;
 }
 
+bool AnythingDeferred() {
+  return !deferred.empty();
+}
+
 void PostDeferred() {
   for (const Deferred& entry : std::exchange(deferred, {})) {
     PostMessageA(entry.window, entry.message, entry.wParam, entry.lParam);

@@ -23,6 +23,9 @@ bool IsBusy();
 /// True while busy; the message is then kept, to be posted again later.
 bool DeferWhileBusy(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 
+/// Whether something is kept that waits for the work's end.
+bool AnythingDeferred();
+
 /// Posts what was kept. Called wherever library work may have come to its end: if it has not, the
 /// messages are simply kept again.
 void PostDeferred();

@@ -45,7 +45,6 @@ int RunMessageLoop(HINSTANCE instance, const ShellProgram& program) {
                     : nullptr;  // released by the system
   MSG message = {};
   while (GetMessageA(&message, nullptr, 0, 0) > 0) {
-    if (program.filterMessage && program.filterMessage(message)) continue;
     if (keys && TranslateAcceleratorA(Shell().mainWindow, keys, &message)) continue;
     TranslateMessage(&message);
     DispatchMessageA(&message);

@@ -42,8 +42,6 @@ struct ShellProgram {
   WNDPROC mainProcedure = nullptr;   ///< in place of MainWindowProc, which it ends in; may be null
   WNDPROC imageProcedure = nullptr;  ///< in place of ImageWindowProc, which it ends in; may be null
   ImageWindowHooks imageHooks = {};
-  /// Sees each message of the loop before the menu's keys; true when it is done with. May be null.
-  bool (*filterMessage)(MSG& message) = nullptr;
 };
 
 /// Opens the main window, installs the host callbacks, shows the logo "qmki_logo.trm" of the

@@ -85,6 +85,10 @@ ChosenFile AskForSaveTarget(const ImageRecord& image) {
   return GetSaveFileNameA(&request) ? Confirmed(buffers) : ChosenFile{};
 }
 
+void RememberFullPath(const std::string& path) {
+  remembered.path = path;
+}
+
 const std::string& LastFullPath() {
   return remembered.path;
 }

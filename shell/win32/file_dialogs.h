@@ -24,4 +24,7 @@ ChosenFile AskForSaveTarget(const ImageRecord& image);
 /// The full path last confirmed in either dialog; empty at start.
 const std::string& LastFullPath();
 
+/// A path was confirmed in another dialog that counts as one of them.
+void RememberFullPath(const std::string& path);
+
 }  // namespace imx

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include "dispatch/save.h"
+#include "imagelib/registry.h"
 #include "resources/resource_ids.h"
 #include "tests/support/pictures.h"
 #include "tools/drive/screen_picture.h"
@@ -30,6 +32,16 @@ ImageGuard OnBlack(const ImageRecord& image, int width, int height) {
 
 std::string ProgramOfBuild(const char* name) {
   return PlaceFromTests(std::string("..\\") + name);
+}
+
+std::string StorePicture(const TempDir& temp, const char* name, const ImageRecord& image,
+                         std::int32_t depth) {
+  const ImageGuard copy = Copy(image);
+  copy->saveType = TypeRowByExtension(PathExtension(name).data() + 1);
+  copy->saveDepth = depth;
+  const std::string path = temp.file(name);
+  EXPECT_EQ(SaveImage(path.c_str(), copy.get()), 0);
+  return path;
 }
 
 ViewerRun::ViewerRun(const std::vector<std::string>& files)

@@ -6,12 +6,17 @@
 
 #include "imagelib/image.h"
 #include "tests/support/driven_run.h"
+#include "tests/support/files.h"
 #include "tools/drive/user_input.h"
 
 namespace imx::test {
 
 /// A program that the build leaves beside the viewer.
 std::string ProgramOfBuild(const char* name);
+
+/// A file of the image, of the type that its name tells and the depth at this place of the list.
+std::string StorePicture(const TempDir& temp, const char* name, const ImageRecord& image,
+                         std::int32_t depth);
 
 inline constexpr int kNoOption = 0;
 

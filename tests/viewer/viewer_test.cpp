@@ -30,12 +30,7 @@ class ViewerTest : public LibraryTest {
 
   /// A file of the image, of the type that its name tells and the depth at this place of the list.
   std::string Stored(const char* name, const ImageRecord& image, std::int32_t depth) {
-    const ImageGuard copy = Copy(image);
-    copy->saveType = TypeRowByExtension(PathExtension(name).data() + 1);
-    copy->saveDepth = depth;
-    const std::string path = temp.file(name);
-    EXPECT_EQ(SaveImage(path.c_str(), copy.get()), 0);
-    return path;
+    return StorePicture(temp, name, image, depth);
   }
 
   ImageGuard Loaded(const std::string& path) {

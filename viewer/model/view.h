@@ -30,8 +30,8 @@ struct Extent {
 
 struct View {
   Extent image = {1, 1};  ///< at least one pixel each way
-  Extent client;          ///< of the window
-  Zoom zoom;
+  Extent client = {};     ///< of the window
+  Zoom zoom = {};
   bool fit = false;       ///< the zoom follows the window, so that it shows all of the image
   bool centred = false;   ///< a picture smaller than the window stands in its middle
   Point scroll = {0, 0};  ///< the shown pixel in the window's upper left corner

@@ -8,6 +8,7 @@
 #include "shell/model/display_texts.h"
 #include "shell/win32/main_window.h"
 #include "shell/win32/shell_state.h"
+#include "viewer/win32/files.h"
 #include "viewer/win32/view_layout.h"
 #include "viewer/win32/view_paint.h"
 
@@ -33,6 +34,7 @@ void OpenView(DisplayRecord& record) {
   ShowProgramIcon(opened.window);
   DragAcceptFiles(opened.window, TRUE);
   PlaceNewWindow(opened);
+  NoteRecent(opened.image());
 }
 
 void ForgetView(HWND window) {
@@ -86,6 +88,7 @@ void NoteSaved(DisplayRecord& record, const std::string& path) {
   ImageRecord& image = *record.image;
   CopyTextCut(image.name, PathFileName(path));
   CopyTextCut(image.path, path);
+  NoteRecent(image);
   if (ImageView* const view = FindView(static_cast<HWND>(record.window))) {
     view->note.clear();
     view->notice.clear();

@@ -5,8 +5,12 @@
 #include "shell/win32/host_callbacks.h"
 #include "shell/win32/open_image.h"
 #include "shell/win32/tools.h"
+#include "viewer/model/recent.h"
+#include "viewer/win32/browser.h"
 #include "viewer/win32/clipboard.h"
 #include "viewer/win32/edit.h"
+#include "viewer/win32/files.h"
+#include "viewer/win32/user_settings.h"
 #include "viewer/win32/view_layout.h"
 #include "viewer/win32/view_mouse.h"
 #include "viewer/win32/walk.h"
@@ -16,6 +20,26 @@ namespace {
 
 void ShowAbout() {
   ShowBox(AboutText(IMX_VERSION).c_str(), "About Quillmark Viewer", MB_ICONINFORMATION);
+}
+
+// The browser when it is used, else an image.
+void CloseWindowInUse() {
+  HWND window = BrowserWindow();
+  if (!window || GetActiveWindow() != window) {
+    const ImageView* const view = ActiveView();
+    window = view ? view->window : nullptr;
+  }
+  if (window) PostMessageA(window, WM_CLOSE, 0, 0);
+}
+
+void ToggleOpenWith() {
+  const bool offer = !IsOfferedForFiles();
+  const char* const text =
+      !OfferForFiles(offer) ? "The file types could not be written down for this user."
+      : offer ? "The viewer is now offered under \"Open With\" for the files that it opens, and "
+                "opens those that no other program was there for."
+              : "The viewer is not offered for files any more.";
+  ShowBox(text, "Open With", MB_ICONINFORMATION);
 }
 
 void ZoomBy(ImageView& view, bool larger) {
@@ -38,7 +62,7 @@ bool HasSelection(const ImageView& view) {
 }
 
 constexpr ViewCommand kViewCommands[] = {
-    {ID_CLOSE_IMAGE, [](ImageView& view) { PostMessageA(view.window, WM_CLOSE, 0, 0); }},
+    {ID_SAVE_AS, RunSaveAs},
     {ID_UNDO, Undo, [](const ImageView& view) { return !view.history.undo.empty(); }},
     {ID_REDO, Redo, [](const ImageView& view) { return !view.history.redo.empty(); }},
     {ID_COPY, [](ImageView& view) { CopyToClipboard(view); }},
@@ -86,8 +110,15 @@ struct ProgramCommand {
 };
 
 constexpr ProgramCommand kProgramCommands[] = {
-    {ID_ABOUT, ShowAbout},  {ID_OPEN_RAW, RunOpenRawImage}, {ID_READ_AS_OTHERS, ToggleReadAsOthers},
-    {ID_SELECT, LeaveTool}, {ID_PASTE, PasteFromClipboard},
+    {ID_ABOUT, ShowAbout},
+    {ID_OPEN_RAW, RunOpenRawImage},
+    {ID_READ_AS_OTHERS, ToggleReadAsOthers},
+    {ID_OPEN_SEVERAL, RunOpenSeveral},
+    {ID_BROWSE_FOLDER, RunBrowseFolder},
+    {ID_CLOSE_IMAGE, CloseWindowInUse},
+    {ID_OPEN_WITH, ToggleOpenWith},
+    {ID_SELECT, LeaveTool},
+    {ID_PASTE, PasteFromClipboard},
 };
 
 }  // namespace
@@ -98,6 +129,10 @@ bool RunViewerCommand(HWND, int command) {
     known.run();
     return true;
   }
+  if (command >= ID_FIRST_RECENT && command < ID_FIRST_RECENT + static_cast<int>(kMostRecent)) {
+    OpenRecent(static_cast<std::size_t>(command - ID_FIRST_RECENT));
+    return true;
+  }
   const ViewCommand* const known = FindViewCommand(static_cast<UINT>(command));
   if (!known) return false;
   if (IsPossible(*known)) known->run(*ActiveView());
@@ -105,6 +140,8 @@ bool RunViewerCommand(HWND, int command) {
 }
 
 void UpdateMenu(HMENU menu) {
+  if (GetMenuItemID(menu, 0) == ID_FIRST_RECENT) FillRecentMenu(menu);
+  CheckMenuItem(menu, ID_OPEN_WITH, IsOfferedForFiles() ? MF_CHECKED : MF_UNCHECKED);
   const int items = GetMenuItemCount(menu);
   for (int i = 0; i < items; ++i) {
     const UINT id = GetMenuItemID(menu, i);

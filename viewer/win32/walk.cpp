@@ -10,6 +10,7 @@
 #include "shell/win32/close_images.h"
 #include "shell/win32/shell_state.h"
 #include "viewer/model/sequence_speed.h"
+#include "viewer/win32/folder_files.h"
 #include "viewer/win32/quiet_load.h"
 #include "viewer/win32/view_paint.h"
 
@@ -20,17 +21,9 @@ constexpr UINT_PTR kPlayTimer = 1;
 // A file that takes long shows its progress.
 constexpr std::uint64_t kLargeFile = std::uint64_t{8} << 20;
 
-std::vector<std::string> FilesOf(const std::string& folder) {
+std::vector<std::string> NamesOf(const std::string& folder) {
   std::vector<std::string> names;
-  WIN32_FIND_DATAA found;
-  HANDLE search = FindFirstFileA((folder + "*").c_str(), &found);
-  if (search == INVALID_HANDLE_VALUE) return names;
-  do {
-    if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
-      names.emplace_back(found.cFileName);
-    }
-  } while (FindNextFileA(search, &found));
-  FindClose(search);
+  for (FolderFile& file : FilesOf(folder)) names.push_back(std::move(file.name));
   return names;
 }
 
@@ -114,7 +107,7 @@ void WalkFolder(ImageView& view, FolderStep step) {
   StopPlaying(view);
   std::string skipped;
   for (const std::string& name :
-       StepCandidates(FilesOf(folder), std::string(PathFileName(path)), step)) {
+       StepCandidates(NamesOf(folder), std::string(PathFileName(path)), step)) {
     if (TryToShow(view, folder + name, skipped)) break;
   }
   if (skipped.empty()) return;
