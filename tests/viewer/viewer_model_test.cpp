@@ -4,6 +4,7 @@
 #include <random>
 
 #include "dispatch/load.h"
+#include "imagelib/registry.h"
 #include "tests/support/bytes.h"
 #include "tests/support/files.h"
 #include "tests/support/library_test.h"
@@ -11,7 +12,10 @@
 #include "viewer/model/clipboard_bitmap.h"
 #include "viewer/model/folder.h"
 #include "viewer/model/history.h"
+#include "viewer/model/recent.h"
+#include "viewer/model/save_as.h"
 #include "viewer/model/sequence_speed.h"
+#include "viewer/model/thumbnails.h"
 
 namespace imx::test {
 namespace {
@@ -163,6 +167,77 @@ TEST_F(SequenceSpeedTest, IsTheFilesOwn) {
        {std::pair{0, 1}, {99, 1}, {100, 2}, {170, 0}, {419, 0}, {420, 1}, {42'000'170, 0}}) {
     EXPECT_EQ(FrameAt(delays, 3, 1, elapsed), frame) << elapsed;
   }
+}
+
+TEST(RecentTest, KeepsTheLastOnes) {
+  std::vector<std::string> recent;
+  for (int i = 0; i < 12; ++i) AddRecent(recent, "C:\\pics\\" + std::to_string(i) + ".png");
+  AddRecent(recent, "c:\\PICS\\5.png");
+  EXPECT_EQ(recent.size(), kMostRecent);
+  EXPECT_EQ(recent.front(), "c:\\PICS\\5.png");
+  EXPECT_EQ(recent[1], "C:\\pics\\11.png");
+  EXPECT_EQ(std::count(recent.begin(), recent.end(), "C:\\pics\\5.png"), 0);
+  EXPECT_EQ(RecentText(2, "C:\\a & b.png"), "&3 C:\\a && b.png");
+  EXPECT_EQ(RecentText(0, "C:\\pictures\\" + std::string(90, 'x') + "\\last.png"),
+            "&1 C:\\pictures\\..." + std::string(39, 'x') + "\\last.png");
+}
+
+using SaveAsTest = LibraryTest;
+
+TEST_F(SaveAsTest, KeepsTheTypeAndTheMostOfTheImage) {
+  const ImageGuard image = AlphaGradient(4, 4);
+  const struct {
+    const char* extension;
+    std::uint32_t flags;
+    const char *label, *depth;
+  } cases[] = {{".tga", 0, "Targa (*.tga)", "24-bit"},
+               {".tga", kFlagAlpha, "Targa (*.tga)", "32-bit"},
+               {".gif", 0, "GIF (*.gif)", "8-bit"},
+               {".fli", 0, "PNG (*.png)", "24-bit"}};
+  for (const auto& wanted : cases) {
+    CopyText(image->extension, wanted.extension);
+    image->flags = wanted.flags;
+    image->saveType = image->saveDepth = -1;
+    ChooseSaver(*image, OwnSaverPosition(*image));
+    EXPECT_STREQ(TypeLabel(image->saveType), wanted.label);
+    const std::string depth = DepthSuffixName(image->saveType, image->saveDepth);
+    EXPECT_EQ(depth.substr(0, depth.find(' ')), wanted.depth) << wanted.label;
+  }
+  image->saveDepth = 2;  // as it was chosen
+  ChooseSaver(*image, OwnSaverPosition(*image));
+  EXPECT_EQ(image->saveDepth, 2);
+  EXPECT_EQ(SaverRow(SaverOfName("a.b.GIF", 0)), TypeRowByExtension("gif"));
+  EXPECT_EQ(SaverOfName("plain", 3) + SaverOfName("a.fli", 3), 6);
+}
+
+using ThumbnailTest = LibraryTest;
+
+TEST_F(ThumbnailTest, AreKeptWithinTheirBound) {
+  const ImageGuard photo = PhotoLike(400, 100);
+  const Thumbnail small = MakeThumbnail(*photo, {100, 80});
+  EXPECT_EQ(small.size, (Extent{100, 25}));
+  EXPECT_EQ(small.facts, "400 x 100");
+  EXPECT_EQ(MakeThumbnail(*Solid(5, 3, {}), {100, 80}).size, (Extent{5, 3})) << "not enlarged";
+  ThumbnailCache cache(4 * 4 * 100 * 25);
+  for (int i = 0; i < 50; ++i) {
+    cache.Put(std::to_string(i), small);
+    EXPECT_TRUE(cache.Find("0")) << "looked at all the time";
+    EXPECT_LE(cache.bytes(), 4u * 4 * 100 * 25);
+  }
+  EXPECT_TRUE(cache.Find("49"));
+  EXPECT_FALSE(cache.Find("40"));
+  const std::size_t before = cache.bytes();
+  cache.Put("0", small);
+  EXPECT_EQ(cache.bytes(), before) << "in place of the one before";
+}
+
+TEST(FindByStartTest, GoesRound) {
+  const Names names = {"alpha", "Beta", "bet", "gamma"};
+  for (const auto& [typed, start, found] :
+       {std::tuple{"b", 0, 1}, {"B", 2, 2}, {"bet", 3, 1}, {"be", 0, 1}, {"x", 0, -1}}) {
+    EXPECT_EQ(FindByStart(names, typed, start), found) << typed;
+  }
+  EXPECT_EQ(FindByStart({}, "a", 0), -1);
 }
 
 }  // namespace

@@ -34,7 +34,7 @@ std::string ProgramOfBuild(const char* name) {
   return PlaceFromTests(std::string("..\\") + name);
 }
 
-std::string StorePicture(const TempDir& temp, const char* name, const ImageRecord& image,
+std::string StorePicture(TempDir& temp, const char* name, const ImageRecord& image,
                          std::int32_t depth) {
   const ImageGuard copy = Copy(image);
   copy->saveType = TypeRowByExtension(PathExtension(name).data() + 1);

@@ -15,7 +15,7 @@ namespace imx::test {
 std::string ProgramOfBuild(const char* name);
 
 /// A file of the image, of the type that its name tells and the depth at this place of the list.
-std::string StorePicture(const TempDir& temp, const char* name, const ImageRecord& image,
+std::string StorePicture(TempDir& temp, const char* name, const ImageRecord& image,
                          std::int32_t depth);
 
 inline constexpr int kNoOption = 0;

@@ -33,7 +33,8 @@ std::string RecentText(std::size_t place, const std::string& path) {
   constexpr std::size_t kLongest = 60, kStart = 12;
   std::string shown = path;
   if (shown.size() > kLongest) {
-    const std::size_t rest = std::max(kLongest - kStart, PathFileName(path).size() + 1);
+    const std::size_t rest =
+        std::max(kLongest - kStart, PathFileName(path, kWindowsPathSeparators).size() + 1);
     // Not within a character of several bytes.
     std::size_t from = path.size() - std::min(rest, path.size());
     while (from < path.size() && (static_cast<unsigned char>(path[from]) & 0xC0) == 0x80) ++from;
