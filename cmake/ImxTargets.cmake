@@ -46,7 +46,8 @@ if(NOT IMX_SANITIZE AND NOT IMX_FUZZ)
   endif()
 endif()
 if(WIN32)
-  target_link_options(imx_flags INTERFACE -static)
+  # Without the time of linking the same sources give the same bytes.
+  target_link_options(imx_flags INTERFACE -static -Wl,--no-insert-timestamp)
   target_compile_definitions(imx_flags INTERFACE
     NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0501 __USE_MINGW_ANSI_STDIO=1)
 endif()

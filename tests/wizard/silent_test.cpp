@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,15 @@ namespace fs = std::filesystem;
 namespace {
 
 const std::string kBase = "C:\\imx silent tests";
+
+bool isKey(const std::string& name) {
+  HKEY key = nullptr;
+  if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, name.c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS) {
+    return false;
+  }
+  RegCloseKey(key);
+  return true;
+}
 
 class SilentTest : public testing::Test {
  protected:
@@ -129,6 +139,31 @@ TEST_F(SilentTest, AFileInUseStaysAndIsTold) {
   EXPECT_NE(ReadTextFile(log).find("Not copied: " + busy), std::string::npos);
   EXPECT_NE(ReadTextFile(log).find(" 1 failed"), std::string::npos);
   EXPECT_EQ(run({}), 0u);
+}
+
+TEST_F(SilentTest, RemovalLeavesWhatIsTheUsers) {
+  const std::string entry = "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Glimmerix7";
+  run({"/REMOVE"});  // what others left
+  ASSERT_EQ(run({}), 0u);
+  EXPECT_TRUE(isKey(entry));
+  const std::string changed = choices.picturesDir + "\\dunes.png";
+  const std::string added = choices.dataDir + "\\mine.txt";
+  std::ofstream(changed, std::ios::app) << "!";
+  std::ofstream(added) << "mine";
+  DrivenRun removal(SetupProgram(), kBase, {"/REMOVE"});
+  removal.Expect("Remove Glimmerix?");
+  removal.PressButton(IDC_OK);
+  removal.Expect("Wizard Finished");
+  EXPECT_NE(ControlTextOf(removal.dialog(), IDC_OUTCOME).find("2 files stay"), std::string::npos);
+  removal.PressButton(IDC_OK);
+  removal.ExpectEnd();
+  std::vector<std::string> left;
+  for (const auto& [path, found] : installed()) {
+    if (!found.isDirectory) left.push_back(path);
+  }
+  EXPECT_EQ(left, (std::vector{added, changed}));
+  EXPECT_FALSE(fs::exists(groupFolder()));
+  EXPECT_FALSE(isKey(entry));
 }
 
 }  // namespace
