@@ -1,0 +1,121 @@
+#include "cli/output.h"
+
+#include <cstdio>
+#include <cstring>
+#include <string_view>
+
+#include "cli/host.h"
+#include "cli/workers.h"
+#include "dispatch/safe_save.h"
+#include "formats/codec_state.h"
+#include "imagelib/host.h"
+#include "imagelib/image.h"
+#include "imagelib/quirks.h"
+#include "imagelib/registry.h"
+#include "imagelib/text.h"
+#include "render/render.h"
+
+namespace imx {
+namespace {
+
+constexpr std::int32_t kNoChoice = -1;
+
+/// The row's choice of `bits` per pixel, or kNoChoice.
+std::int32_t DepthChoice(std::int32_t row, std::int32_t bits) {
+  for (std::int32_t choice = 0; choice < DepthChoiceCount(row); ++choice) {
+    if (DepthBits(DepthChoiceBit(row, choice)) == bits) return choice;
+  }
+  return kNoChoice;
+}
+
+std::int32_t DefaultDepthChoice(std::int32_t row, const ImageRecord& image) {
+  const std::int32_t withAlpha = image.flags & kFlagAlpha ? DepthChoice(row, 32) : kNoChoice;
+  const std::int32_t trueColour = DepthChoice(row, 24);
+  if (withAlpha != kNoChoice) return withAlpha;
+  return trueColour != kNoChoice ? trueColour : 0;
+}
+
+void WarnOfText(const char* name, const char* text, std::size_t kept) {
+  const std::size_t length = std::strlen(text);
+  if (length <= kept) return;
+  char line[80];
+  if (kept == 0) {
+    std::snprintf(line, sizeof line, "the %s is lost: this type keeps none", name);
+  } else {
+    std::snprintf(line, sizeof line, "the %s is cut to %zu bytes", name, kept);
+  }
+  LibMessage(line);
+}
+
+/// A line for each text that the row's files cannot keep whole.
+void WarnOfTexts(std::int32_t row, const ImageRecord& image) {
+  const TextLimits limits = TypeTextLimits(row);
+  WarnOfText("author", image.author, limits.author);
+  WarnOfText("comment", image.comment, limits.comment);
+  WarnOfText("rights notice", image.notice, limits.notice);
+}
+
+}  // namespace
+
+std::int32_t OutputRow(const Request& request, const std::string& output, std::string* fault) {
+  std::string extension = request.type;
+  if (extension.empty()) {
+    const std::string_view ending = PathExtension(output);
+    if (!ending.empty()) extension = ending.substr(1);
+  }
+  if (output == "-" && extension.empty()) {
+    *fault = "standard output needs --type EXT";
+    return -1;
+  }
+  const std::int32_t row = TypeRowByExtension(extension.c_str());
+  if (row < 0) {
+    *fault = "the name '" + output + "' does not tell the type: --type EXT is needed";
+    return -1;
+  }
+  if (!TypeCanSave(row)) {
+    *fault = extension + " files can only be loaded, not saved";
+    return -1;
+  }
+  if (request.depth && DepthChoice(row, *request.depth) == kNoChoice) {
+    *fault =
+        std::string(TypeExtension(row)) + " files have no depth " + std::to_string(*request.depth);
+    return -1;
+  }
+  return row;
+}
+
+void SetOutputOptions(const Request& request, std::int32_t row, ImageRecord& image) {
+  image.saveType = row;
+  image.saveDepth =
+      request.depth ? DepthChoice(row, *request.depth) : DefaultDepthChoice(row, image);
+  Output().compression = request.compress ? 1 : 0;
+  Output().interlace = request.interlace ? 1 : 0;
+  Output().quality = request.quality;
+  const std::int32_t bits = DepthBits(DepthChoiceBit(row, image.saveDepth));
+  RenderSettings& rendering = Rendering();
+  rendering.renderMode = request.renderMode;
+  rendering.renderOrdered = request.ordered ? 1 : 0;
+  rendering.renderStrength = request.strength;
+  // A file of fewer bits must not get more colours than it can name.
+  rendering.renderBits = request.renderBits.value_or(bits < 8 ? bits : 8);
+}
+
+bool SaveOutput(const std::string& output, const Request& request, ImageRecord& image) {
+  FileScope scope(output);
+  const QuirkScope quirks(request.quirks);
+  const SaveCare care = {request.sync, !request.partOfBatch};
+  const SaveResult result =
+      output == "-" ? SaveImageToStream(stdout, &image) : SaveImageSafely(output, &image, care);
+  const std::string errors = scope.TakeErrors();
+  if (result.saved) {
+    if (request.partOfBatch) TellSaved(output);
+    if (!errors.empty()) ReportFailure(output, errors);
+    WarnOfTexts(image.saveType, image);
+    return true;
+  }
+  const std::string& why = result.reason.empty() ? errors : result.reason;
+  ReportFailure(output, why.empty() ? "could not be saved" : why);
+  return false;
+}
+
+}  // namespace imx
