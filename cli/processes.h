@@ -24,6 +24,10 @@ std::size_t MostCopies();
 /// input then ends.
 CopyId StartCopy(const std::vector<std::string>& arguments);
 
+/// In a copy: from here on it ends with the program that started it, even while it waits for
+/// something else than its standard input.
+void EndWithParent();
+
 /// Puts bytes into the copy's standard input. Waits while that is full. False when the copy is
 /// gone; WaitForCopies tells of it as well.
 bool SendToCopy(CopyId copy, std::string_view bytes);

@@ -1,5 +1,6 @@
 #include <poll.h>
 #include <spawn.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -113,6 +114,10 @@ CopyId StartCopy(const std::vector<std::string>& arguments) {
   }
   channels.push_back({process, ends[0]});
   return process;
+}
+
+void EndWithParent() {
+  prctl(PR_SET_PDEATHSIG, SIGTERM);
 }
 
 bool SendToCopy(CopyId copy, std::string_view bytes) {

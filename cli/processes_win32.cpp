@@ -170,6 +170,8 @@ CopyId StartCopy(const std::vector<std::string>& arguments) {
   return running.back()->id();
 }
 
+void EndWithParent() {}  // the job sees to it
+
 bool SendToCopy(CopyId id, std::string_view bytes) {
   const auto found =
       std::find_if(running.begin(), running.end(), [id](const auto& c) { return c->id() == id; });

@@ -2,6 +2,7 @@
 #include <cstdio>
 
 #include "cli/console.h"
+#include "cli/processes.h"
 #include "cli/workers.h"
 #include "formats/codec_state.h"
 #include "imagelib/system_files.h"
@@ -29,6 +30,7 @@ bool ReadItem(BatchItem* item) {
 }  // namespace
 
 void ServeItems(const std::function<ItemStatus(const BatchItem&)>& convert) {
+  EndWithParent();
   for (BatchItem item; !Interrupted() && ReadItem(&item);) {
     const ItemStatus status = convert(item);
     std::putc(kRecordEnd, stdout);

@@ -248,11 +248,14 @@ TEST_F(BatchTest, AKilledRunGoesOnWhereItWas) {
   const ProgramResult result = Bash(R"(
     rm *.tga; for i in {100..140}; do cp in.ppm p$i.ppm; done; sleep 0.02
     rm p120.ppm; mkfifo p120.ppm; exec 3<>p120.ppm
-    run() { imx convert -q -o out --type png --update --report $1 $2 p*.ppm; }
-    run first -j1 & until [ -e out/p119.png ]; do sleep 0.01; done; sleep 0.02
-    kill -KILL $!; wait $! 2>/dev/null; exec 3>&-; rm p120.ppm; cp in.ppm p120.ppm
+    run='imx convert -q -o out --type png --update p*.ppm';
+    $run --report first -j1 & until grep -q p119 first; do sleep 0.01; done 2>/dev/null
+    worker=$(pgrep -P $!); kill -KILL $!; wait $! 2>/dev/null
+    for try in {1..500}; do kill -0 $worker 2>/dev/null || break; sleep 0.01; done
+    kill -KILL $worker 2>/dev/null && echo 'the worker lives on'
+    exec 3>&-; rm p120.ppm; cp in.ppm p120.ppm
     stat -c '%n %i' out/* >before
-    run second -j2; echo "status $?"
+    $run --report second -j2; echo "status $?"
     for report in first second; do jq -r .status $report | sort | uniq -c; done
     stat -c '%n %i' out/* | grep -c -x -f before
     ls out | grep -vc '^p[0-9]*.png$'
