@@ -108,6 +108,9 @@ TEST_F(ViewTest, GoesThroughTheFolder) {
   TypeKey(window, VK_NEXT);
   run.ExpectAndClose("Save Changes", "Save changes to photo.png?", IDNO);
   EXPECT_EQ(run.Image(1, "photo9.pcx"), window);
+  EXPECT_TRUE(DropFiles(run.program(), window, {photoPath, photoPath}));
+  run.Image(3, "photo.png");
+  EXPECT_EQ(SendMessageA(run.window(), WM_QUERYENDSESSION, 0, 0), TRUE);
   PostMessageA(run.window(), WM_SYSCOMMAND, SC_CLOSE, 0);
   run.ExpectEnd();
 }

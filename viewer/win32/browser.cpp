@@ -253,6 +253,8 @@ LRESULT CALLBACK BrowserProc(HWND window, UINT message, WPARAM wParam, LPARAM lP
     case WM_SIZE:
       MoveWindow(browser->list, 0, 0, LOWORD(lParam), HIWORD(lParam), TRUE);
       List(LVM_ARRANGE, LVA_DEFAULT);
+      // The scroll bars follow.
+      List(LVM_SETITEMCOUNT, browser->names.size(), LVSICF_NOSCROLL);
       return 0;
     case WM_SETFOCUS:
       SetFocus(browser->list);
