@@ -55,7 +55,10 @@ void TrackLeaving(HWND window) {
   TrackMouseEvent(&track);
 }
 
-void OnMove(ImageView& view, Point client, bool leftHeld) {
+void OnMove(ImageView& view, Point client, WPARAM buttons) {
+  const bool leftHeld = (buttons & MK_LBUTTON) != 0;
+  // The button may have gone up elsewhere.
+  if ((buttons & (MK_LBUTTON | MK_MBUTTON)) == 0) view.dragged.reset();
   const Point at = ImagePoint(view.view, client);
   if (view.dragged) {
     Drag(view, client);
@@ -129,7 +132,7 @@ std::optional<LRESULT> OnMouse(ImageView& view, UINT message, WPARAM wParam, LPA
       OnLeft(view, client);
       return 0;
     case WM_MOUSEMOVE:
-      OnMove(view, client, (wParam & MK_LBUTTON) != 0);
+      OnMove(view, client, wParam);
       return 0;
     case WM_LBUTTONUP:
       OnLeftReleased(view, client);

@@ -169,9 +169,9 @@ LRESULT CALLBACK ViewWindowProc(HWND window, UINT message, WPARAM wParam, LPARAM
     if (!result) result = OnInput(*view, message, wParam, lParam);
     if (result) return *result;
   }
-  const LRESULT result = ImageWindowProc(window, message, wParam, lParam);
+  // Its frame may be painted once more when the record is gone already.
   if (message == WM_DESTROY) ForgetView(window);
-  return result;
+  return ImageWindowProc(window, message, wParam, lParam);
 }
 
 }  // namespace imx
