@@ -16,6 +16,10 @@ constexpr Command kCommands[] = {
     {kCount, "count", "FILE", "count an image's colours", 1, 1, RunCount},
     {kConvert, "convert", "INPUT... OUTPUT", "load an image, change it, and save it", 1, SIZE_MAX,
      RunConvert},
+    {kCompare, "compare", "A B",
+     "tell how two pictures differ; the exit status is 0 when they are equal within the tolerance, "
+     "1 when not, 2 when one cannot be read",
+     2, 2, RunCompare},
     {kQuirks, "quirks", "", "list the places where the library and other programs differ", 0, 0,
      RunQuirks},
 };

@@ -10,6 +10,7 @@ int RunInfo(const Request& request);
 int RunPixels(const Request& request);
 int RunCount(const Request& request);
 int RunConvert(const Request& request);
+int RunCompare(const Request& request);
 int RunQuirks(const Request& request);
 
 }  // namespace imx

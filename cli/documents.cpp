@@ -15,10 +15,10 @@ constexpr std::size_t kIndent = 24;
 
 constexpr const char* kSummary = "load, show and convert raster images";
 constexpr const char* kNotes =
-    "\"-\" stands for standard input or output. The exit status is 0 when everything was done, 1 "
-    "when a file could not be loaded whole, changed or saved, 2 for a usage error. OUTPUT is "
-    "replaced only by a whole new file; other hard links of the old one keep what it held. With -o "
-    "no output may be an input or that of two inputs.";
+    "\"-\" stands for standard input or output. The exit status, except that of compare, is 0 "
+    "when everything was done, 1 when a file could not be loaded whole, changed or saved, 2 for "
+    "a usage error. OUTPUT is replaced only by a whole new file; other hard links of the old one "
+    "keep what it held. With -o no output may be an input or that of two inputs.";
 
 /// `text` broken between words; every line but the first is indented.
 std::string Wrapped(std::string_view text, std::size_t indent) {

@@ -244,9 +244,10 @@ std::string SetFilesFrom(Request& request, const char* value) {
   return {};
 }
 
-std::string SetReport(Request& request, const char* value) {
+template <std::string Request::*field>
+std::string SetFile(Request& request, const char* value) {
   if (!*value) return "needs a file";
-  request.report = value;
+  request.*field = value;
   return {};
 }
 
@@ -292,13 +293,19 @@ std::string SetInterop(Request& request, const char* names) {
 
 namespace {
 
-constexpr unsigned kLoading = kInfo | kPixels | kConvert | kCount;
+constexpr unsigned kLoading = kInfo | kPixels | kConvert | kCount | kCompare;
 
 constexpr Option kOptions[] = {
-    {"--json", 0, nullptr, kFormats | kInfo | kQuirks, "one JSON object for each, a line each",
-     SetFlag<&Request::json, true>},
+    {"--json", 0, nullptr, kFormats | kInfo | kQuirks | kCompare,
+     "one JSON object for each, a line each", SetFlag<&Request::json, true>},
     {"--check", 0, nullptr, kInfo, "decode the pixels as well, and tell whether the file is whole",
      SetFlag<&Request::check, true>},
+    {"--tolerance", 0, "N", kCompare,
+     "levels by which a channel may differ in pixels that count as equal, 0 to 255 (default 0)",
+     SetNumber<&Request::tolerance, 0, 255>},
+    {"--diff", 0, "OUT", kCompare,
+     "save a picture of the difference, black where there is none (the type by the extension)",
+     SetFile<&Request::diff>},
     {"--type", 0, "EXT", kConvert, "the type to save as (default: by the extension of OUTPUT)",
      SetType},
     {"--depth", 0, "BITS", kConvert,
@@ -378,7 +385,7 @@ constexpr Option kOptions[] = {
     {"--report", 0, "FILE", kConvert,
      "write a JSON object a line for each input to FILE (- for standard output): input, output, "
      "status (done, skipped, failed), message, seconds, bytes",
-     SetReport},
+     SetFile<&Request::report>},
     {"--dry-run", 0, nullptr, kConvert, "print INPUT -> OUTPUT and do nothing",
      SetFlag<&Request::dryRun, true>},
     {"--verbose", 'v', nullptr, kConvert, "print INPUT -> OUTPUT when that is done",

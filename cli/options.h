@@ -43,6 +43,8 @@ struct Request {
   bool help = false;
   bool json = false;
   bool quiet = false;
+  std::int32_t tolerance = 0;        ///< levels by which equal pictures may differ
+  std::string diff;                  ///< file for the picture of the difference; empty: none
   bool check = false;                ///< decode the pixels as well
   bool lenient = false;              ///< an input that is not whole is no failure
   std::vector<std::string> options;  ///< the arguments that are no operands, as they were given
@@ -97,6 +99,7 @@ enum CommandBit : unsigned {
   kConvert = 1u << 3,
   kCount = 1u << 4,
   kQuirks = 1u << 5,
+  kCompare = 1u << 6,
   kAllCommands = ~0u,
 };
 

@@ -4,6 +4,7 @@
 /// nothing.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <string>
 
@@ -92,6 +93,26 @@ void FlopLeftToRight(ImageRecord& image);
 
 /// Puts the image on a colour, mixing stored values as displays do. No alpha is left.
 void Flatten(ImageRecord& image, std::uint8_t red, std::uint8_t green, std::uint8_t blue);
+
+/// How far one channel of two images is apart, in levels of 0 to 255.
+struct ChannelDifference {
+  int largest = 0;
+  double mean = 0;
+  double psnr = 0;  ///< peak signal-to-noise ratio in dB; infinite where nothing differs
+};
+
+struct ImageDifference {
+  std::uint64_t differentPixels = 0;               ///< those out of tolerance in any channel
+  std::array<ChannelDifference, 4> channels = {};  ///< red, green, blue, alpha
+};
+
+/// Compares images of one size, whose channels may be `tolerance` levels apart. An image without
+/// the alpha flag is opaque.
+ImageDifference Compare(const ImageRecord& a, const ImageRecord& b, std::int32_t tolerance);
+
+/// A picture of how far each pixel of two images of one size is apart, opaque: black where they are
+/// equal. A difference of alpha shows in all three colours.
+NewImage DifferenceOf(const ImageRecord& a, const ImageRecord& b);
 
 /// Number of distinct colours, alpha aside; -1 for an image that is null or not alive, and when
 /// memory runs out.

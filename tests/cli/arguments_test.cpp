@@ -71,6 +71,12 @@ TEST_F(ArgumentsTest, UsageErrorsAreOneLineAndChangeNothing) {
       {{"info", "--raw-as", "grey", "a.ppm"}, "--raw-as needs --raw WxH"},
       {{"info", ""}, "an empty file name"},
       {{"convert", "-qx", "a.ppm", "b.ppm"}, "no option '-x'"},
+      {{"compare", "a.ppm"}, "needs A B"},
+      {{"compare", "-", "-"}, "read once only"},
+      {{"compare", "a.ppm", "a.ppm", "--tolerance", "256"}, "from 0 to 255"},
+      {{"compare", "a.ppm", "a.ppm", "--diff", "./a.ppm"}, "would replace the input a.ppm"},
+      {{"compare", "a.ppm", "a.ppm", "--diff", "x.flc"}, "can only be loaded"},
+      {{"compare", "a.ppm", "a.ppm", "--diff", "-"}, "--diff needs a file"},
       {{"info", "--max-memory", "99999999999999999999", "a.ppm"}, "mebibytes from 1"},
   };
   for (const auto& c : kCases) {
@@ -133,7 +139,8 @@ TEST_F(ArgumentsTest, CompletionAndManualKnowTheOptions) {
     complete_words imx convert --type p
     complete_words imx convert fil)");
   EXPECT_EQ(completed.out,
-            "count convert\n--json\n--no-compress --notice --no-clobber --no-sync\npic pix pcx ppm "
+            "count convert compare\n--json\n--no-compress --notice --no-clobber --no-sync\npic pix "
+            "pcx ppm "
             "png\n\n");
   EXPECT_EQ(completed.err, "");
   const std::string manual = ImxOutput({"--print-man"});

@@ -224,6 +224,7 @@ TEST_F(OpsTest, WhatMemoryDeniesIsFreed) {
     }
   };
   for (const auto make : AllMakers()) expectTold([&] { return make(*image, kRegion).error; });
+  expectTold([&] { return DifferenceOf(*image, *source).error; });
   expectTold([&] { return MergeInto(*image, kRegion, *source); });
   EXPECT_NE(PixelBytes(*image), before) << "merged in the end";
   const AllocationFailure failure(0);
@@ -471,6 +472,45 @@ TEST_F(OpsTest, FlatteningLeavesNoAlpha) {
   const Rgba wanted[] = {{200, 100, 0, 255}, {10, 20, 30, 255}, {48, 36, 24, 255}};
   for (int x = 0; x < 3; ++x) EXPECT_EQ(PixelAt(*image, x, 0), wanted[x]) << x;
   EXPECT_EQ(image->flags, kFlagChanged | kFlagPixelsChanged);
+}
+
+TEST_F(OpsTest, DifferencesAreMeasuredByChannel) {
+  constexpr std::uint32_t kNone = 0;
+  constexpr double kInfinite = std::numeric_limits<double>::infinity();
+  const ImageGuard a = FromPixels(2, 1, std::vector<Rgba>{{10, 20, 30, 0}, {0, 255, 9, 155}});
+  const ImageGuard b = FromPixels(2, 1, std::vector<Rgba>{{10, 17, 30, 0}, {0, 0, 9, 255}});
+  const struct {
+    std::uint32_t flagsOfA, flagsOfB;
+    std::int32_t tolerance;
+    std::uint64_t different;
+    int alpha;  // the largest difference, and the mean
+    double alphaMean;
+    Rgba first, second;  // of the picture
+  } kCases[] = {
+      {kNone, kNone, 0, 2, 0, 0, {0, 3, 0, 255}, {0, 255, 0, 255}},
+      {kNone, kNone, 3, 1, 0, 0, {0, 3, 0, 255}, {0, 255, 0, 255}},
+      {kNone, kNone, 255, 0, 0, 0, {0, 3, 0, 255}, {0, 255, 0, 255}},
+      {kFlagAlpha, kFlagAlpha, 2, 2, 100, 50, {0, 3, 0, 255}, {100, 255, 100, 255}},
+      {kFlagAlpha, kNone, 3, 2, 255, 177.5, {255, 255, 255, 255}, {100, 255, 100, 255}},
+  };
+  for (const auto& c : kCases) {
+    a->flags = c.flagsOfA;
+    b->flags = c.flagsOfB;
+    const ImageDifference difference = Compare(*a, *b, c.tolerance);
+    EXPECT_EQ(difference.differentPixels, c.different);
+    const auto& [red, green, blue, alpha] = difference.channels;
+    EXPECT_EQ(red.psnr, kInfinite);
+    EXPECT_EQ(blue.largest, 0);
+    EXPECT_EQ(green.largest, 255);
+    EXPECT_EQ(green.mean, 129);
+    EXPECT_NEAR(green.psnr, 10 * std::log10(65025 / ((9 + 65025) / 2.0)), 1e-9);
+    EXPECT_EQ(alpha.largest, c.alpha);
+    EXPECT_EQ(alpha.mean, c.alphaMean);
+    const ImageGuard picture = DifferenceOf(*a, *b).image;
+    EXPECT_EQ(PixelAt(*picture, 0, 0), c.first);
+    EXPECT_EQ(PixelAt(*picture, 1, 0), c.second);
+    EXPECT_FALSE(picture->flags & kFlagAlpha);
+  }
 }
 
 }  // namespace
