@@ -1,6 +1,6 @@
-// Any file under any name through the load dispatch. In front of the file's bytes stand four: the
-// extension's row in the registry (past them none), the frame, and the raw layout (0: none) with
-// the side of its square.
+// Any file under any name through the load dispatch. In front of the file's bytes stand six: the
+// extension's row in the registry (past them none), the frame, the raw layout (0: none) with the
+// side of its square, the quirks, and whether the header is enough.
 
 #include "dispatch/load.h"
 #include "fuzz/targets.h"
@@ -18,17 +18,21 @@ void FuzzDispatch(Run& run) {
   // A number whose bits are as good as any other choice of quirks.
   constexpr std::uint64_t kSpread = 0x9E3779B97F4A7C15;
   const QuirkScope quirks(QuirkSet(run.input.Byte() * kSpread));
+  const bool headerOnly = run.input.Bit();
   const std::string path =
       run.temp.Write(std::string("in.") + TypeExtension(row), run.input.Rest());
-  LoadChoices choices{
-      .rawKind = kind, .rawWidth = side, .rawHeight = side, .maxBytes = kImageCeiling};
+  LoadChoices choices{.rawKind = kind,
+                      .rawWidth = side,
+                      .rawHeight = side,
+                      .maxBytes = kImageCeiling,
+                      .headerOnly = headerOnly};
   LoadResult result = Load(path.c_str(), choices);
   if (result.want == LoadWant::frame) {
     Require(!result.image, "an image although the frame is to be chosen");
     choices.frame = frame;
     result = Load(path.c_str(), choices);
   }
-  RequireSound(result.image.get());
+  RequireSound(result.image.get(), headerOnly);
   Require(result.image || (result.failure != LoadFailure::none && !result.reason.empty()),
           "neither an image nor a reason");
   RemoveFile(path.c_str());

@@ -67,9 +67,10 @@ void Require(bool holds, const std::string& what) {
   if (!holds) throw std::runtime_error(what);
 }
 
-void RequireSound(const ImageRecord* image) {
+void RequireSound(const ImageRecord* image, bool headerOnly) {
   if (!image) return;
   Require(IsValidImage(image) && image->width >= 1 && image->height >= 1, "no live record");
+  if (headerOnly && !image->pixels) return Require(!image->rowOffsets, "rows without pixels");
   Require(LiveBlockSize(image->pixels) == std::uint64_t{4} * image->pixelCount,
           "pixels of another size");
   Require(image->rowOffsets[image->height - 1] == (image->height - 1) * image->width,

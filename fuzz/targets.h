@@ -38,8 +38,8 @@ void RunTarget(const Target& target, const Bytes& bytes);
 /// Throws `what` unless it holds.
 void Require(bool holds, const std::string& what);
 
-/// What every loaded record must keep to. It may be null.
-void RequireSound(const ImageRecord* image);
+/// What every loaded record must keep to. It may be null. `headerOnly`: so may its pixels.
+void RequireSound(const ImageRecord* image, bool headerOnly = false);
 
 /// The codecs that are plug-ins, called through the library.
 const std::vector<Codec>& PluginCodecs();

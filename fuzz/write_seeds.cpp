@@ -20,10 +20,14 @@ void Write(const fs::path& folder, const std::string& name, const Bytes& bytes) 
   WriteFile((folder / name).string(), bytes);
 }
 
-/// A file as the dispatch's target wants it: frame 1 of sequences, no raw layout, no quirks.
-Bytes ForDispatch(const std::string& extension, const Bytes& file) {
+/// Files as the dispatch's target wants them: frame 1 of sequences, no raw layout, no quirks, and
+/// once all of it, once the header alone.
+void WriteForDispatch(const fs::path& folder, const std::string& name, const std::string& extension,
+                      const Bytes& file) {
   const int row = TypeRowByExtension(extension.c_str());
-  return Bytes{static_cast<std::uint8_t>(row < 0 ? kRegistryRows : row), 1, 0, 5, 0} + file;
+  const Bytes choices = {static_cast<std::uint8_t>(row < 0 ? kRegistryRows : row), 1, 0, 5, 0};
+  Write(folder / "dispatch", name, choices + Bytes{0} + file);
+  Write(folder / "dispatch", "header-" + name, choices + Bytes{1} + file);
 }
 
 std::string ExtensionOf(const std::string& codec) {
@@ -41,8 +45,7 @@ void WriteSeeds(const Codec& codec, const fs::path& folder) {
   }
   for (const auto& [name, bytes] : seeds) {
     Write(folder / codec.name, name, bytes);
-    Write(folder / "dispatch", std::string(codec.name) + "-" + name,
-          ForDispatch(ExtensionOf(codec.name), bytes));
+    WriteForDispatch(folder, std::string(codec.name) + "-" + name, ExtensionOf(codec.name), bytes);
   }
 }
 
@@ -60,8 +63,8 @@ int main(int count, char** arguments) {
   for (const Codec& codec : PluginCodecs()) WriteSeeds(codec, folder);
   for (const auto& entry : fs::directory_iterator(IMX_SOURCE_DIR "/tests/formats/fixtures")) {
     if (entry.path().extension() != ".avi") continue;
-    Write(folder / "dispatch", entry.path().filename().string(),
-          ForDispatch("avi", ReadFile(entry.path().string())));
+    WriteForDispatch(folder, entry.path().filename().string(), "avi",
+                     ReadFile(entry.path().string()));
   }
   return 0;
 }
