@@ -278,16 +278,10 @@ std::string SetFlag(Request& request, const char* /*value*/) {
 }  // namespace
 
 std::string SetInterop(Request& request, const char* names) {
-  QuirkSet chosen;
-  for (std::string_view rest = names ? names : ""; !rest.empty();) {
-    const std::size_t comma = std::min(rest.find(','), rest.size());
-    const QuirkRow* row = FindQuirk(rest.substr(0, comma));
-    if (!row) return "names no known quirk (imx quirks lists them)";
-    chosen.set(row->id);
-    rest.remove_prefix(std::min(comma + 1, rest.size()));
-  }
+  const std::optional<QuirkSet> chosen = QuirksNamed(names ? names : "");
+  if (!chosen) return "names no known quirk (imx quirks lists them)";
   request.interop = true;
-  request.quirks = chosen.any() ? chosen : AllQuirks();
+  request.quirks = chosen->any() ? *chosen : AllQuirks();
   return {};
 }
 

@@ -1,14 +1,13 @@
 #include "cli/output.h"
 
 #include <cstdio>
-#include <cstring>
 #include <string_view>
 
 #include "cli/host.h"
 #include "cli/workers.h"
 #include "dispatch/safe_save.h"
+#include "dispatch/save_choices.h"
 #include "formats/codec_state.h"
-#include "imagelib/host.h"
 #include "imagelib/image.h"
 #include "imagelib/quirks.h"
 #include "imagelib/registry.h"
@@ -16,47 +15,6 @@
 #include "render/render.h"
 
 namespace imx {
-namespace {
-
-constexpr std::int32_t kNoChoice = -1;
-
-/// The row's choice of `bits` per pixel, or kNoChoice.
-std::int32_t DepthChoice(std::int32_t row, std::int32_t bits) {
-  for (std::int32_t choice = 0; choice < DepthChoiceCount(row); ++choice) {
-    if (DepthBits(DepthChoiceBit(row, choice)) == bits) return choice;
-  }
-  return kNoChoice;
-}
-
-std::int32_t DefaultDepthChoice(std::int32_t row, const ImageRecord& image) {
-  const std::int32_t withAlpha = image.flags & kFlagAlpha ? DepthChoice(row, 32) : kNoChoice;
-  const std::int32_t trueColour = DepthChoice(row, 24);
-  if (withAlpha != kNoChoice) return withAlpha;
-  return trueColour != kNoChoice ? trueColour : 0;
-}
-
-void WarnOfText(const char* name, const char* text, std::size_t kept) {
-  const std::size_t length = std::strlen(text);
-  if (length <= kept) return;
-  char line[80];
-  if (kept == 0) {
-    std::snprintf(line, sizeof line, "the %s is lost: this type keeps none", name);
-  } else {
-    std::snprintf(line, sizeof line, "the %s is cut to %zu bytes", name, kept);
-  }
-  LibMessage(line);
-}
-
-/// A line for each text that the row's files cannot keep whole.
-void WarnOfTexts(std::int32_t row, const ImageRecord& image) {
-  const TextLimits limits = TypeTextLimits(row);
-  WarnOfText("author", image.author, limits.author);
-  WarnOfText("comment", image.comment, limits.comment);
-  WarnOfText("rights notice", image.notice, limits.notice);
-}
-
-}  // namespace
-
 std::int32_t OutputRow(const Request& request, const std::string& output, std::string* fault) {
   std::string extension = request.type;
   if (extension.empty()) {
@@ -76,7 +34,7 @@ std::int32_t OutputRow(const Request& request, const std::string& output, std::s
     *fault = extension + " files can only be loaded, not saved";
     return -1;
   }
-  if (request.depth && DepthChoice(row, *request.depth) == kNoChoice) {
+  if (request.depth && DepthChoice(row, *request.depth) == kNoDepthChoice) {
     *fault =
         std::string(TypeExtension(row)) + " files have no depth " + std::to_string(*request.depth);
     return -1;
@@ -110,7 +68,7 @@ bool SaveOutput(const std::string& output, const Request& request, ImageRecord& 
   if (result.saved) {
     if (request.partOfBatch) TellSaved(output);
     if (!errors.empty()) ReportFailure(output, errors);
-    WarnOfTexts(image.saveType, image);
+    TellLostTexts(image);
     return true;
   }
   const std::string& why = result.reason.empty() ? errors : result.reason;

@@ -3,8 +3,8 @@
 #include "cli/host.h"
 #include "cli/input.h"
 #include "dispatch/load.h"
+#include "dispatch/operation_text.h"
 #include "imagelib/image.h"
-#include "imagelib/memory_edge.h"
 #include "ops/operations.h"
 
 namespace imx {
@@ -22,22 +22,9 @@ struct Canvas {
 
 /// Why a step could not be done; empty when it was.
 std::string Reason(const OperationError& error) {
-  switch (error.fault) {
-    case OperationFault::none:
-      break;
-    case OperationFault::outside:
-      return "nothing of the region lies within the image";
-    case OperationFault::noPixels:
-      return "not a pixel would be left";
-    case OperationFault::sourceTooSmall:
-      return "images below 3 x 3 pixels cannot be resampled";
-    case OperationFault::tooLarge:
-      return OversizedText(error.refusedBytes) +
-             (error.refusedBytes > ImageCeiling() ? " (--max-memory)" : "");
-    case OperationFault::noMemory:
-      return kOutOfMemory;
-  }
-  return {};
+  const bool aboveLimit =
+      error.fault == OperationFault::tooLarge && error.refusedBytes > ImageCeiling();
+  return OperationText(error) + (aboveLimit ? " (--max-memory)" : "");
 }
 
 /// A new image takes the place of the old one.

@@ -39,9 +39,11 @@ if(NOT IMX_SANITIZE AND NOT IMX_FUZZ)
     target_link_options(imx_flags INTERFACE -fstack-protector-strong
       -Wl,--dynamicbase -Wl,--nxcompat -Wl,--large-address-aware)
   else()
-    set(is_module $<STREQUAL:$<TARGET_PROPERTY:TYPE>,MODULE_LIBRARY>)
+    set(is_part $<STREQUAL:$<TARGET_PROPERTY:TYPE>,STATIC_LIBRARY>)
     set(is_program $<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>)
-    target_compile_options(imx_flags INTERFACE $<$<NOT:${is_module}>:-fPIE>)
+    # The parts also make the shared library, which exports nothing but its interface.
+    target_compile_options(imx_flags INTERFACE
+      $<${is_program}:-fPIE> $<${is_part}:-fPIC> $<${is_part}:-fvisibility=hidden>)
     target_link_options(imx_flags INTERFACE $<${is_program}:-pie> -Wl,-z,relro,-z,now)
   endif()
 endif()

@@ -10,8 +10,9 @@ namespace imx {
 class PluginLibrary {
  public:
   /// Loads `name`, a Windows file name such as "KZLDJPEG.DLL"; elsewhere it ends in ".so" instead.
-  /// The library must lie in the program's own folder, unless `name` tells another: one that came
-  /// with a picture, or lies in the current folder, is not run.
+  /// The library must lie in the folder of the program (or of the shared library that calls it) or
+  /// in that of its installation, unless `name` tells another: one that came with a picture, or
+  /// lies in the current folder, is not run.
   explicit PluginLibrary(const char* name);
   ~PluginLibrary();
   PluginLibrary(const PluginLibrary&) = delete;

@@ -162,6 +162,18 @@ std::string QuirkNames(const QuirkSet& set, const char* between) {
   return names;
 }
 
+std::optional<QuirkSet> QuirksNamed(std::string_view names) {
+  QuirkSet named;
+  while (!names.empty()) {
+    const std::size_t comma = std::min(names.find(','), names.size());
+    const QuirkRow* row = FindQuirk(names.substr(0, comma));
+    if (!row) return std::nullopt;
+    named.set(row->id);
+    names.remove_prefix(std::min(comma + 1, names.size()));
+  }
+  return named;
+}
+
 bool Quirk(QuirkId id) {
   if (turnedOn[id]) met.set(id);
   return turnedOn[id];

@@ -7,6 +7,7 @@
 
 #include <bitset>
 #include <cstddef>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -82,6 +83,9 @@ QuirkSet AllQuirks();
 
 /// The names of the quirks in `set`, in the table's order.
 std::string QuirkNames(const QuirkSet& set, const char* between = ", ");
+
+/// The quirks that `names` lists with commas between; none when one of them is not known.
+std::optional<QuirkSet> QuirksNamed(std::string_view names);
 
 /// Whether other programs' way holds in this place. Asked only where it makes a difference to the
 /// file at hand; a quirk asked while it is on counts as applied.

@@ -1,0 +1,49 @@
+#include "dispatch/save_choices.h"
+
+#include <cstddef>
+#include <cstdio>
+#include <cstring>
+
+#include "imagelib/host.h"
+#include "imagelib/image.h"
+#include "imagelib/registry.h"
+
+namespace imx {
+namespace {
+
+void TellLostText(const char* name, const char* text, std::size_t kept) {
+  const std::size_t length = std::strlen(text);
+  if (length <= kept) return;
+  char line[80];
+  if (kept == 0) {
+    std::snprintf(line, sizeof line, "the %s is lost: this type keeps none", name);
+  } else {
+    std::snprintf(line, sizeof line, "the %s is cut to %zu bytes", name, kept);
+  }
+  LibMessage(line);
+}
+
+}  // namespace
+
+std::int32_t DepthChoice(std::int32_t row, std::int32_t bits) {
+  for (std::int32_t choice = 0; choice < DepthChoiceCount(row); ++choice) {
+    if (DepthBits(DepthChoiceBit(row, choice)) == bits) return choice;
+  }
+  return kNoDepthChoice;
+}
+
+std::int32_t DefaultDepthChoice(std::int32_t row, const ImageRecord& image) {
+  const std::int32_t withAlpha = image.flags & kFlagAlpha ? DepthChoice(row, 32) : kNoDepthChoice;
+  const std::int32_t trueColour = DepthChoice(row, 24);
+  if (withAlpha != kNoDepthChoice) return withAlpha;
+  return trueColour != kNoDepthChoice ? trueColour : 0;
+}
+
+void TellLostTexts(const ImageRecord& image) {
+  const TextLimits limits = TypeTextLimits(image.saveType);
+  TellLostText("author", image.author, limits.author);
+  TellLostText("comment", image.comment, limits.comment);
+  TellLostText("rights notice", image.notice, limits.notice);
+}
+
+}  // namespace imx

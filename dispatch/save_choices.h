@@ -1,0 +1,22 @@
+/// What hosts choose for a save and tell their users about it.
+#pragma once
+
+#include <cstdint>
+
+namespace imx {
+
+struct ImageRecord;
+
+inline constexpr std::int32_t kNoDepthChoice = -1;
+
+/// The row's choice (ImageRecord::saveDepth) of `bits` per pixel, or kNoDepthChoice.
+std::int32_t DepthChoice(std::int32_t row, std::int32_t bits);
+
+/// The row's choice for an image of which the user said nothing: 32 bits with alpha, else 24, else
+/// the first.
+std::int32_t DefaultDepthChoice(std::int32_t row, const ImageRecord& image);
+
+/// A LibMessage for each of the image's texts that its saveType cannot keep whole.
+void TellLostTexts(const ImageRecord& image);
+
+}  // namespace imx
