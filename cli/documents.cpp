@@ -1,11 +1,9 @@
 #include "cli/documents.h"
 
-#include <cstdint>
 #include <sstream>
 #include <string_view>
 
 #include "imagelib/quirks.h"
-#include "imagelib/registry.h"
 
 namespace imx {
 namespace {
@@ -70,19 +68,11 @@ std::string Troff(std::string_view text) {
   return escaped;
 }
 
+}  // namespace
+
 bool IsShown(const Option& option, const Command& command) {
   return (option.commands & command.bit) && option.help;
 }
-
-std::string OptionNames(const Command& command) {
-  std::string names;
-  for (const Option& option : Options()) {
-    if (IsShown(option, command)) names.append(option.name).append(" ");
-  }
-  return names;
-}
-
-}  // namespace
 
 std::string HelpText() {
   std::string text = std::string("imx - ") + kSummary + "\n\n";
@@ -128,33 +118,6 @@ std::string QuirkTable() {
              " | " + row.ours + " | " + row.theirs + " |\n";
   }
   return table;
-}
-
-std::string BashCompletion() {
-  std::string names, types, cases;
-  for (const Command& command : Commands()) {
-    names += std::string(command.name) + " ";
-    cases += std::string("    ") + command.name + ") words='" + OptionNames(command) + "' ;;\n";
-  }
-  for (std::int32_t row = 0; TypeRowOutOfRange(row) == 0; ++row) {
-    if (TypeCanSave(row)) types += std::string(TypeExtension(row)) + " ";
-  }
-  return "_imx() {\n"
-         "  local words= current=${COMP_WORDS[COMP_CWORD]}\n"
-         "  case ${COMP_WORDS[1]} in\n" +
-         cases +
-         "  esac\n"
-         "  if [ \"$COMP_CWORD\" = 1 ]; then words='" +
-         names +
-         "--help --version'\n"
-         "  elif [ \"$3\" = --type ]; then words='" +
-         types +
-         "'\n"
-         "  elif [ \"${current#-}\" = \"$current\" ]; then words=\n"
-         "  fi\n"
-         "  COMPREPLY=($(compgen -W \"$words\" -- \"$current\"))\n"
-         "}\n"
-         "complete -o default -F _imx imx\n";
 }
 
 }  // namespace imx

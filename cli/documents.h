@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "cli/options.h"
 
@@ -13,7 +14,9 @@ std::string HelpText(const Command& command);
 std::string ManualPage();
 /// The table of quirks in Markdown, as docs/formats.md has it.
 std::string QuirkTable();
-/// Completion for bash.
-std::string BashCompletion();
+/// Completion for bash, zsh or fish; empty for another shell.
+std::string Completion(std::string_view shell);
+/// Whether the command's help, manual and completion have the option.
+bool IsShown(const Option& option, const Command& command);
 
 }  // namespace imx

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "cli/console.h"
@@ -21,7 +22,8 @@ std::string OwnText(const std::string& argument) {
   if (argument == "--version") return "imx " IMX_VERSION "\n";
   if (argument == "--print-man") return ManualPage();
   if (argument == "--print-quirks") return QuirkTable();
-  if (argument == "--print-completion") return BashCompletion();
+  constexpr std::string_view kCompletion = "--print-completion=";
+  if (argument.starts_with(kCompletion)) return Completion(argument.substr(kCompletion.size()));
   return {};
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "dispatch/save_choices.h"
 #include "imagelib/image.h"
 #include "imagelib/registry.h"
 
@@ -41,17 +42,10 @@ void FillAlpha(const ImageRecord& image, std::uint8_t value) {
   });
 }
 
-bool Offers(std::int32_t row, std::int32_t bits) {
-  for (std::int32_t choice = 0; choice < DepthChoiceCount(row); ++choice) {
-    if (DepthBits(DepthChoiceBit(row, choice)) == bits) return true;
-  }
-  return false;
-}
-
 /// Types that know 24 bits only write alpha where there is some.
 bool AlphaIsUnwanted(const ImageRecord& image) {
   return DepthBits(DepthChoiceBit(image.saveType, image.saveDepth)) == 24 &&
-         Offers(image.saveType, 32);
+         DepthChoice(image.saveType, 32) != kNoDepthChoice;
 }
 
 }  // namespace

@@ -16,7 +16,10 @@ static int make_thumbnail(const char* path) {
   if (!image) return 0;
 
   snprintf(output, sizeof output, "%s.thumbnail.png", path);
-  status = imx_fit(image, 128, 128, &report);
+  status = IMX_OK;
+  if (imx_image_width(image) > 128 || imx_image_height(image) > 128) {
+    status = imx_fit(image, 128, 128, &report);
+  }
   if (status == IMX_OK) status = imx_save_file(image, output, NULL, &report);
   if (status != IMX_OK) fprintf(stderr, "%s: %s\n", path, report.text);
   if (status == IMX_OK) {

@@ -106,18 +106,18 @@ typedef enum imx_raw_layout {
 
 /** What a load is told. imx_load_options_init() first. */
 typedef struct imx_load_options {
-  size_t struct_size;
+  size_t struct_size; /**< set by the function that sets the defaults */
   uint64_t max_bytes; /**< memory that the load may take; 1 GiB */
   int32_t reading;    /**< an imx_reading; IMX_READ_EXACT */
   int32_t frame;      /**< of a sequence, from 0; 0 */
   int32_t raw_layout; /**< of a headerless file: an imx_raw_layout; IMX_RAW_BY_NAME */
   int32_t raw_width;  /**< of a headerless file, in pixels; 0, which is not known */
-  int32_t raw_height;
+  int32_t raw_height; /**< of the same */
   const char*
       extension; /**< stands for that of the file's name, without a dot; null: the name's own */
   const char* quirks;    /**< names with commas between of what is read as others do; null: all */
   imx_progress progress; /**< null: none */
-  void* progress_user;
+  void* progress_user;   /**< handed to the progress function */
 } imx_load_options;
 
 /** Where the colours of a file of 8 bits or fewer come from. */
@@ -130,7 +130,7 @@ typedef enum imx_palette_source {
 
 /** What a save is told. imx_save_options_init() first. */
 typedef struct imx_save_options {
-  size_t struct_size;
+  size_t struct_size; /**< set by the function that sets the defaults */
   const char* type;   /**< extension of the type without a dot; null: by the path's own */
   const char* quirks; /**< what is written as others do: names with commas between; null: nothing */
   int32_t depth;      /**< bits per pixel; 0: 32 with alpha, else 24, else the type's first */
@@ -144,7 +144,7 @@ typedef struct imx_save_options {
   int32_t strength;      /**< of the dither, 0 to 100 percent; 100 */
   int32_t durable;       /**< 1: the new file is on the disk before it replaces the old one; 1 */
   imx_progress progress; /**< null: none */
-  void* progress_user;
+  void* progress_user;   /**< handed to the progress function */
 } imx_save_options;
 
 /** Texts that an image carries. Files keep them as far as their type has room. */
@@ -158,27 +158,27 @@ typedef enum imx_text {
 
 /** A rectangle of pixels; all four edges belong to it. */
 typedef struct imx_region {
-  int32_t left;
-  int32_t top;
-  int32_t right;
-  int32_t bottom;
+  int32_t left;   /**< first column */
+  int32_t top;    /**< first row */
+  int32_t right;  /**< last column */
+  int32_t bottom; /**< last row */
 } imx_region;
 
 /** A type of files. */
 typedef struct imx_format {
-  size_t struct_size;    /**< sizeof(imx_format), set by the caller */
-  const char* extension; /**< without a dot */
-  const char* label;     /**< for file dialogs */
-  int32_t can_load;
-  int32_t can_save;
-  int32_t has_compression;
-  int32_t has_interlace;
-  int32_t has_quality;
-  int32_t depth_count;  /**< entries of depths in use */
-  int32_t depths[10];   /**< bits per pixel that can be saved */
-  int32_t author_bytes; /**< of the author that files keep; 0: none */
-  int32_t comment_bytes;
-  int32_t notice_bytes;
+  size_t struct_size;      /**< sizeof(imx_format), set by the caller */
+  const char* extension;   /**< without a dot */
+  const char* label;       /**< for file dialogs */
+  int32_t can_load;        /**< 0 or 1 */
+  int32_t can_save;        /**< 0 or 1 */
+  int32_t has_compression; /**< 0 or 1 */
+  int32_t has_interlace;   /**< 0 or 1 */
+  int32_t has_quality;     /**< 0 or 1 */
+  int32_t depth_count;     /**< entries of depths in use */
+  int32_t depths[10];      /**< bits per pixel that can be saved */
+  int32_t author_bytes;    /**< of the author that files keep; 0: none */
+  int32_t comment_bytes;   /**< of the comment */
+  int32_t notice_bytes;    /**< of the rights notice */
 } imx_format;
 
 /** The library's version, such as "1.0.0". */

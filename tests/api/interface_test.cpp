@@ -4,6 +4,7 @@
 #include <sstream>
 #include <string>
 
+#include "tests/support/files.h"
 #include "tests/support/run_program.h"
 
 namespace imx::test {
@@ -31,6 +32,16 @@ TEST(InterfaceTest, NothingElseIsExported) {
     ++functions;
   }
   EXPECT_GT(functions, 30);
+}
+
+TEST(InterfaceTest, EveryPartOfTheHeaderIsDocumented) {
+  TempDir temp;
+  const std::string settings =
+      ReadTextFile(IMX_SOURCE_DIR "/docs/Doxyfile") +
+      "INPUT = " IMX_SOURCE_DIR "/include\nOUTPUT_DIRECTORY = " + temp.path();
+  const ProgramResult result = RunProgram({"doxygen", "-"}, settings);
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_TRUE(FileExists(temp.file("html/imx_8h.html")));
 }
 
 }  // namespace

@@ -130,7 +130,7 @@ TEST_F(ArgumentsTest, FormatsListsTheRegistry) {
 
 TEST_F(ArgumentsTest, CompletionAndManualKnowTheOptions) {
   const ProgramResult completed = Bash(R"(
-    source <(imx --print-completion)
+    source <(imx --print-completion=bash)
     complete_words() { COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1))
       _imx imx "${!#}" "${COMP_WORDS[COMP_CWORD - 1]}"; echo "${COMPREPLY[@]}"; }
     complete_words imx co
@@ -143,6 +143,13 @@ TEST_F(ArgumentsTest, CompletionAndManualKnowTheOptions) {
             "pcx ppm "
             "png\n\n");
   EXPECT_EQ(completed.err, "");
+  const ProgramResult others = Bash(R"(
+    imx --print-completion=zsh > _imx && zsh -n _imx &&
+    imx --print-completion=fish > imx.fish && fish -n imx.fish &&
+    fish -c 'source imx.fish; complete -C "imx convert --ty"; complete -C "imx co"')");
+  EXPECT_EQ(others.out + others.err,
+            "--type\tthe type to save as (default: by the extension of OUTPUT)\n"
+            "convert\tload an image, change it, and save it\ncount\tcount an image's colours\n");
   const std::string manual = ImxOutput({"--print-man"});
   EXPECT_THAT(manual, StartsWith(".TH IMX 1\n"));
   EXPECT_THAT(manual, HasSubstr(".B \\-\\-max\\-memory MIB\n"));
