@@ -38,7 +38,7 @@ struct CallState {
   bool stopped = false;
   Texts errors;
   Texts notes;
-  std::string_view title;
+  const char* title = "";
   std::int32_t position = 0;
   std::int32_t total = 0;
 };
@@ -60,14 +60,14 @@ int KeepNote(void* text) {
 int Tell() {
   if (!call.listener.progress) return 0;
   // What has asked to stop once is not asked again: some loaders look at the answer later.
-  call.stopped = call.stopped || call.listener.progress(call.listener.user, call.title.data(),
+  call.stopped = call.stopped || call.listener.progress(call.listener.user, call.title,
                                                         call.position, call.total) != 0;
   return call.stopped ? 1 : 0;
 }
 
 int Begin(void* argument) {
   const auto* request = static_cast<const ProgressRequest*>(argument);
-  call.title = reinterpret_cast<const char*>(request->first);
+  if (request->first) call.title = reinterpret_cast<const char*>(request->first);
   call.total = request->total;
   call.position = 0;
   return Tell();

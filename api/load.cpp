@@ -98,8 +98,9 @@ Outcome LoadPath(const char* path, const imx_load_options& options, imx_image** 
   } else if (!errors.empty() && outcome.status == IMX_DAMAGED) {
     outcome.text = errors;  // what the loader said itself is more exact
   }
-  if (result.image) GiveImage(std::move(result.image), result.frames, image);
-  return outcome;
+  if (!result.image) return outcome;
+  const Outcome given = GiveImage(std::move(result.image), result.frames, image);
+  return given.status == IMX_OK ? outcome : given;
 }
 
 Outcome LoadBytes(const void* bytes, std::size_t size, const imx_load_options& options,
