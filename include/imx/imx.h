@@ -207,7 +207,7 @@ IMX_API imx_status imx_load_file(const char* path, const imx_load_options* optio
 /**
  * @brief The same for a file that is in memory.
  *
- * The types that are known by their name (Targa, PCX, PPM, FLIC, DEM, headerless files) need
+ * The types that are known by their name (Targa, PCX, Alias, FLIC, DEM, headerless files) need
  * imx_load_options::extension.
  *
  * @param bytes of the file
