@@ -27,7 +27,7 @@ endfunction()
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_COMPONENTS_ALL imx libimx1 libimx-dev)
+set(CPACK_COMPONENTS_ALL imx libimx1 libimx-dev python3-imx imx-desktop)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
@@ -45,6 +45,12 @@ imx_debian_package(libimx1 libs "image load and save library"
 need the libraries that it recommends, AVI those of FFmpeg.")
 imx_debian_package(libimx-dev libdevel "image load and save library - development files"
   "${about} the C header, the static library and examples.")
+imx_debian_package(python3-imx python "image load and save library - Python module"
+  "${about} the Python module imx, whose pixels are numpy arrays,
+and a plug-in for Pillow.")
+imx_debian_package(imx-desktop graphics "IMX's picture formats in file managers and GTK programs"
+  "${about} a loader for gdk-pixbuf, the MIME types of the
+formats and a thumbnailer.")
 
 # ./package tells what the program and the library are linked with and what they open.
 set(CPACK_DEBIAN_IMX_PACKAGE_DEPENDS "libimx1 (= ${PROJECT_VERSION}), ${IMX_LINKED_PACKAGES}")

@@ -1,0 +1,17 @@
+// The Python package, tested by pytest.
+#include <gtest/gtest.h>
+
+#include "tests/support/run_program.h"
+
+namespace imx::test {
+namespace {
+
+TEST(PythonTest, ThePackageDoesWhatItSays) {
+  const ProgramResult result =
+      RunProgram({"env", "PYTHONPATH=" IMX_PYTHON_FOLDER, "PYTHONDONTWRITEBYTECODE=1", IMX_PYTHON,
+                  "-m", "pytest", "-q", "-p", "no:cacheprovider", IMX_SOURCE_DIR "/tests/python"});
+  EXPECT_EQ(result.status, 0) << result.out << result.err;
+}
+
+}  // namespace
+}  // namespace imx::test
