@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "tests/formats/station_builder.h"
 #include "tests/support/files.h"
 #include "tests/support/run_program.h"
 
@@ -30,9 +31,13 @@ class DesktopTest : public testing::Test {
         "/desktop/imx.xml share/mime/packages; update-mime-database share/mime;"
         "convert -size 200x100 gradient:red-blue -depth 8 a.png; convert a.png a.psd;"
         "for type in trm iff pic rla pix pcx rgb; do imx convert a.png a.$type; done;"
-        "cp " IMX_SOURCE_DIR "/fuzz/samples/flic/flc a.flc; cp " IMX_SOURCE_DIR
-        "/fuzz/samples/dem/touching-reals a.dem");
+        "cp " IMX_SOURCE_DIR "/fuzz/samples/flic/flc a.flc");
     ASSERT_EQ(made.status, 0) << made.err;
+    std::string model = DemHeader({});
+    for (int column = 1; column <= 1201; ++column) {
+      model += DemProfile(column) + Repeated("100 ", 1201);
+    }
+    temp.Write("a.dem", model);
   }
 
   TempDir temp;

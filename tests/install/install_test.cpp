@@ -37,6 +37,10 @@ TEST_F(InstallTest, ProgramAndLibraryAreFoundAndFindTheirPlugins) {
       "[[ -s $root/share/man/man1/imx.1 && -s $root/share/zsh/vendor-completions/_imx"
       " && -s $root/share/fish/vendor_completions.d/imx.fish"
       " && -s $root/share/bash-completion/completions/imx && -s $root/share/doc/imx/LICENSE ]]");
+  EXPECT_EQ(Bash("PYTHONPATH=$root/lib/python3/dist-packages PYTHONDONTWRITEBYTECODE=1"
+                 " LD_LIBRARY_PATH=$libraries " IMX_PYTHON
+                 " -c 'import imx; print(imx.__version__, imx.load(\"a.jpg\").pixels.shape)'"),
+            IMX_VERSION " (200, 400, 4)\n");
   // Nothing of the build's folders is in what was installed.
   EXPECT_EQ(Bash("readelf -d $root/bin/imx $libraries/libimx.so.1 | grep -E 'RPATH|RUNPATH' || "
                  "grep -rl " IMX_SOURCE_DIR " $root || true"),
