@@ -80,15 +80,6 @@ void Count(const ItemOutcome& outcome, BatchCounts* counts) {
   }
 }
 
-WorkPlan PlanOf(const Request& request) {
-  WorkPlan plan;
-  plan.jobs = request.jobs.value_or(ProcessorCount());
-  plan.arguments = {"convert"};
-  plan.arguments.insert(plan.arguments.end(), request.options.begin(), request.options.end());
-  plan.arguments.push_back("--part-of-batch");
-  return plan;
-}
-
 /// Does all items. False when something failed, which has been reported.
 bool Run(const Request& request, BatchItems& items, BatchProgress& progress, BatchCounts& counts) {
   std::string reason;
@@ -98,7 +89,7 @@ bool Run(const Request& request, BatchItems& items, BatchProgress& progress, Bat
     return false;
   }
   OutputFolders folders(request);
-  WorkPlan plan = PlanOf(request);
+  WorkPlan plan = PlanOfWorkers(request, "convert");
   plan.next = [&](BatchItem* item) {
     if (!items.Next(item)) return false;
     folders.Ready(item->output);
@@ -145,8 +136,19 @@ std::string CheckFolder(const Request& request) {
   return reason;
 }
 
-void Conclude(const Request& request, const Gathering& gathering, const BatchCounts& counts,
-              double seconds) {
+}  // namespace
+
+WorkPlan PlanOfWorkers(const Request& request, const char* command) {
+  WorkPlan plan;
+  plan.jobs = request.jobs.value_or(ProcessorCount());
+  plan.arguments = {command};
+  plan.arguments.insert(plan.arguments.end(), request.options.begin(), request.options.end());
+  plan.arguments.push_back("--part-of-batch");
+  return plan;
+}
+
+void ConcludeBatch(const Request& request, const Gathering& gathering, const BatchCounts& counts,
+                   double seconds) {
   if (Interrupted() && counts.over() < counts.total) {
     ReportFailure(
         {}, "interrupted: " + std::to_string(counts.total - counts.over()) + " not converted");
@@ -159,8 +161,6 @@ void Conclude(const Request& request, const Gathering& gathering, const BatchCou
                                          std::to_string(counts.skipped) + " to skip"
                                    : SummaryText(counts, seconds));
 }
-
-}  // namespace
 
 int ConvertBatch(const Request& request) {
   BatchProgress progress;
@@ -189,7 +189,7 @@ int ConvertBatch(const Request& request) {
   } else {
     all = Run(request, gathering.items, progress, counts) && all;
   }
-  Conclude(request, gathering, counts, progress.Seconds());
+  ConcludeBatch(request, gathering, counts, progress.Seconds());
   return all && counts.failed == 0 && counts.over() == counts.total ? kDone : kFailed;
 }
 

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cstdio>
 #include <cstring>
+#include <set>
 
 #include "cli/host.h"
 #include "cli/input.h"
@@ -49,7 +50,10 @@ class Gatherer {
  public:
   Gatherer(const Request& request, Gathering* gathering,
            const std::function<void(std::uint64_t)>& found)
-      : request_(request), gathering_(*gathering), found_(found) {}
+      : request_(request), gathering_(*gathering), found_(found) {
+    own_.insert(FileIdentity(request.outputFolder));
+    for (const std::string& folder : gathering->ownFolders) own_.insert(FileIdentity(folder));
+  }
 
   void TakeName(const std::string& name) {
     if (request_.recurse && KindOfPath(name) == PathKind::directory) {
@@ -107,13 +111,12 @@ class Gatherer {
   void Walk(const std::string& root) {
     const std::string start =
         kPathSeparators.find(root.back()) == std::string_view::npos ? root + "/" : root;
-    const std::string outputs = FileIdentity(request_.outputFolder);
     std::vector<std::string> waiting = {""};
     while (!waiting.empty()) {
       const std::string below = std::move(waiting.back());
       waiting.pop_back();
       // What an earlier run made is no input.
-      if (!below.empty() && FileIdentity(start + below) == outputs) continue;
+      if (!below.empty() && own_.contains(FileIdentity(start + below))) continue;
       std::string reason;
       const bool read = ListFolder(
           start + below,
@@ -135,6 +138,7 @@ class Gatherer {
   const Request& request_;
   Gathering& gathering_;
   const std::function<void(std::uint64_t)>& found_;
+  std::set<std::string> own_;  ///< identities of folders of the run's outputs
 };
 
 }  // namespace

@@ -45,6 +45,8 @@ struct Gathering {
   std::uint64_t others = 0;  ///< files in the trees that are no pictures
   bool complete = true;      ///< every list and folder could be read; else it has been reported
   std::vector<std::string> readFiles = {};  ///< what else the run reads
+  /// Besides the output folder: folders that no walk goes into.
+  std::vector<std::string> ownFolders = {};
 };
 
 /// Finds the request's inputs: its operands, the trees below them, the lists that it names; of

@@ -20,6 +20,8 @@ constexpr Command kCommands[] = {
      "tell how two pictures differ; the exit status is 0 when they are equal within the tolerance, "
      "1 when not, 2 when one cannot be read",
      2, 2, RunCompare},
+    {kGallery, "gallery", "-o DIR INPUT...", "make a web page of pictures, with what failed", 1,
+     SIZE_MAX, RunGallery},
     {kQuirks, "quirks", "", "list the places where the library and other programs differ", 0, 0,
      RunQuirks},
 };

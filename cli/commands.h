@@ -11,6 +11,7 @@ int RunPixels(const Request& request);
 int RunCount(const Request& request);
 int RunConvert(const Request& request);
 int RunCompare(const Request& request);
+int RunGallery(const Request& request);
 int RunQuirks(const Request& request);
 
 }  // namespace imx

@@ -43,16 +43,9 @@ int Convert(const Request& request, const Conversion& conversion) {
 /// Converts to one output as if nothing had been before.
 ItemStatus ConvertTo(const Request& request, const std::string& input, const std::string& output) {
   if (OutputStays(request, input, output)) return ItemStatus::skipped;
-  ResetRenderer();
-  ResetCodecState();
   std::string fault;
   const std::int32_t row = OutputRow(request, output, &fault);
-  const std::int32_t faultsBefore = GetMemoryCounters().faults;
-  const int status = ReportingOutOfMemory(input, [&] {
-    return Convert(request, {input, output, row});
-  });
-  const bool isDone = status == kDone && GetMemoryCounters().faults == faultsBefore;
-  return isDone ? ItemStatus::done : ItemStatus::failed;
+  return DoAsFirst(input, [&] { return Convert(request, {input, output, row}); });
 }
 
 ItemStatus ConvertItem(const Request& request, const BatchItem& item) {

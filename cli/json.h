@@ -3,10 +3,17 @@
 
 #include <cstdio>
 #include <nlohmann/json.hpp>
+#include <string>
 
 namespace imx {
 
-/// Prints the value in one line. Bytes that are not UTF-8 become U+FFFD.
+/// The value in one line. Bytes that are not UTF-8 become U+FFFD.
+template <typename Json>
+std::string JsonText(const Json& value) {
+  return value.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+/// Prints JsonText and a line end.
 void PrintJsonLine(const nlohmann::ordered_json& value, std::FILE* to = stdout);
 
 }  // namespace imx

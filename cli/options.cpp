@@ -287,7 +287,8 @@ std::string SetInterop(Request& request, const char* names) {
 
 namespace {
 
-constexpr unsigned kLoading = kInfo | kPixels | kConvert | kCount | kCompare;
+constexpr unsigned kLoading = kInfo | kPixels | kConvert | kCount | kCompare | kGallery;
+constexpr unsigned kManyInputs = kConvert | kGallery;
 
 constexpr Option kOptions[] = {
     {"--json", 0, nullptr, kFormats | kInfo | kQuirks | kCompare,
@@ -351,19 +352,19 @@ constexpr Option kOptions[] = {
      SetNumber<&Request::strength, 0, 100>},
     {"--render-bits", 0, "N", kConvert,
      "bits of the palette, 1 to 8 (default: the depth that is saved)", SetRenderBits},
-    {"--output-dir", 'o', "DIR", kConvert,
-     "save every INPUT in DIR, which is made when missing, under its own name with the extension "
-     "of --type",
+    {"--output-dir", 'o', "DIR", kManyInputs,
+     "save in DIR, which is made when missing: every INPUT under its own name with the extension "
+     "of --type; a gallery as index.html with the folders thumbs and full",
      SetOutputFolder},
-    {"--recurse", 'r', nullptr, kConvert,
-     "with -o: walk the folders among the inputs and make the tree below each again in DIR; files "
-     "that no loader knows by content or name are passed over",
+    {"--recurse", 'r', nullptr, kManyInputs,
+     "with -o: walk the folders among the inputs (convert makes the tree below each again in DIR); "
+     "files that no loader knows by content or name are passed over",
      SetFlag<&Request::recurse, true>},
-    {"--files-from", 0, "FILE", kConvert,
+    {"--files-from", 0, "FILE", kManyInputs,
      "with -o: more inputs, one a line of FILE (- for standard input)", SetFilesFrom},
-    {"--null", '0', nullptr, kConvert, "the names in --files-from end with a zero byte each",
+    {"--null", '0', nullptr, kManyInputs, "the names in --files-from end with a zero byte each",
      SetFlag<&Request::endedByZero, true>},
-    {"--jobs", 'j', "N", kConvert,
+    {"--jobs", 'j', "N", kManyInputs,
      "with -o: files converted at the same time (default: the number of processors)", SetJobs},
     {"--no-clobber", 'n', nullptr, kConvert, "leave outputs that exist as they are",
      SetFlag<&Request::noClobber, true>},
@@ -384,11 +385,11 @@ constexpr Option kOptions[] = {
      SetFlag<&Request::dryRun, true>},
     {"--verbose", 'v', nullptr, kConvert, "print INPUT -> OUTPUT when that is done",
      SetFlag<&Request::verbose, true>},
-    {"--no-sync", 0, nullptr, kConvert,
+    {"--no-sync", 0, nullptr, kManyInputs,
      "do not wait until the new file is on the disk before it replaces the old one: faster, but a "
      "power cut may then leave an empty or damaged file",
      SetFlag<&Request::sync, false>},
-    {"--part-of-batch", 0, nullptr, kConvert, nullptr, SetFlag<&Request::partOfBatch, true>},
+    {"--part-of-batch", 0, nullptr, kManyInputs, nullptr, SetFlag<&Request::partOfBatch, true>},
     {"--frame", 0, "N", kLoading, "frame of an animation, counted from 0 (default 0)",
      SetNumber<&Request::frame, 0, INT32_MAX - 1>},
     {"--all-frames", 0, nullptr, kConvert,

@@ -100,6 +100,7 @@ enum CommandBit : unsigned {
   kCount = 1u << 4,
   kQuirks = 1u << 5,
   kCompare = 1u << 6,
+  kGallery = 1u << 7,
   kAllCommands = ~0u,
 };
 

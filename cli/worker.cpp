@@ -2,6 +2,7 @@
 #include <cstdio>
 
 #include "cli/console.h"
+#include "cli/host.h"
 #include "cli/processes.h"
 #include "cli/workers.h"
 #include "formats/codec_state.h"
@@ -43,6 +44,19 @@ void ServeItems(const std::function<ItemStatus(const BatchItem&)>& convert) {
 void TellSaved(const std::string& output) {
   std::printf("%c%llu %s%c", kRecordSaved, static_cast<unsigned long long>(FileSize(output)),
               output.c_str(), '\0');
+}
+
+void TellFacts(const std::string& facts) {
+  std::printf("%c%s%c", kRecordFacts, facts.c_str(), '\0');
+}
+
+ItemStatus DoAsFirst(const std::string& input, const std::function<int()>& work) {
+  ResetRenderer();
+  ResetCodecState();
+  const std::int32_t faultsBefore = GetMemoryCounters().faults;
+  const int status = ReportingOutOfMemory(input, work);
+  const bool isDone = status == kDone && GetMemoryCounters().faults == faultsBefore;
+  return isDone ? ItemStatus::done : ItemStatus::failed;
 }
 
 }  // namespace imx

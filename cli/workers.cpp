@@ -146,6 +146,8 @@ class Pool {
       const char* const behind = std::from_chars(text.data(), end, bytes).ptr;
       worker.outcome.bytes += bytes;
       plan_.saved(worker.items.front(), behind < end ? std::string(behind + 1, end) : text);
+    } else if (record.starts_with(kRecordFacts)) {
+      worker.outcome.facts = text;
     } else if (record.starts_with(kRecordEnd) && !text.empty()) {
       worker.outcome.status = static_cast<ItemStatus>(text[0] - '0');
       End(worker);

@@ -23,11 +23,13 @@ struct ItemOutcome {
   std::string message;  ///< what was said about it
   double seconds = 0;
   std::uint64_t bytes = 0;  ///< of its outputs
+  std::string facts;        ///< what the worker told beyond that
 };
 
 /// Kinds of a worker's records.
 inline constexpr char kRecordMessage = 'm';  ///< a line for the user
 inline constexpr char kRecordSaved = 's';    ///< bytes, a blank and the name of an output
+inline constexpr char kRecordFacts = 'f';    ///< of the item, in the command's own form
 inline constexpr char kRecordEnd = 'e';      ///< of the item; an ItemStatus as a digit
 
 /// Does the items that a worker is given on standard input, each by `convert`, as if it were the
@@ -36,6 +38,12 @@ void ServeItems(const std::function<ItemStatus(const BatchItem&)>& convert);
 
 /// Tells, in a worker, that `output` has been saved.
 void TellSaved(const std::string& output);
+
+/// Tells, in a worker, what the command is to know of the item (ItemOutcome::facts).
+void TellFacts(const std::string& facts);
+
+/// Does `work`, which gives an exit status, for `input` as if it were the program's first.
+ItemStatus DoAsFirst(const std::string& input, const std::function<int()>& work);
 
 /// What a run over many items asks and tells.
 struct WorkPlan {
