@@ -17,9 +17,10 @@ const std::string_view kGalleryHead = R"html(<!DOCTYPE html>
 <style>
 :root {
   color-scheme: light dark;
-  --faint: color-mix(in srgb, currentColor 12%, transparent);
-  --alarm: light-dark(#b00020, #ff8a8a);
+  --faint: rgb(128 128 128 / .3);
+  --alarm: #b00020;
 }
+@media (prefers-color-scheme: dark) { :root { --alarm: #ff8a8a; } }
 * { box-sizing: border-box; }
 [hidden] { display: none !important; }
 body { margin: 0; font: 1rem/1.4 system-ui, sans-serif; }
@@ -186,8 +187,8 @@ list.addEventListener('click', event => {
 viewer.addEventListener('keydown', event => {
   const stage = at('stage');
   const fits = stage.scrollWidth <= stage.clientWidth;
-  if (event.key === 'PageUp' || fits && event.key === 'ArrowLeft') step(-1);
-  else if (event.key === 'PageDown' || fits && event.key === 'ArrowRight') step(1);
+  if (event.key === 'p' || fits && event.key === 'ArrowLeft') step(-1);
+  else if (event.key === 'n' || fits && event.key === 'ArrowRight') step(1);
   else if (event.key === 'f') fit();
   else return;
   event.preventDefault();
