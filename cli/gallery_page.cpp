@@ -1,5 +1,7 @@
 #include "cli/gallery_page.h"
 
+#include "imagelib/system_files.h"
+
 namespace imx {
 namespace {
 
@@ -36,12 +38,14 @@ std::string Texts(const PictureFacts& facts) {
 
 /// The picture, or what stands in its place, and its name.
 std::string Picture(const GalleryEntry& entry) {
-  const std::string name = "<bdi>" + HtmlText(entry.input) + "</bdi>";
+  const std::size_t folder = entry.input.find_last_of(kPathSeparators) + 1;
+  const std::string name = "<bdi><small>" + HtmlText(entry.input.substr(0, folder)) + "</small>" +
+                           HtmlText(entry.input.substr(folder)) + "</bdi>";
   if (!entry.facts.shown) return "<div class=\"thumb none\">no picture</div>" + name;
   const std::string thumbnail = std::string(kThumbnailFolder) + "/" + entry.file;
   return "<a" + Attribute("href", std::string(kPictureFolder) + "/" + entry.file) +
-         "><img class=\"thumb\" loading=\"lazy\" decoding=\"async\" alt=\"\"" +
-         Attribute("src", thumbnail) + ">" + name + "</a>";
+         "><div class=\"thumb\"><img loading=\"lazy\" decoding=\"async\" alt=\"\"" +
+         Attribute("src", thumbnail) + "></div>" + name + "</a>";
 }
 
 std::string Card(const GalleryEntry& entry) {

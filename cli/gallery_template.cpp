@@ -42,11 +42,14 @@ input, select, button { font: inherit; padding: .3rem .5rem; min-height: 2.4rem;
 #list li.failed { border-color: var(--alarm); }
 #list a { display: block; color: inherit; text-decoration: none; }
 #list a:focus-visible { outline: 3px solid Highlight; outline-offset: 2px; }
-.thumb { display: block; width: 100%; height: 10rem; margin-bottom: .3rem; }
+.thumb {
+  height: 10rem; margin-bottom: .3rem; display: grid; place-items: center; background: var(--faint);
+}
 img { background: repeating-conic-gradient(#bbb 0 25%, #eee 0 50%) 0 0 / 16px 16px; }
-img.thumb { object-fit: scale-down; }
-.none { display: grid; place-items: center; background: var(--faint); font-style: italic; }
+.thumb img { max-width: 100%; max-height: 10rem; }
+.none { font-style: italic; }
 bdi { font-weight: 600; }
+small { font-weight: 400; opacity: .7; }
 p, dl, dd { margin: .2rem 0 0; }
 dt { float: left; margin-right: .4em; opacity: .7; }
 dd { white-space: pre-wrap; }

@@ -51,6 +51,9 @@ TEST(WindowsNamesTest, WildcardsAndEveryScriptWork) {
   EXPECT_NE(Printed().find("\xE6\x97\xA5\xE6\x9C\xAC.trm -> made/\xE6\x97\xA5"), std::string::npos)
       << Printed();
   EXPECT_TRUE(Exists(L"made\\\u00e9.gif"));
+  EXPECT_EQ(RunImx(L"gallery -q -o page *.ppm"), 0) << Printed();
+  EXPECT_NE(ReadTextFile("page/index.html").find("</small>\xE6\x97\xA5\xE6\x9C\xAC.ppm<"),
+            std::string::npos);
   EXPECT_EQ(RunImx(L"info none-*.ppm"), 1);
   EXPECT_EQ(RunImx(L"convert saved\\\u00e9.trm \\imx-test.png"), 0) << Printed();
   EXPECT_TRUE(DeleteFileW(L"\\imx-test.png"));
