@@ -13,14 +13,15 @@ std::string Element(const char* name, const std::string& content) {
   return std::string("<") + name + ">" + content + "</" + name + ">";
 }
 
-/// "PNG · 80 × 60 · 24 bits · 12 frames"
+/// "PNG · 80 × 60 · 24 bits · 12 frames", broken between its parts only.
 std::string Summary(const PictureFacts& facts) {
   if (facts.format.empty()) return {};
-  std::string text = HtmlText(facts.format) + " · " + std::to_string(facts.width) + " × " +
-                     std::to_string(facts.height);
-  if (facts.depth > 0) text += " · " + std::to_string(facts.depth) + " bits";
+  std::string text = HtmlText(facts.format) + " · " + std::to_string(facts.width) +
+                     "\u00A0×\u00A0" + std::to_string(facts.height);
+  if (facts.depth > 0) text += " · " + std::to_string(facts.depth) + "\u00A0bits";
   if (facts.frames > 0) {
-    text += " · " + std::to_string(facts.frames) + (facts.frames == 1 ? " frame" : " frames");
+    text +=
+        " · " + std::to_string(facts.frames) + (facts.frames == 1 ? "\u00A0frame" : "\u00A0frames");
   }
   return Element("p", text);
 }

@@ -20,10 +20,10 @@ TEST_F(GalleryTest, EveryTextIsEscaped) {
   temp.Write(name, Pixmap(2, 3));
   ImxOutput({"convert", name, "t.tga", "--author", "</dd>&", "--comment", "\"'"});
   ImxOutput({"gallery", "-q", "-o", "page", name, "t.tga", "--max-memory", "9"});
-  EXPECT_THAT(
-      List(Contents("page/index.html")),
-      AllOf(HasSubstr(">a&lt;b&gt;&amp;&quot;&#39;\uFFFD\xFF.ppm<"), HasSubstr("2 × 3 · 24"),
-            HasSubstr("<dd>&lt;/dd&gt;&amp;</dd>"), HasSubstr("<dd>&quot;&#39;</dd>")));
+  EXPECT_THAT(List(Contents("page/index.html")),
+              AllOf(HasSubstr(">a&lt;b&gt;&amp;&quot;&#39;\uFFFD\xFF.ppm<"),
+                    HasSubstr("2\u00A0×\u00A03 · 24"), HasSubstr("<dd>&lt;/dd&gt;&amp;</dd>"),
+                    HasSubstr("<dd>&quot;&#39;</dd>")));
 }
 
 TEST_F(GalleryTest, FailuresAndFramesAreShownAndCounted) {
@@ -38,9 +38,9 @@ TEST_F(GalleryTest, FailuresAndFramesAreShownAndCounted) {
   const std::string list = List(Contents("page/index.html"));
   const std::string cards[] = {
       "class=.failed.*no picture.*broken.tga.*not an image of a known type",
-      "class=.failed.*<img.*cut.ppm.*30 × 30.*the file ends early",
-      "class=.failed.*no picture.*large.ppm.*900 × 900.*--max-memory",
-      "data-format=.FLC.*<img.*m.flc.* frames",
+      "class=.failed.*<img.*cut.ppm.*30\u00A0×\u00A030.*the file ends early",
+      "class=.failed.*no picture.*large.ppm.*900\u00A0×\u00A0900.*--max-memory",
+      "data-format=.FLC.*<img.*m.flc.*\u00A0frames",
       "class=.failed.*no picture.*none.gif.*No such file"};
   for (const std::string& card : cards)
     EXPECT_EQ(Bash("grep -cE '<li.*" + card + "' page/index.html").out, "1\n") << card << list;
