@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdio>
 #include <iterator>
+
+#include "cli/documents.h"
 
 namespace imx {
 namespace {
@@ -24,6 +27,7 @@ constexpr Command kCommands[] = {
      SIZE_MAX, RunGallery},
     {kQuirks, "quirks", "", "list the places where the library and other programs differ", 0, 0,
      RunQuirks},
+    {kHelp, "help", "[COMMAND]", "tell the commands, or the options of one", 0, 1, RunHelp},
 };
 
 }  // namespace
@@ -36,6 +40,15 @@ const Command* FindCommand(const std::string& name) {
   const auto found = std::find_if(std::begin(kCommands), std::end(kCommands),
                                   [&name](const Command& command) { return name == command.name; });
   return found == std::end(kCommands) ? nullptr : found;
+}
+
+int RunHelp(const Request& request) {
+  const Command* command = request.operands.empty() ? nullptr : FindCommand(request.operands[0]);
+  if (!command && !request.operands.empty()) {
+    return UsageError("help", "knows no command '" + request.operands[0] + "'");
+  }
+  std::fputs((command ? HelpText(*command) : HelpText()).c_str(), stdout);
+  return kDone;
 }
 
 }  // namespace imx

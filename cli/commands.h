@@ -13,5 +13,6 @@ int RunConvert(const Request& request);
 int RunCompare(const Request& request);
 int RunGallery(const Request& request);
 int RunQuirks(const Request& request);
+int RunHelp(const Request& request);
 
 }  // namespace imx

@@ -77,7 +77,6 @@ bool IsShown(const Option& option, const Command& command) {
 std::string HelpText() {
   std::string text = std::string("imx - ") + kSummary + "\n\n";
   for (const Command& command : Commands()) text += Entry(Usage(command), command.summary);
-  text += Entry("imx COMMAND --help", "the options of a command");
   text += Entry("imx --version", "the program's version");
   return text + "\n" + Wrapped(kNotes, 0) + "\n";
 }

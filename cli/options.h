@@ -101,6 +101,7 @@ enum CommandBit : unsigned {
   kQuirks = 1u << 5,
   kCompare = 1u << 6,
   kGallery = 1u << 7,
+  kHelp = 1u << 8,
   kAllCommands = ~0u,
 };
 

@@ -105,6 +105,9 @@ TEST_F(ArgumentsTest, HelpIsForEverybodyWhoAsks) {
   EXPECT_THAT(help, HasSubstr("imx convert"));
   EXPECT_THAT(ImxOutput({"convert", "--help"}), HasSubstr("--interlace"));
   EXPECT_THAT(ImxOutput({"info", "-h"}), HasSubstr("--json"));
+  EXPECT_EQ(ImxOutput({"help"}), help);
+  EXPECT_EQ(ImxOutput({"help", "info"}), ImxOutput({"info", "-h"}));
+  EXPECT_EQ(Imx({"help", "nothing"}).status, 2);
   EXPECT_THAT(ImxOutput({"--version"}), MatchesRegex("imx [0-9]+\\.[0-9]+\\.[0-9]+\n"));
   const ProgramResult nothing = Imx({});
   EXPECT_EQ(nothing.status, 2);
