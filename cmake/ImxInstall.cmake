@@ -1,15 +1,21 @@
 # What `cmake --install` puts where, in one component per package.
 
 set(IMX_VENDOR_DOC ${CMAKE_INSTALL_DATADIR}/doc)
-file(GLOB IMX_DOCUMENTS ${PROJECT_SOURCE_DIR}/*.md ${PROJECT_SOURCE_DIR}/docs/*.md)
+file(GLOB IMX_DOCUMENTS ${PROJECT_SOURCE_DIR}/*.md)
 list(APPEND IMX_DOCUMENTS ${PROJECT_SOURCE_DIR}/LICENSE)
+
+# imx_install_documents(FOLDER): they lie to each other as in the sources, so that their links hold.
+function(imx_install_documents folder)
+  install(FILES ${IMX_DOCUMENTS} DESTINATION ${folder} COMPONENT imx)
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs DESTINATION ${folder} COMPONENT imx
+    FILES_MATCHING PATTERN *.md PATTERN *.png)
+endfunction()
 
 if(WIN32)
   # One folder, as the programs look for their plug-ins beside them.
   install(TARGETS imx imxview setup KZLDJPEG KZSVJPEG KZldTIFF
     RUNTIME DESTINATION . LIBRARY DESTINATION . COMPONENT imx)
-  install(FILES ${IMX_DOCUMENTS} DESTINATION documents COMPONENT imx)
-  install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/pictures DESTINATION documents/docs COMPONENT imx)
+  imx_install_documents(documents)
   return()
 endif()
 
@@ -27,9 +33,7 @@ foreach(completion IN LISTS completions)
   install(FILES ${IMX_DOCUMENTS_FOLDER}/imx.${CMAKE_MATCH_1} RENAME ${CMAKE_MATCH_3}
     DESTINATION ${CMAKE_INSTALL_DATADIR}/${CMAKE_MATCH_2} COMPONENT imx)
 endforeach()
-install(FILES ${IMX_DOCUMENTS} DESTINATION ${IMX_VENDOR_DOC}/imx COMPONENT imx)
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/pictures DESTINATION ${IMX_VENDOR_DOC}/imx/docs
-  COMPONENT imx)
+imx_install_documents(${IMX_VENDOR_DOC}/imx)
 
 if(NOT TARGET imx_shared)
   return()

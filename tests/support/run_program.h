@@ -15,8 +15,8 @@ struct ProgramResult {
 
 /// Runs `arguments` (the program found through PATH, then its arguments) in the folder `directory`
 /// (empty: the current one) with `input` on its standard input, and waits for its end. A program
-/// that takes longer than two minutes is killed.
+/// that takes longer than that many seconds is killed.
 ProgramResult RunProgram(const std::vector<std::string>& arguments, std::string_view input = {},
-                         const std::string& directory = {});
+                         const std::string& directory = {}, int seconds = 120);
 
 }  // namespace imx::test

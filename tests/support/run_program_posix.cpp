@@ -18,12 +18,12 @@ std::string Quoted(std::string_view text) {
 }  // namespace
 
 ProgramResult RunProgram(const std::vector<std::string>& arguments, std::string_view input,
-                         const std::string& directory) {
+                         const std::string& directory, int seconds) {
   TempDir streams;  // files: unlike a pipe, none can fill up
   const std::string out = streams.file("out");
   const std::string err = streams.file("err");
   std::string command = "cd " + Quoted(directory.empty() ? "." : directory);
-  command += " && exec timeout --foreground -s KILL 120";
+  command += " && exec timeout --foreground -s KILL " + std::to_string(seconds);
   for (const std::string& argument : arguments) command += " " + Quoted(argument);
   command += " <" + Quoted(streams.Write("in", input)) + " >" + Quoted(out) + " 2>" + Quoted(err);
   const int state = std::system(command.c_str());
