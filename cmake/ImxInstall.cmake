@@ -59,6 +59,9 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/imxConfigVersion.cmake
   COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_SOURCE_DIR}/cmake/imxConfig.cmake
   ${PROJECT_BINARY_DIR}/imxConfigVersion.cmake DESTINATION ${package} COMPONENT libimx-dev)
+# Found from where it lies, as the CMake package is.
+file(RELATIVE_PATH IMX_UP /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+string(REGEX REPLACE "/$" "" IMX_UP "${IMX_UP}")
 configure_file(${PROJECT_SOURCE_DIR}/cmake/imx.pc.in ${PROJECT_BINARY_DIR}/imx.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/imx.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT libimx-dev)

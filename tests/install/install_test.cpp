@@ -1,4 +1,5 @@
 // What `cmake --install` leaves behind, used from outside the tree.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <string>
@@ -8,6 +9,8 @@
 
 namespace imx::test {
 namespace {
+
+using testing::HasSubstr;
 
 class InstallTest : public testing::Test {
  protected:
@@ -56,10 +59,17 @@ TEST_F(InstallTest, ProgramsOutsideTheTreeAreBuiltAgainstIt) {
   EXPECT_EQ(Bash("$root/bin/imx convert a.jpg a.gif; built/frames a.gif frame; ls frame*"),
             "1 frames\nframe0.png\n");
   EXPECT_EQ(Bash("export PKG_CONFIG_PATH=$libraries/pkgconfig;"
-                 "options=$(pkg-config --define-variable=prefix=$root --cflags --libs imx);"
+                 "options=$(pkg-config --cflags --libs imx);"
                  "cc $root/share/doc/libimx-dev/examples/library/thumbnails.c $options -o plain;"
                  "LD_LIBRARY_PATH=$libraries ./plain a.tif; pkg-config --modversion imx"),
             "a.tif.thumbnail.png: 128 x 64\n" IMX_VERSION "\n");
+}
+
+TEST_F(InstallTest, EveryCommandInTheDocumentsDoesWhatItIsThereFor) {
+  const std::string said = Bash(IMX_SOURCE_DIR "/tools/check-documents $root " IMX_SOURCE_DIR
+                                               "/*.md " IMX_SOURCE_DIR "/docs/*.md");
+  EXPECT_THAT(said,
+              testing::AllOf(HasSubstr("README.md:"), HasSubstr("cluster.md:"), HasSubstr(": ok")));
 }
 
 }  // namespace
