@@ -129,8 +129,7 @@ void Fill(imx_report* report, const Outcome& outcome) {
   text.Append(outcome.text);
   std::memcpy(filled.text, text.text, sizeof filled.text);
   std::memcpy(filled.note, call.notes.text, sizeof filled.note);
-  filled.struct_size = report->struct_size;
-  std::memcpy(report, &filled, std::min(report->struct_size, sizeof filled));
+  GiveStructure(filled, report);
 }
 
 }  // namespace

@@ -67,6 +67,14 @@ bool TakeOptions(const Options* given, void (*init)(Options*), Options* taken) {
   return true;
 }
 
+/// Gives the caller's structure what `filled` has, as far as the caller knows it.
+template <typename Structure>
+void GiveStructure(Structure filled, Structure* given) {
+  const std::size_t size = given->struct_size;
+  filled.struct_size = size;
+  std::memcpy(given, &filled, size < sizeof filled ? size : sizeof filled);
+}
+
 /// The same pixels, rows in order, and all else of an image; empty when it cannot be had.
 ImageGuard Copied(const ImageRecord& from);
 

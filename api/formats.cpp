@@ -37,9 +37,6 @@ int32_t imx_format_count(void) {
 
 imx_status imx_format_at(int32_t index, imx_format* format) {
   if (!format || imx::TypeRowOutOfRange(index) != 0) return IMX_BAD_ARGUMENT;
-  const imx_format described = imx::api::Described(index);
-  const std::size_t size = format->struct_size;
-  std::memcpy(format, &described, std::min(size, sizeof described));
-  format->struct_size = size;
+  imx::api::GiveStructure(imx::api::Described(index), format);
   return IMX_OK;
 }

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <string_view>
 
 #include "api/call.h"
 #include "dispatch/host_alpha.h"
@@ -82,35 +83,86 @@ void NoteReading(const LoadResult& result, ReadingWay way) {
   }
 }
 
-Outcome LoadPath(const char* path, const imx_load_options& options, imx_image** image) {
+/// Takes what was loaded, of which there is an image.
+using Taker = Outcome (*)(LoadResult& result, void* to);
+
+Outcome TakeImage(LoadResult& result, void* to) {
+  return GiveImage(std::move(result.image), result.frames, static_cast<imx_image**>(to));
+}
+
+Outcome TakeInfo(LoadResult& result, void* to) {
+  const ImageRecord& image = *result.image;
+  imx_info info = {};
+  info.width = image.width;
+  info.height = image.height;
+  info.depth = static_cast<std::int32_t>(image.depth);
+  info.has_alpha = (image.flags & kFlagAlpha) != 0 ? 1 : 0;
+  if (!result.alphaTold) info.has_alpha = -1;
+  info.frames = result.frames;
+  std::string_view(image.formatLabel).copy(info.format, sizeof info.format - 1);
+  GiveStructure(info, static_cast<imx_info*>(to));
+  return {};
+}
+
+/// A load of what `take` wants.
+struct Request {
+  const imx_load_options& options;
+  Taker take;
+  void* to;
+};
+
+Outcome LoadPath(const char* path, const Request& request) {
   LoadChoices choices;
-  if (const char* wrong = TakeChoices(options, path, &choices)) return BadArgument(wrong);
+  if (const char* wrong = TakeChoices(request.options, path, &choices)) return BadArgument(wrong);
+  choices.headerOnly = request.take == TakeInfo;
   if (KindOfPath(path) == PathKind::directory) return {IMX_CANNOT_OPEN, "is a directory"};
   ResetCodecState();
   LoadResult result = Load(path, choices);
   if (IsStopped()) return {IMX_STOPPED, "stopped", result.frames};
   NoteReading(result, choices.way);
-  NotePluginAlpha(result);
+  if (!choices.headerOnly) NotePluginAlpha(result);
   Outcome outcome = {StatusOf(result.failure), result.reason, result.frames};
   const std::string errors = Errors();
+  const bool isSaid =
+      result.failure == LoadFailure::damaged || result.failure == LoadFailure::pluginFailed;
   if (result.failure == LoadFailure::none) {
     if (!errors.empty()) AddNote(errors);
-  } else if (!errors.empty() && outcome.status == IMX_DAMAGED) {
+  } else if (!errors.empty() && isSaid) {
     outcome.text = errors;  // what the loader said itself is more exact
   }
   if (!result.image) return outcome;
-  const Outcome given = GiveImage(std::move(result.image), result.frames, image);
-  return given.status == IMX_OK ? outcome : given;
+  const Outcome taken = request.take(result, request.to);
+  return taken.status == IMX_OK ? outcome : taken;
 }
 
-Outcome LoadBytes(const void* bytes, std::size_t size, const imx_load_options& options,
-                  imx_image** image) {
+Outcome LoadBytes(const void* bytes, std::size_t size, const Request& request) {
   const TemporaryFile file{std::string()};
   if (!file.ok()) return {IMX_CANNOT_OPEN, file.reason()};
   OpenFile to(std::fopen(file.path().c_str(), "wb"));
   const bool written = to && std::fwrite(bytes, 1, size, to.get()) == size;
   if (!written || std::fclose(to.release()) != 0) return {IMX_CANNOT_OPEN, SystemErrorText()};
-  return LoadPath(file.path().c_str(), options, image);
+  return LoadPath(file.path().c_str(), request);
+}
+
+imx_status RunLoad(const char* path, const imx_load_options* options, Taker take, void* to,
+                   imx_report* report) {
+  imx_load_options taken;
+  const bool isUsable = path && to && TakeOptions(options, imx_load_options_init, &taken);
+  return Run(report, isUsable ? Listener{taken.progress, taken.progress_user} : Listener{}, [&] {
+    return isUsable ? LoadPath(path, {taken, take, to})
+                    : BadArgument("path, what is to be filled or struct_size");
+  });
+}
+
+imx_status RunLoad(const void* bytes, std::size_t size, const imx_load_options* options, Taker take,
+                   void* to, imx_report* report) {
+  imx_load_options taken;
+  const bool isUsable =
+      (bytes || size == 0) && to && TakeOptions(options, imx_load_options_init, &taken);
+  return Run(report, isUsable ? Listener{taken.progress, taken.progress_user} : Listener{}, [&] {
+    return isUsable ? LoadBytes(bytes, size, {taken, take, to})
+                    : BadArgument("bytes, what is to be filled or struct_size");
+  });
 }
 
 }  // namespace
@@ -127,22 +179,22 @@ void imx_load_options_init(imx_load_options* options) {
 
 imx_status imx_load_file(const char* path, const imx_load_options* options, imx_image** image,
                          imx_report* report) {
-  imx_load_options taken;
-  const bool isUsable = path && image && TakeOptions(options, imx_load_options_init, &taken);
   if (image) *image = nullptr;
-  return Run(report, isUsable ? Listener{taken.progress, taken.progress_user} : Listener{}, [&] {
-    return isUsable ? LoadPath(path, taken, image) : BadArgument("path, image or struct_size");
-  });
+  return RunLoad(path, options, TakeImage, image, report);
 }
 
 imx_status imx_load_memory(const void* bytes, size_t size, const imx_load_options* options,
                            imx_image** image, imx_report* report) {
-  imx_load_options taken;
-  const bool isUsable =
-      (bytes || size == 0) && image && TakeOptions(options, imx_load_options_init, &taken);
   if (image) *image = nullptr;
-  return Run(report, isUsable ? Listener{taken.progress, taken.progress_user} : Listener{}, [&] {
-    return isUsable ? LoadBytes(bytes, size, taken, image)
-                    : BadArgument("bytes, image or struct_size");
-  });
+  return RunLoad(bytes, size, options, TakeImage, image, report);
+}
+
+imx_status imx_probe_file(const char* path, const imx_load_options* options, imx_info* info,
+                          imx_report* report) {
+  return RunLoad(path, options, TakeInfo, info, report);
+}
+
+imx_status imx_probe_memory(const void* bytes, size_t size, const imx_load_options* options,
+                            imx_info* info, imx_report* report) {
+  return RunLoad(bytes, size, options, TakeInfo, info, report);
 }

@@ -25,6 +25,17 @@ ClipRegion RegionOf(const imx_image& image, const imx_region* region) {
   return {0, 0, image.record->width - 1, image.record->height - 1};
 }
 
+imx_difference Described(const ImageDifference& found) {
+  imx_difference difference = {};
+  difference.different_pixels = found.differentPixels;
+  for (std::size_t i = 0; i < found.channels.size(); ++i) {
+    difference.largest[i] = found.channels[i].largest;
+    difference.mean[i] = found.channels[i].mean;
+    difference.psnr[i] = found.channels[i].psnr;
+  }
+  return difference;
+}
+
 bool IsFactor(float factor) {
   return std::isfinite(factor) && factor > 0;
 }
@@ -121,6 +132,19 @@ imx_status imx_count_colours(const imx_image* image, int32_t* colours, imx_repor
   return OnImage(image, colours, report, [&] {
     *colours = imx::CountColours(image->record.get());
     if (*colours < 0) throw std::bad_alloc();
+    return Outcome();
+  });
+}
+
+imx_status imx_compare(const imx_image* first, const imx_image* second, int32_t tolerance,
+                       imx_difference* difference, imx_report* report) {
+  const bool isUsable = second && difference && tolerance >= 0 && tolerance <= 255;
+  return OnImage(first, isUsable, report, [&] {
+    const imx::ImageRecord &a = *first->record, &b = *second->record;
+    if (a.width != b.width || a.height != b.height) {
+      return BadArgument("the images are of different sizes");
+    }
+    GiveStructure(Described(imx::Compare(a, b, tolerance)), difference);
     return Outcome();
   });
 }

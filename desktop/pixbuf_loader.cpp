@@ -13,7 +13,9 @@ namespace {
 
 // With what loading it takes beside, such a file stays within reason for a file manager.
 constexpr guint kMaxFileBytes = 256u << 20;
-constexpr std::uint64_t kMaxImageBytes = std::uint64_t{1} << 30;
+constexpr std::uint64_t kMaxImageBytes = std::uint64_t{512} << 20;
+/// Of a damaged file that has less for its pixels hardly anything could be shown.
+constexpr guint kMaxPixelsOfByte = 256;
 
 struct Freer {
   void operator()(imx_image* image) const { imx_image_free(image); }
@@ -54,7 +56,13 @@ void SetError(GError** error, GdkPixbufError code, const char* text) {
   g_free(valid);
 }
 
-/// The file's picture; a damaged one has both a picture and an error.
+/// Whether a damaged file can hold a part of its picture that is worth the work on all of it.
+bool IsWorthShowing(const imx_image* image, const GByteArray& bytes) {
+  const auto pixels = gint64{imx_image_width(image)} * imx_image_height(image);
+  return pixels <= gint64{kMaxPixelsOfByte} * bytes.len;
+}
+
+/// The file's picture; a damaged one may have both a picture and an error.
 Image Decoded(const GByteArray& bytes, GError** error) {
   imx_load_options options;
   imx_load_options_init(&options);
@@ -70,8 +78,11 @@ Image Decoded(const GByteArray& bytes, GError** error) {
     status = imx_load_memory(bytes.data, bytes.len, &options, &image, &report);
     if (status != IMX_NOT_KNOWN) break;
   }
-  if (status != IMX_OK) SetError(error, ErrorOf(status), report.text);
-  return Image(image);
+  Image decoded(image);
+  if (status == IMX_OK) return decoded;
+  SetError(error, ErrorOf(status), report.text);
+  if (decoded && !IsWorthShowing(image, bytes)) decoded.reset();
+  return decoded;
 }
 
 Pixbuf PixbufOf(imx_image* image, GError** error) {

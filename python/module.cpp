@@ -154,6 +154,28 @@ py::dict Described(imx_image* image, const Report& report) {
                   "note"_a = Decoded(report.note));
 }
 
+/// The fields of the Python class Info; `source` as in Load.
+py::dict Probe(const py::bytes& source, bool isMemory, const py::dict& chosen) {
+  Listener listener{py::none()};
+  const imx_load_options options = LoadOptions(chosen, &listener);
+  const std::string_view data = source;
+  Report report;
+  imx_info info{};
+  info.struct_size = sizeof info;
+  Unlocked(&listener, [&] {
+    if (isMemory) {
+      imx_probe_memory(data.data(), data.size(), &options, &info, &report);
+    } else {
+      imx_probe_file(data.data(), &options, &info, &report);
+    }
+  });
+  report.Check();
+  py::object alpha = py::none();
+  if (info.has_alpha >= 0) alpha = py::bool_(info.has_alpha != 0);
+  return py::dict("width"_a = info.width, "height"_a = info.height, "depth"_a = info.depth,
+                  "alpha"_a = alpha, "frames"_a = info.frames, "format"_a = Decoded(info.format));
+}
+
 /// A file (`source` is its path), or with `isMemory` the bytes of one.
 py::dict Load(const py::bytes& source, bool isMemory, bool lenient, const py::dict& chosen,
               const py::object& progress) {
@@ -274,6 +296,7 @@ PYBIND11_MODULE(_imx, module) {
   module.doc() = "What the package imx is made of.";
   module.attr("version") = imx_version();
   module.def("load", &Load);
+  module.def("probe", &Probe);
   module.def("save", &Save);
   module.def("resized", &Resized);
   module.def("formats", &Formats);

@@ -181,6 +181,26 @@ typedef struct imx_format {
   int32_t notice_bytes;    /**< of the rights notice */
 } imx_format;
 
+/** What a file tells of its picture in front of the pixels. */
+typedef struct imx_info {
+  size_t struct_size; /**< sizeof(imx_info), set by the caller before the call */
+  int32_t width;      /**< pixels in a row */
+  int32_t height;     /**< number of rows */
+  int32_t depth;      /**< bits per pixel */
+  int32_t has_alpha;  /**< 0 or 1; -1 where only the pixels tell */
+  int32_t frames;     /**< of a sequence; 0 for other files */
+  char format[32];    /**< short label of the format */
+} imx_info;
+
+/** How two images differ. The channels are red, green, blue and alpha. */
+typedef struct imx_difference {
+  size_t struct_size;        /**< sizeof(imx_difference), set by the caller before the call */
+  uint64_t different_pixels; /**< those out of tolerance in any channel */
+  int32_t largest[4];        /**< largest difference, in levels */
+  double mean[4];            /**< mean difference, in levels */
+  double psnr[4]; /**< peak signal-to-noise ratio in dB; infinite where nothing differs */
+} imx_difference;
+
 /** The library's version, such as "1.0.0". */
 IMX_API const char* imx_version(void);
 
@@ -218,6 +238,23 @@ IMX_API imx_status imx_load_file(const char* path, const imx_load_options* optio
  */
 IMX_API imx_status imx_load_memory(const void* bytes, size_t size, const imx_load_options* options,
                                    imx_image** image, imx_report* report);
+
+/**
+ * @brief Tells what a file says of its picture, at a cost that does not grow with the pixels.
+ *
+ * A few formats say nothing in front of their pixels and are decoded all the same.
+ *
+ * @param path of the file
+ * @param options as for imx_load_file()
+ * @param[in,out] info what is told; as it was on failure
+ * @param[out] report null when it is not wanted
+ */
+IMX_API imx_status imx_probe_file(const char* path, const imx_load_options* options, imx_info* info,
+                                  imx_report* report);
+
+/** The same for a file that is in memory, as imx_load_memory() takes it. */
+IMX_API imx_status imx_probe_memory(const void* bytes, size_t size, const imx_load_options* options,
+                                    imx_info* info, imx_report* report);
 
 /**
  * @brief Saves to a file. Half a file is never left: the old one is there until a whole new one
@@ -351,6 +388,18 @@ IMX_API imx_status imx_merge(imx_image* image, const imx_region* region, const i
 
 /** Counts the distinct colours, alpha aside. */
 IMX_API imx_status imx_count_colours(const imx_image* image, int32_t* colours, imx_report* report);
+
+/**
+ * @brief Tells how two images of one size differ; one without alpha is opaque.
+ *
+ * @param first which is compared
+ * @param second with which
+ * @param tolerance levels that channels may be apart, 0 to 255
+ * @param[in,out] difference what is told; as it was on failure
+ * @param[out] report null when it is not wanted
+ */
+IMX_API imx_status imx_compare(const imx_image* first, const imx_image* second, int32_t tolerance,
+                               imx_difference* difference, imx_report* report);
 
 /** Number of types of files. */
 IMX_API int32_t imx_format_count(void);

@@ -22,8 +22,8 @@ import numpy.typing
 from . import _imx
 
 __version__: str = _imx.version
-__all__ = ["Error", "Format", "Image", "LostTextWarning", "Status", "encode", "formats", "frames",
-           "load", "save"]
+__all__ = ["Error", "Format", "Image", "Info", "LostTextWarning", "Status", "encode", "formats",
+           "frames", "load", "probe", "save"]
 
 Path = Union[str, "os.PathLike[str]"]
 Pixels = numpy.typing.NDArray[numpy.uint8]
@@ -114,6 +114,18 @@ class Image:
 
 
 @dataclasses.dataclass(frozen=True)
+class Info:
+    """What a file tells of its picture; `alpha` is None where only the pixels tell."""
+
+    width: int
+    height: int
+    depth: int
+    alpha: bool | None
+    frames: int
+    format: str
+
+
+@dataclasses.dataclass(frozen=True)
 class Format:
     """A type of files, and the bits per pixel that it can be saved with."""
 
@@ -141,15 +153,16 @@ def load(source: Path | bytes | bytearray | memoryview, *, extension: str = "",
 
     Raises Error, and what `progress` raises.
     """
-    chosen: dict[str, Any] = {"reading": _one_of(_READINGS, reading, "reading"),
-                              "frame": frame, "raw_layout": raw_layout, "max_bytes": max_bytes}
-    if raw_size:
-        chosen["raw_width"], chosen["raw_height"] = raw_size
-    texts = {"extension": extension or None, "quirks": quirks}
-    chosen.update({name: text for name, text in texts.items() if text is not None})
-    in_memory = isinstance(source, (bytes, bytearray, memoryview))
-    data = bytes(source) if isinstance(source, (bytes, bytearray, memoryview)) else _path(source)
+    data, in_memory, chosen = _choices(source, extension=extension, reading=reading, quirks=quirks,
+                                       frame=frame, raw_size=raw_size, raw_layout=raw_layout,
+                                       max_bytes=max_bytes)
     return Image(**_imx.load(data, in_memory, lenient, chosen, progress))
+
+
+def probe(source: Path | bytes | bytearray | memoryview, **options: Any) -> Info:
+    """What a file tells of its picture, without decoding it; options as for load()."""
+    data, in_memory, chosen = _choices(source, **options)
+    return Info(**_imx.probe(data, in_memory, chosen))
 
 
 def frames(source: Path | bytes, **options: Any) -> Iterator[Image]:
@@ -191,6 +204,21 @@ def encode(image: Image | Pixels, type: str, **options: Any) -> bytes:
 def formats() -> list[Format]:
     """The types of files."""
     return [Format(**each) for each in _imx.formats()]
+
+
+def _choices(source: Path | bytes | bytearray | memoryview, *, extension: str = "",
+             reading: str = "exact", quirks: str | None = None, frame: int = 0,
+             raw_size: tuple[int, int] | None = None, raw_layout: int = -1,
+             max_bytes: int = 1 << 30) -> tuple[bytes, bool, dict[str, Any]]:
+    chosen: dict[str, Any] = {"reading": _one_of(_READINGS, reading, "reading"),
+                              "frame": frame, "raw_layout": raw_layout, "max_bytes": max_bytes}
+    if raw_size:
+        chosen["raw_width"], chosen["raw_height"] = raw_size
+    texts = {"extension": extension or None, "quirks": quirks}
+    chosen.update({name: text for name, text in texts.items() if text is not None})
+    if isinstance(source, (bytes, bytearray, memoryview)):
+        return bytes(source), True, chosen
+    return _path(source), False, chosen
 
 
 def _save(image: Image | Pixels, path: bytes | None, *, type: str = "", depth: int = 0,

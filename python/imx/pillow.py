@@ -9,7 +9,7 @@ from __future__ import annotations
 
 import dataclasses
 import os
-from typing import IO, Any, ClassVar
+from typing import IO, Any, Callable, ClassVar
 
 import numpy
 import PIL.Image
@@ -65,15 +65,26 @@ class _ImxImageFile(PIL.ImageFile.ImageFile):  # type: ignore[misc]
         self._extension = (extension if extension in self.kind.extensions
                            else self.kind.extensions[0])[1:]
         self._frame = 0
-        self._show(self._load(0))
         self.tile: list[Any] = []
+        info = self._read(imx.probe)
+        self._size = (info.width, info.height)
+        self._set_mode("RGBA" if info.alpha else "RGB")
+        self._set_frames(info.frames)
+        self._is_pending = True  # the picture of _frame is not decoded yet
+        if info.alpha is None:
+            self.load()
 
-    def _load(self, frame: int) -> imx.Image:
+    def load(self) -> Any:
+        if self._is_pending:
+            self._show(self._read(imx.load, lenient=PIL.ImageFile.LOAD_TRUNCATED_IMAGES))
+            self._is_pending = False
+        return super().load()
+
+    def _read(self, call: Callable[..., Any], **options: Any) -> Any:
         limit = PIL.Image.MAX_IMAGE_PIXELS
         try:
-            return imx.load(self._data, extension=self._extension, reading="at-need", frame=frame,
-                            lenient=PIL.ImageFile.LOAD_TRUNCATED_IMAGES,
-                            max_bytes=8 * limit if limit else 1 << 40)
+            return call(self._data, extension=self._extension, reading="at-need", frame=self._frame,
+                        max_bytes=8 * limit if limit else 1 << 40, **options)
         except imx.Error as error:
             if error.status in (imx.Status.ABOVE_LIMIT, imx.Status.TOO_LARGE):
                 raise PIL.Image.DecompressionBombError(str(error)) from error
@@ -86,21 +97,27 @@ class _ImxImageFile(PIL.ImageFile.ImageFile):  # type: ignore[misc]
         picture = PIL.Image.fromarray(numpy.ascontiguousarray(pixels))
         self.im = picture.im
         self._size = picture.size
-        # Newer versions of Pillow keep the mode behind a property.
-        setattr(self, "_mode" if isinstance(getattr(type(self), "mode", None), property) else "mode",
-                picture.mode)
-        self.n_frames = max(1, image.frames)
-        self.is_animated = self.n_frames > 1
+        self._set_mode(picture.mode)
+        self._set_frames(image.frames)
         self.info.update({name: getattr(image, name) for name in ("author", "comment", "notice")
                           if getattr(image, name)})
+
+    def _set_mode(self, mode: str) -> None:
+        # Newer versions of Pillow keep it behind a property.
+        is_property = isinstance(getattr(type(self), "mode", None), property)
+        setattr(self, "_mode" if is_property else "mode", mode)
+
+    def _set_frames(self, frames: int) -> None:
+        self.n_frames = max(1, frames)
+        self.is_animated = self.n_frames > 1
 
     def seek(self, frame: int) -> None:
         if frame == self._frame:
             return
         if not 0 <= frame < self.n_frames:
             raise EOFError("no such frame")
-        self._show(self._load(frame))
         self._frame = frame
+        self._is_pending = True
 
     def tell(self) -> int:
         return int(self._frame)

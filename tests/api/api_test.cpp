@@ -99,6 +99,30 @@ TEST_F(ApiTest, EveryTypeThatKeepsAllComesBackFromMemory) {
   EXPECT_EQ(imx_format_at(imx_format_count(), &format), IMX_BAD_ARGUMENT);
 }
 
+TEST_F(ApiTest, AProbeTellsWhatALoadWouldWithoutThePixels) {
+  const std::string png = Saved(New().get(), "png");
+  imx_info info{};
+  info.struct_size = sizeof info;
+  ASSERT_EQ(imx_probe_memory(png.data(), png.size(), &loading, &info, &report), IMX_OK);
+  EXPECT_EQ(info.width, 6);
+  EXPECT_EQ(info.height, 4);
+  EXPECT_EQ(info.depth, 32);
+  EXPECT_EQ(info.has_alpha, 1);
+  EXPECT_EQ(info.frames, 0);
+  EXPECT_STREQ(info.format, "PNG");
+  // Of a file that ends behind its header as much is known.
+  info.width = 0;
+  const std::string path = temp.Write("a.tga", Saved(New().get(), "tga").substr(0, 40));
+  ASSERT_EQ(imx_probe_file(path.c_str(), nullptr, &info, &report), IMX_OK) << report.text;
+  EXPECT_EQ(info.width, 6);
+  info.struct_size = offsetof(imx_info, height);
+  info.height = 77;
+  ASSERT_EQ(imx_probe_file(path.c_str(), nullptr, &info, &report), IMX_OK);
+  EXPECT_EQ(info.height, 77);
+  EXPECT_EQ(imx_probe_file(temp.file("none").c_str(), nullptr, &info, &report), IMX_CANNOT_OPEN);
+  EXPECT_EQ(imx_probe_file(path.c_str(), nullptr, nullptr, &report), IMX_BAD_ARGUMENT);
+}
+
 TEST_F(ApiTest, TextsPaletteAndOptionsReachTheFile) {
   const Image image = New(false);
   const std::uint8_t pure[] = {255, 0, 0, 0, 0, 255};
@@ -213,6 +237,16 @@ TEST_F(ApiTest, OperationsChangeTheImageOrSayWhyNot) {
   EXPECT_EQ(imx_resize(copy.get(), INT32_MAX, INT32_MAX, &report), IMX_TOO_LARGE);
   EXPECT_EQ(imx_gamma(copy.get(), -1, &report), IMX_BAD_ARGUMENT);
   EXPECT_EQ(imx_flatten(copy.get(), 1, 2, 3, &report), IMX_OK);
+  const Image other = New();
+  imx_image_pixels(other.get())[5] -= 9;
+  imx_difference difference{};
+  difference.struct_size = sizeof difference;
+  EXPECT_EQ(imx_compare(image.get(), other.get(), 8, &difference, &report), IMX_OK);
+  EXPECT_EQ(difference.different_pixels, 1u);
+  EXPECT_THAT(difference.largest, testing::ElementsAre(0, 9, 0, 0));
+  EXPECT_DOUBLE_EQ(difference.mean[1], 9 / 24.0);
+  EXPECT_EQ(imx_compare(image.get(), copy.get(), 0, &difference, &report), IMX_BAD_ARGUMENT);
+  EXPECT_THAT(std::string(report.text), HasSubstr("sizes"));
   std::int32_t colours = 0;
   EXPECT_EQ(imx_count_colours(image.get(), &colours, &report), IMX_OK);
   EXPECT_EQ(colours, 24);

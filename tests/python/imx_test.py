@@ -26,6 +26,9 @@ def test_what_is_saved_comes_back(tmp_path: pathlib.Path) -> None:
         assert numpy.array_equal(again.pixels, RGBA)
         assert {name: getattr(again, name) for name in TEXTS} == TEXTS
         assert (again.alpha, again.fault) == (True, "")
+    info = imx.probe(path)
+    assert (info.width, info.height, info.depth, info.alpha) == (7, 5, again.depth, True)
+    assert imx.probe(imx.encode(RGBA, "tga")[:30], extension="tga").width == 7
     with pytest.warns(imx.LostTextWarning, match="author is lost"):
         assert imx.encode(again, "ppm")[:2] == b"P6"
 
@@ -124,7 +127,7 @@ def test_pillow_opens_and_saves(tmp_path: pathlib.Path, extension: str) -> None:
         assert numpy.array_equal(numpy.asarray(picture.convert("RGB")), RGBA[:, :, :3])
     path.write_bytes(path.read_bytes()[:40])
     with pytest.raises((PIL.UnidentifiedImageError, OSError)):
-        PIL.Image.open(path)
+        PIL.Image.open(path).load()
 
 
 def test_pillow_leaves_other_files_alone_and_bombs_unopened(tmp_path: pathlib.Path,
