@@ -13,8 +13,6 @@
 #include "cli/processes.h"
 #include "imagelib/system_files.h"
 
-extern char** environ;
-
 namespace imx {
 namespace {
 

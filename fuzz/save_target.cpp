@@ -46,7 +46,7 @@ ImageGuard AnyPicture(Input& input) {
 
 /// A step on a region of the picture; one that is not possible leaves it as it is.
 void Operate(Input& input, ImageGuard* image) {
-  ClipRegion region;
+  ClipRegion region = {};
   for (std::int32_t* edge : {&region.left, &region.top, &region.right, &region.bottom}) {
     *edge = input.Byte() - 32;
   }

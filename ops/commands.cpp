@@ -14,7 +14,9 @@ bool ClampCurrentRegion(const ImageRecord* image, std::int32_t margin = 0) {
 
 void Show(NewImage made) {
   const auto show = Services().showImage;
-  if (made && show && show(made.image->name, made.image.get())) made.image.release();
+  if (made && show && show(made.image->name, made.image.get())) {
+    static_cast<void>(made.image.release());
+  }
 }
 
 }  // namespace

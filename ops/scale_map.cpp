@@ -10,9 +10,10 @@ template <typename Visit>
 void WalkPositions(std::int32_t extent, std::int32_t count, Visit visit) {
   const auto step = static_cast<float>(static_cast<double>(extent) / count);
   double position = 0.0;
-  for (std::int32_t i = 0; i < count; ++i, position += static_cast<double>(step)) {
+  for (std::int32_t i = 0; i < count; ++i) {
     const auto index = static_cast<std::int32_t>(position);
     visit(static_cast<std::size_t>(i), index, position - index);
+    position += static_cast<double>(step);
   }
 }
 

@@ -60,7 +60,7 @@ void FloatsToBytes(const std::uint8_t* samples, std::size_t count, unsigned bits
       bytes[i] = ByteOfFloat(number(sample));
     }
   };
-  const auto itself = [](auto value) { return double{value}; };
+  const auto itself = [](auto value) { return static_cast<double>(value); };
   if (bits == 16) {
     convert(std::uint16_t{}, HalfAsDouble);
   } else if (bits == 32) {

@@ -112,7 +112,7 @@ OpenOutcome OpenImageFile(const std::string& path, const std::string& fileTitle,
     ReportNoWindow(std::move(image));
     return OpenOutcome::noWindow;
   }
-  image.release();
+  static_cast<void>(image.release());
   return OpenOutcome::shown;
 }
 

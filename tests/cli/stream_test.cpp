@@ -31,7 +31,7 @@ TEST_F(StreamTest, StandardInputAndOutputCarryWholeFiles) {
 TEST_F(StreamTest, TheTypeCanBeToldWhereNoNameTellsIt) {
   for (const std::string type : {"tga", "pcx", "raw"}) {
     Bash("imx convert in.ppm in." + type + "; cp in." + type + " nameless");
-    const auto without = [](std::string text) {
+    const auto without = [](const std::string& text) {
       return text.substr(std::min(text.find(','), text.size()));
     };
     EXPECT_EQ(Bash("imx pixels - <nameless").status, 1) << type;

@@ -11,7 +11,6 @@
 namespace imx::test {
 namespace {
 
-using testing::Each;
 using testing::ElementsAre;
 
 class PackedBitmapTest : public LibraryTest {

@@ -11,7 +11,6 @@ namespace {
 
 using testing::Each;
 using testing::ElementsAre;
-using testing::ElementsAreArray;
 
 class TargaTest : public FormatTest<LoadTarga> {
  protected:

@@ -65,7 +65,8 @@ TEST(TrimBlockTest, DecodesAnythingAsTheReference) {
                     static_cast<std::uint8_t>(w3 * 16 + w4)};
     // Mostly ones: they lead to the higher levels.
     for (unsigned more = Below(1200); more > 0; --more) {
-      stream.push_back(static_cast<std::uint8_t>(Below(256) | Below(256)));
+      const unsigned ones = Below(256);
+      stream.push_back(static_cast<std::uint8_t>(ones | Below(256)));
     }
     stream.resize(1 + Below(static_cast<unsigned>(stream.size())));
     Bytes got(1 + Below(256));

@@ -6,6 +6,7 @@
 #include "formats/iff.h"
 #include "imagelib/registry.h"
 #include "imagelib/save_outcome.h"
+#include "imagelib/text.h"
 #include "tests/formats/format_test.h"
 #include "tests/formats/iff_builder.h"
 #include "tests/formats/trim_reference.h"
@@ -103,9 +104,9 @@ TEST_F(TrimTest, SavesByHand) {
   // 40 x 1 black: so flat that the thumbnail has no rows. One symbol, 0, is counted; the others
   // follow in order.
   const ImageGuard black = Solid(40, 1, {0, 0, 0, 255});
-  std::strcpy(black->author, "Ann");
-  std::strcpy(black->notice, "1999");
-  std::strcpy(black->comment, "x");
+  CopyTextCut(black->author, "Ann");
+  CopyTextCut(black->notice, "1999");
+  CopyTextCut(black->comment, "x");
   ByteBuilder file = BigEndian();
   file.Text("FORM").U32(158).Text("TRIM");       // 0: length from byte 8 on
   file.Text("THUM").U32(4).List({36, 0, 3, 0});  // 12

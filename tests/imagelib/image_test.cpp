@@ -33,7 +33,7 @@ TEST_F(ImageTest, NamesThatDoNotFitAreGenerated) {
   const std::string beyond(255, 'x');
   const ImageGuard first(AllocImage(1, 1, nullptr, nullptr));
   const ImageGuard second(AllocImage(1, 1, beyond.c_str(), beyond.c_str()));
-  const int number = std::atoi(first->name + 4);
+  const int number = std::stoi(first->name + 4);
   EXPECT_GE(number, 1);
   EXPECT_EQ(first->name, "NEW_" + std::to_string(number));
   EXPECT_EQ(second->name, "NEW_" + std::to_string(number + 1));

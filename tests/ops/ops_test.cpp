@@ -341,9 +341,10 @@ TEST_F(OpsTest, GammaDarkensByPowersAndLeavesAlpha) {
   for (const float gamma : {1.0F, 2.0F, 0.45F, 3.0F, 0.0F, -1.0F}) {
     std::uint8_t wanted[256];
     float t = 0;
-    for (int i = 0; i < 256; ++i, t += 0.003921569F) {
+    for (int i = 0; i < 256; ++i) {
       const double raised = std::pow(double{t}, double{gamma}) * 255.0;
       wanted[i] = static_cast<std::uint8_t>(gamma == 1 ? i : std::min(raised, 255.0));
+      t += 0.003921569F;
     }
     const ImageGuard image = PhotoLike(256, 3);
     for (std::uint32_t i = 0; i < 4 * 256; ++i) image->pixels[i] = static_cast<std::uint8_t>(i / 4);
@@ -426,7 +427,8 @@ TEST_F(OpsTest, ResizingAveragesLightAndWeighsByAlpha) {
   }
   for (const ImageSize size : {ImageSize{8, 8}, {16, 5}, {1, 1}}) {
     const ImageGuard grey = Resized(*board, size).image;
-    EXPECT_NEAR(PixelAt(*grey, size.width / 2, size.height / 2).g, 188, 1) << "half the light";
+    const std::int32_t x = size.width / 2, y = size.height / 2;
+    EXPECT_NEAR(PixelAt(*grey, x, y).g, 188, 1) << "half the light";
   }
   // Half of it is nothing, whose colour does not count; without the flag alpha is no alpha.
   board = Solid(64, 64, {200, 10, 10, 255});

@@ -92,7 +92,7 @@ std::string WindowTitle(HWND window) {
 HWND ShowImage(const char* name, ImageGuard image) {
   const DisplayRecord* const record = OpenImageWindow(name, image.get());
   if (!record) return nullptr;
-  image.release();
+  static_cast<void>(image.release());
   Settle();
   return WindowOf(*record);
 }

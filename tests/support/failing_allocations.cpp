@@ -16,12 +16,15 @@
 #include <cstdlib>
 #include <cstring>
 
+// The allocator's own names.
+// NOLINTBEGIN(bugprone-reserved-identifier, readability-identifier-naming)
 extern "C" {
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
 void* __libc_realloc(void* block, std::size_t size);
 void* __libc_memalign(std::size_t alignment, std::size_t size);
 }
+// NOLINTEND(bugprone-reserved-identifier, readability-identifier-naming)
 
 namespace {
 
@@ -35,7 +38,7 @@ struct Plan {
   Plan() {
     const char* text = std::getenv("FAIL_ALLOCATION");
     if (!text) return;
-    failing = std::atol(text);
+    failing = std::strtol(text, nullptr, 10);
     onwards = std::strchr(text, '+') != nullptr;
   }
 };
@@ -73,7 +76,8 @@ void* realloc(void* block, std::size_t size) {
   return IsRefused() ? nullptr : __libc_realloc(block, size);
 }
 
-void* memalign(std::size_t alignment, std::size_t size) {
+void* memalign(std::size_t alignment,  // NOLINT(readability-identifier-naming)
+               std::size_t size) {
   return IsRefused() ? nullptr : __libc_memalign(alignment, size);
 }
 

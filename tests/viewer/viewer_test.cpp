@@ -257,7 +257,7 @@ Bytes Flic(int frames) {
 
 TEST_F(ViewerTest, AsksForWhatFilesDoNotTell) {
   Bytes triples;
-  for (std::uint8_t i = 0; i < 3 * 4 * 2; ++i) triples.push_back(i);
+  for (int i = 0; i < 3 * 4 * 2; ++i) triples.push_back(static_cast<std::uint8_t>(i));
   const std::string raw = temp.Write("shot.bin", triples);
   const std::string gone = temp.file("gone.png");
   const std::string cut = temp.Write("cut.ppm", std::string_view("P6 2 2 255 abcd"));
