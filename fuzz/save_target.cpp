@@ -8,6 +8,7 @@
 #include "dispatch/save.h"
 #include "formats/codec_state.h"
 #include "formats/indexed.h"
+#include "formats/raw.h"
 #include "fuzz/targets.h"
 #include "imagelib/registry.h"
 #include "imagelib/save_outcome.h"
@@ -147,6 +148,14 @@ struct Accident {
   }
 };
 
+/// By its name alone where it has no header: its first pixels can be those of another type's.
+LoadResult LoadAgain(const char* path, FileType type, const ImageRecord& image) {
+  if (type < kTypeRawRgb || type > kTypeRawGrey) return Load(path, {});
+  LoadResult result;
+  result.image.reset(LoadRaw(path, RawKindByName(path), image.width, image.height));
+  return result;
+}
+
 }  // namespace
 
 void FuzzSaving(Run& run) {
@@ -173,11 +182,10 @@ void FuzzSaving(Run& run) {
   }
   if (GetSaveOutcome() != SaveOutcome::whole || type == kTypeFramestore) return;
 
-  const LoadResult result =
-      Load(path.c_str(), {.rawWidth = image->width, .rawHeight = image->height});
+  const LoadResult result = LoadAgain(path.c_str(), type, *image);
   const ImageGuard& loaded = result.image;
   RequireSound(loaded.get());
-  Require(static_cast<bool>(loaded), "cannot be loaded again: " + result.reason);
+  Require(static_cast<bool>(loaded), path + " cannot be loaded again: " + result.reason);
   const int bits = Output().depthBits;
   const bool size = type == kTypeJpeg || (accident && bits <= 8);
   Require(loaded->width == image->width && loaded->height == image->height, "another size");
