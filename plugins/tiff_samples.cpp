@@ -87,7 +87,7 @@ void SamplesToBytes(const std::uint8_t* samples, std::size_t count, unsigned bit
       bytes[i] = static_cast<std::uint8_t>((value * 255 + 32767) / 65535);
     });
   } else {
-    const std::uint64_t most = (std::uint64_t{1} << bits) - 1;
+    const std::uint64_t most = UINT32_MAX >> (32 - bits);
     ForEachSample(samples, count, bits, [bytes, most](std::size_t i, std::uint32_t value) {
       bytes[i] = static_cast<std::uint8_t>((value * std::uint64_t{255} + most / 2) / most);
     });

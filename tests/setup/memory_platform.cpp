@@ -56,6 +56,7 @@ MemoryPlatform::MemoryPlatform() {
   setSearchFunctions();
   setDirectoryFunctions();
   setFileFunctions();
+  setContentFunctions();
   setSystemFunctions();
   setScreenFunctions();
   addDirectory("C:\\Program Files");
@@ -144,6 +145,9 @@ void MemoryPlatform::setFileFunctions() {
       me.nodes_[me.placeOf(path)].readOnly = (attributes & kReadOnlyAttribute) != 0;
     }
   };
+}
+
+void MemoryPlatform::setContentFunctions() {
   platform_.openForReading = [](void* context, const char* path) -> void* {
     MemoryPlatform& me = self(context);
     const Node* const node = me.find(path);

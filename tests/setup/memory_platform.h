@@ -94,6 +94,7 @@ class MemoryPlatform {
   void setSearchFunctions();
   void setDirectoryFunctions();
   void setFileFunctions();
+  void setContentFunctions();
   void setSystemFunctions();
   void setScreenFunctions();
 

@@ -79,7 +79,7 @@ void ShowPasted(const ImageRecord& loaded) {
   if (!pasted) return Fail("There is not enough memory to paste it.");
   pasted.image->path[0] = '\0';
   if (OpenImageWindow(pasted.image->name, pasted.image.get())) {
-    pasted.image.release();
+    static_cast<void>(pasted.image.release());
   } else {
     Fail("Could not open window, no image pasted!");
   }
