@@ -67,7 +67,9 @@ int Tell() {
 
 int Begin(void* argument) {
   const auto* request = static_cast<const ProgressRequest*>(argument);
-  if (request->first) call.title = reinterpret_cast<const char*>(request->first);
+  const auto* title =
+      reinterpret_cast<const char*>(request->first);  // NOLINT(performance-no-int-to-ptr)
+  if (title) call.title = title;
   call.total = request->total;
   call.position = 0;
   return Tell();

@@ -52,7 +52,14 @@ Outcome SetText(imx_image& image, imx_text which, const char* text) {
 }  // namespace
 }  // namespace imx::api
 
-using namespace imx::api;
+using imx::api::BadArgument;
+using imx::api::Copied;
+using imx::api::Field;
+using imx::api::GiveImage;
+using imx::api::NewImage;
+using imx::api::Outcome;
+using imx::api::Run;
+using imx::api::SetText;
 
 const char* imx_version(void) {
   return IMX_VERSION;

@@ -168,7 +168,10 @@ imx_status RunLoad(const void* bytes, std::size_t size, const imx_load_options* 
 }  // namespace
 }  // namespace imx::api
 
-using namespace imx::api;
+using imx::api::kDefaultLimit;
+using imx::api::RunLoad;
+using imx::api::TakeImage;
+using imx::api::TakeInfo;
 
 void imx_load_options_init(imx_load_options* options) {
   *options = {};

@@ -60,7 +60,17 @@ imx_status ChangeImage(imx_image* image, bool argumentsAreGood, imx_report* repo
 }  // namespace
 }  // namespace imx::api
 
-using namespace imx::api;
+using imx::api::BadArgument;
+using imx::api::ChangeImage;
+using imx::api::Described;
+using imx::api::FailedOperation;
+using imx::api::GiveStructure;
+using imx::api::IsFactor;
+using imx::api::OnImage;
+using imx::api::Outcome;
+using imx::api::RegionOf;
+using imx::api::Replace;
+using imx::api::ResizeTo;
 
 imx_status imx_clip(imx_image* image, const imx_region* region, imx_report* report) {
   return OnImage(image, region, report, [&] {

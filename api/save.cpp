@@ -70,7 +70,7 @@ Outcome Choose(const imx_save_options& options, const char* path, ImageRecord& i
 template <typename Save>
 Outcome SaveChosen(const imx_save_options& options, const char* path, ImageRecord& image,
                    Save&& save) {
-  const Outcome chosen = Choose(options, path, image);
+  Outcome chosen = Choose(options, path, image);
   if (chosen.status != IMX_OK) return chosen;
   const std::optional<QuirkSet> quirks = QuirksNamed(options.quirks ? options.quirks : "");
   if (!quirks) return BadArgument("quirks names one that is not known");
@@ -120,7 +120,12 @@ Outcome SaveBytes(const imx_save_options& options, ImageRecord& image, void** by
 }  // namespace
 }  // namespace imx::api
 
-using namespace imx::api;
+using imx::api::BadArgument;
+using imx::api::Listener;
+using imx::api::Run;
+using imx::api::SaveBytes;
+using imx::api::SaveChosen;
+using imx::api::TakeOptions;
 
 void imx_save_options_init(imx_save_options* options) {
   *options = {};

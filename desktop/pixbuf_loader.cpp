@@ -159,8 +159,10 @@ gboolean StopLoad(gpointer given, GError** error) {
 
 extern "C" {
 
+// The names that gdk-pixbuf looks for. NOLINTBEGIN(readability-identifier-naming)
 G_MODULE_EXPORT void fill_vtable(GdkPixbufModule* module);
 G_MODULE_EXPORT void fill_info(GdkPixbufFormat* info);
+// NOLINTEND(readability-identifier-naming)
 
 void fill_vtable(GdkPixbufModule* module) {
   module->begin_load = BeginLoad;

@@ -38,9 +38,9 @@ std::string LibraryFolder(std::string_view name, const std::string& file) {
   if (folder > 0) return std::string(name.substr(0, folder));
   const std::string own = OwnPath();
   if (own.empty()) return {};
-  const std::string beside = own.substr(0, own.rfind('/') + 1);
+  std::string beside = own.substr(0, own.rfind('/') + 1);
   for (const char* installed : {IMX_PLUGINS_FROM_LIBRARY, IMX_PLUGINS_FROM_PROGRAM}) {
-    const std::string tried = beside + installed;
+    std::string tried = beside + installed;
     if (access((beside + file).c_str(), F_OK) != 0 && access((tried + file).c_str(), F_OK) == 0) {
       return tried;
     }

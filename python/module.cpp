@@ -11,7 +11,7 @@
 #include "imx/imx.h"
 
 namespace py = pybind11;
-using namespace py::literals;
+using py::literals::operator""_a;
 
 namespace {
 
@@ -57,7 +57,7 @@ py::str Decoded(const char* text) {
 }
 
 struct Report : imx_report {
-  Report() : imx_report{} { struct_size = sizeof(imx_report); }
+  Report() : imx_report{sizeof(imx_report), IMX_OK, 0, {}, {}} {}
 
   /// Raises what a failed call asks for.
   void Check() const {

@@ -257,6 +257,7 @@ TEST_F(ApiTest, ThreadsTakeTurns) {
   const std::string gif = Saved(image.get(), "gif");
   std::vector<std::string> results(8);
   std::vector<std::thread> threads;
+  threads.reserve(results.size());
   for (std::string& result : results) {
     threads.emplace_back([&gif, &result] {
       imx_image* loaded = nullptr;
