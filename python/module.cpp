@@ -11,7 +11,7 @@
 #include "imx/imx.h"
 
 namespace py = pybind11;
-using py::literals::operator""_a;
+using namespace py::literals;  // NOLINT(google-build-using-namespace)
 
 namespace {
 
