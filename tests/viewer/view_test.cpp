@@ -9,6 +9,7 @@
 #include "tests/support/library_test.h"
 #include "tests/support/pictures.h"
 #include "tests/viewer/viewer_run.h"
+#include "tools/drive/screen_picture.h"
 #include "viewer/model/clipboard_bitmap.h"
 
 namespace imx::test {
@@ -35,6 +36,30 @@ TEST_F(ViewTest, ToolsWorkInImagePixelsAtEveryZoom) {
   run.Choose("tc");
   run.Drag(first, {20, 20}, {99, 59});
   run.ExpectShown(run.Image(2, "NEW_"), *Clipped(*photo, {10, 10, 49, 29}).image);
+}
+
+TEST_F(ViewTest, TheWheelShowsThePixelThatComesUnderThePointer) {
+  ViewerRun run({StorePicture(temp, "tall.png", *PhotoLike(300, 2000), 1)});
+  const HWND window = run.Image(1, "tall.png");
+  POINT at = {50, 50};
+  ClientToScreen(window, &at);
+  SetCursorPos(at.x, at.y);
+  const auto turn = [&](int notches) {
+    SendMessageA(window, WM_MOUSEWHEEL, MAKEWPARAM(0, notches * WHEEL_DELTA),
+                 MAKELPARAM(at.x, at.y));
+  };
+  const auto move = [&] {
+    SendMessageA(window, WM_MOUSEMOVE, 0, MAKELPARAM(50, 50));
+    return ReadSettledScreen();
+  };
+  turn(-1);
+  const ImageGuard down = move();
+  turn(1);
+  move();
+  turn(-1);
+  EXPECT_TRUE(Becomes([&] { return Difference(*down, *ReadSettledScreen()).empty(); }));
+  // A menu that opens below the pointer follows it.
+  SetCursorPos(GetSystemMetrics(SM_CXSCREEN) / 2, GetSystemMetrics(SM_CYSCREEN) - 1);
 }
 
 /// What another program, this one, finds on the clipboard.

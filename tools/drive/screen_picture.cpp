@@ -56,8 +56,8 @@ ImageGuard ReadScreenArea(POINT from, int width, int height) {
   return image;
 }
 
-/// The whole screen once it shows the same twice in a row: what is still being painted does not.
-/// One that never rests is taken as it is.
+}  // namespace
+
 ImageGuard ReadSettledScreen() {
   constexpr int kMostLooks = 20;
   constexpr DWORD kPauseMilliseconds = 100;
@@ -73,8 +73,6 @@ ImageGuard ReadSettledScreen() {
   }
   return image;
 }
-
-}  // namespace
 
 ImageGuard ReadClientArea(HWND window) {
   RECT client{};

@@ -9,6 +9,10 @@
 
 namespace imx {
 
+/// The whole screen once it shows the same twice in a row: what is still being painted does not.
+/// One that never rests is taken as it is. Null on failure.
+ImageGuard ReadSettledScreen();
+
 /// What the screen shows of the window's client area, other windows above it included. Null on
 /// failure.
 ImageGuard ReadClientArea(HWND window);

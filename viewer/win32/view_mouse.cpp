@@ -111,16 +111,19 @@ void OnLeftReleased(ImageView& view, Point client) {
 void OnWheel(ImageView& view, WPARAM wParam, LPARAM lParam) {
   constexpr int kPixelsPerNotch = 120;
   const int turned = GET_WHEEL_DELTA_WPARAM(wParam);
+  const Point on = ClientPoint(lParam);
+  POINT at = {on.x, on.y};
+  const bool isHere = WindowFromPoint(at) == view.window;
+  ScreenToClient(view.window, &at);
   if ((LOWORD(wParam) & MK_CONTROL) != 0) {
-    const Point on = ClientPoint(lParam);
-    POINT at = {on.x, on.y};
-    ScreenToClient(view.window, &at);
     ZoomView(view, NextZoom(view.view.zoom, turned > 0), {at.x, at.y});
-    return;
+  } else {
+    const int by = -turned * kPixelsPerNotch / WHEEL_DELTA;
+    const bool across = (LOWORD(wParam) & MK_SHIFT) != 0 || !ScrollsDown(view.view);
+    ScrollView(view, across ? by : 0, across ? 0 : by);
   }
-  const int by = -turned * kPixelsPerNotch / WHEEL_DELTA;
-  const bool across = (LOWORD(wParam) & MK_SHIFT) != 0 || !ScrollsDown(view.view);
-  ScrollView(view, across ? by : 0, across ? 0 : by);
+  // Another pixel may be under the pointer.
+  if (isHere) ShowPixel(view, ImagePoint(view.view, {at.x, at.y}));
 }
 
 }  // namespace
