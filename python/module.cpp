@@ -56,17 +56,19 @@ py::str Decoded(const char* text) {
   return py::reinterpret_borrow<py::bytes>(py::bytes(text)).attr("decode")("latin-1");
 }
 
-struct Report : imx_report {
-  Report() : imx_report{sizeof(imx_report), IMX_OK, 0, {}, {}} {}
+imx_report NewReport() {
+  imx_report report = {};
+  report.struct_size = sizeof report;
+  return report;
+}
 
-  /// Raises what a failed call asks for.
-  void Check() const {
-    if (status == IMX_OK) return;
-    const py::object kind = py::module_::import("imx").attr("Error");
-    PyErr_SetObject(kind.ptr(), kind(Decoded(text), status).ptr());
-    throw py::error_already_set();
-  }
-};
+/// Raises what a failed call asks for.
+void Check(const imx_report& report) {
+  if (report.status == IMX_OK) return;
+  const py::object kind = py::module_::import("imx").attr("Error");
+  PyErr_SetObject(kind.ptr(), kind(Decoded(report.text), report.status).ptr());
+  throw py::error_already_set();
+}
 
 /// Does `call` without Python's lock, and raises what its listener did.
 template <typename Call>
@@ -139,7 +141,7 @@ Pixels PixelsOf(imx_image* image) {
 }
 
 /// The fields of the Python class Image.
-py::dict Described(imx_image* image, const Report& report) {
+py::dict Described(imx_image* image, const imx_report& report) {
   std::uint8_t rgb[768];
   const py::ssize_t colours = imx_image_palette(image, rgb);
   Pixels palette({colours, py::ssize_t{3}});
@@ -159,7 +161,7 @@ py::dict Probe(const py::bytes& source, bool isMemory, const py::dict& chosen) {
   Listener listener{py::none()};
   const imx_load_options options = LoadOptions(chosen, &listener);
   const std::string_view data = source;
-  Report report;
+  imx_report report = NewReport();
   imx_info info{};
   info.struct_size = sizeof info;
   Unlocked(&listener, [&] {
@@ -169,7 +171,7 @@ py::dict Probe(const py::bytes& source, bool isMemory, const py::dict& chosen) {
       imx_probe_file(data.data(), &options, &info, &report);
     }
   });
-  report.Check();
+  Check(report);
   py::object alpha = py::none();
   if (info.has_alpha >= 0) alpha = py::bool_(info.has_alpha != 0);
   return py::dict("width"_a = info.width, "height"_a = info.height, "depth"_a = info.depth,
@@ -182,7 +184,7 @@ py::dict Load(const py::bytes& source, bool isMemory, bool lenient, const py::di
   Listener listener{progress};
   const imx_load_options options = LoadOptions(chosen, &listener);
   const std::string_view data = source;
-  Report report;
+  imx_report report = NewReport();
   imx_image* made = nullptr;
   Unlocked(&listener, [&] {
     if (isMemory) {
@@ -192,7 +194,7 @@ py::dict Load(const py::bytes& source, bool isMemory, bool lenient, const py::di
     }
   });
   const Image image(made);
-  if (!image || !lenient) report.Check();
+  if (!image || !lenient) Check(report);
   return Described(image.get(), report);
 }
 
@@ -203,13 +205,13 @@ Image FromPixels(const Pixels& pixels, bool alpha) {
   }
   const auto width = static_cast<std::int32_t>(pixels.shape(1));
   const auto height = static_cast<std::int32_t>(pixels.shape(0));
-  Report report;
+  imx_report report = NewReport();
   imx_image* made = nullptr;
   Unlocked(nullptr, [&, rgba = pixels.data()] {
     imx_image_new(width, height, rgba, alpha ? 1 : 0, &made, &report);
   });
   Image image(made);
-  report.Check();
+  Check(report);
   return image;
 }
 
@@ -224,18 +226,18 @@ Image FromPython(const py::object& picture) {
                                    ? static_cast<std::int32_t>(palette.shape(0))
                                    : 0;
   for (std::size_t i = 0; i < 3; ++i) {
-    Report report;
+    imx_report report = NewReport();
     Unlocked(nullptr,
              [&] { imx_image_set_text(image.get(), kTexts[i], texts[i].c_str(), &report); });
-    report.Check();
+    Check(report);
   }
-  Report report;
+  imx_report report = NewReport();
   if (colours > 0) {
     Unlocked(nullptr, [&, rgb = palette.data()] {
       imx_image_set_palette(image.get(), rgb, colours, &report);
     });
   }
-  report.Check();
+  Check(report);
   return image;
 }
 
@@ -246,7 +248,7 @@ py::tuple Save(const py::object& picture, const py::object& path, const py::dict
   Listener listener{progress};
   const imx_save_options options = SaveOptions(chosen, &listener);
   const std::string file = path.is_none() ? std::string() : std::string(py::bytes(path));
-  Report report;
+  imx_report report = NewReport();
   void* bytes = nullptr;
   std::size_t size = 0;
   const auto save = [&] {
@@ -258,7 +260,7 @@ py::tuple Save(const py::object& picture, const py::object& path, const py::dict
   };
   Unlocked(&listener, save);
   const Bytes owned(bytes);
-  report.Check();
+  Check(report);
   return py::make_tuple(py::bytes(static_cast<const char*>(bytes), size), Decoded(report.note));
 }
 
@@ -266,12 +268,12 @@ py::tuple Save(const py::object& picture, const py::object& path, const py::dict
 Pixels Resized(const Pixels& pixels, bool alpha, std::int32_t width, std::int32_t height,
                bool fit) {
   const Image image = FromPixels(pixels, alpha);
-  Report report;
+  imx_report report = NewReport();
   Unlocked(nullptr, [&] {
     const auto resize = fit ? imx_fit : imx_resize;
     resize(image.get(), width, height, &report);
   });
-  report.Check();
+  Check(report);
   return PixelsOf(image.get());
 }
 
