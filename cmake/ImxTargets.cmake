@@ -48,8 +48,10 @@ if(NOT IMX_SANITIZE AND NOT IMX_FUZZ)
   endif()
 endif()
 if(WIN32)
-  # Without the time of linking the same sources give the same bytes.
-  target_link_options(imx_flags INTERFACE -static -Wl,--no-insert-timestamp)
+  # Without the time of linking, and an address made from the output's path, the same sources give the
+  # same bytes.
+  target_link_options(imx_flags INTERFACE -static -Wl,--no-insert-timestamp
+    $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,MODULE_LIBRARY>:-Wl,--disable-auto-image-base>)
   target_compile_definitions(imx_flags INTERFACE
     NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0501 __USE_MINGW_ANSI_STDIO=1)
 endif()
