@@ -33,7 +33,7 @@ void FuzzArguments(Run& run) {
   while (!run.input.ended()) arguments.push_back(Line(run.input));
   Request request;
   if (!ParseArguments(command, arguments, &request).empty()) return;
-  if (!request.help) {
+  if (!request.help && !request.filesFrom && !request.partOfBatch) {
     const std::size_t operands = request.operands.size();
     Require(operands >= command.fewestOperands && operands <= command.mostOperands,
             "another number of operands");
