@@ -14,10 +14,10 @@ namespace {
 //   abidw --exported-interfaces-only --drop-private-types --headers-dir include --no-show-locs
 //     --no-corpus-path --no-comp-dir-path --out-file tests/api/libimx.abi out/linux/libimx.so.1
 TEST(InterfaceTest, IsTheKeptOne) {
-  const ProgramResult result =
-      RunProgram({"abidiff", "--exported-interfaces-only", "--no-show-locs", "--drop-private-types",
-                  "--headers-dir2", IMX_SOURCE_DIR "/include",
-                  IMX_SOURCE_DIR "/tests/api/libimx.abi", IMX_LIBRARY});
+  const std::string source = IMX_SOURCE_DIR;
+  const ProgramResult result = RunProgram(
+      {"abidiff", "--exported-interfaces-only", "--no-show-locs", "--drop-private-types",
+       "--headers-dir2", source + "/include", source + "/tests/api/libimx.abi", IMX_LIBRARY});
   EXPECT_EQ(result.status, 0) << result.out << result.err;
 }
 

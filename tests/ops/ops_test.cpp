@@ -28,7 +28,7 @@ struct Place {
 Place PlaceOf(std::int32_t n, std::int32_t extent, std::int32_t count) {
   const auto step = static_cast<float>(static_cast<double>(extent) / count);
   double position = 0;
-  for (std::int32_t i = 0; i < n; ++i) position += double{step};
+  for (std::int32_t i = 0; i < n; ++i) position += static_cast<double>(step);
   const auto index = static_cast<std::int32_t>(position);
   return {index, static_cast<float>(position - index)};
 }
@@ -87,9 +87,10 @@ TEST_F(OpsTest, RegionsAreHeldWithinTheImage) {
     for (const auto& c : kCases) {
       ExpectScaled(*image, c.clamped, 1, Clipped(*image, c.region), Picked);
       for (const float scale : {1.0F, 2.0F, 0.5F, 1.34F, 0.37F, 12.7F}) {
-        ExpectScaled(*image, c.clamped, double{scale}, Rescaled(*image, c.region, scale), Picked);
-        ExpectScaled(*image, c.resampled, double{scale}, Resampled(*image, c.region, scale),
-                     Blended);
+        ExpectScaled(*image, c.clamped, static_cast<double>(scale),
+                     Rescaled(*image, c.region, scale), Picked);
+        ExpectScaled(*image, c.resampled, static_cast<double>(scale),
+                     Resampled(*image, c.region, scale), Blended);
       }
     }
   }
@@ -342,7 +343,7 @@ TEST_F(OpsTest, GammaDarkensByPowersAndLeavesAlpha) {
     std::uint8_t wanted[256];
     float t = 0;
     for (int i = 0; i < 256; ++i) {
-      const double raised = std::pow(double{t}, double{gamma}) * 255.0;
+      const double raised = std::pow(static_cast<double>(t), static_cast<double>(gamma)) * 255.0;
       wanted[i] = static_cast<std::uint8_t>(gamma == 1 ? i : std::min(raised, 255.0));
       t += 0.003921569F;
     }

@@ -7,9 +7,9 @@ namespace imx::test {
 namespace {
 
 TEST(PythonTest, ThePackageDoesWhatItSays) {
-  const ProgramResult result =
-      RunProgram({"env", "PYTHONPATH=" IMX_PYTHON_FOLDER, "PYTHONDONTWRITEBYTECODE=1", IMX_PYTHON,
-                  "-m", "pytest", "-q", "-p", "no:cacheprovider", IMX_SOURCE_DIR "/tests/python"});
+  const std::string path = "PYTHONPATH=" IMX_PYTHON_FOLDER, tests = IMX_SOURCE_DIR "/tests/python";
+  const ProgramResult result = RunProgram({"env", path, "PYTHONDONTWRITEBYTECODE=1", IMX_PYTHON,
+                                           "-m", "pytest", "-q", "-p", "no:cacheprovider", tests});
   EXPECT_EQ(result.status, 0) << result.out << result.err;
 }
 
