@@ -12,6 +12,7 @@ import pathlib
 import re
 import subprocess
 import sys
+import time
 import urllib.parse
 import urllib.request
 
@@ -96,6 +97,15 @@ class Browser:
     def pixels(self, selector):
         return base64.b64decode(self.run(PIXELS, self.find(selector), how="async"))
 
+    def expect_closed(self, link):
+        """Some time after the window of a picture is gone, the page puts it away and the focus back."""
+        for _ in range(500):
+            if self.run("return !document.getElementById('picture').hasAttribute('src')"):
+                break
+            time.sleep(0.02)
+        check("closed", self.run("return document.getElementById('viewer').open"), False)
+        check("focus", self.run("return document.activeElement.textContent"), link)
+
     def names(self):
         return [name for name, reason in self.run(CARDS)]
 
@@ -173,14 +183,14 @@ def try_pictures(page):
         page.click(card + " a")
         check("picture of " + name, page.pixels("#viewer[open] img"), converted(source))
         page.press(ESCAPE)
-        check("closed", page.run("return document.getElementById('viewer').open"), False)
+        page.expect_closed(source)
     # From picture to picture by keys alone; the narrow one fits into the window.
     page.run("document.querySelectorAll('#list a')[3].focus()")
     page.press("\ue007")
     page.press(RIGHT)
     check("next", page.run("return document.getElementById('title').textContent"), "in/n10.ppm")
     page.press(ESCAPE)
-    check("focus", page.run("return document.activeElement.textContent"), "in/n10.ppm")
+    page.expect_closed("in/n10.ppm")
 
 
 def main():
