@@ -150,8 +150,7 @@ WorkPlan PlanOfWorkers(const Request& request, const char* command) {
 void ConcludeBatch(const Request& request, const Gathering& gathering, const BatchCounts& counts,
                    double seconds) {
   if (Interrupted() && counts.over() < counts.total) {
-    ReportFailure(
-        {}, "interrupted: " + std::to_string(counts.total - counts.over()) + " not converted");
+    ReportFailure({}, "interrupted: " + std::to_string(counts.total - counts.over()) + " not done");
   }
   if (request.quiet || request.outputFolder.empty()) return;
   if (gathering.others > 0) {
