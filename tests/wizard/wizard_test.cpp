@@ -52,7 +52,7 @@ class WizardTest : public testing::Test {
       if (!FileExists(SystemDirectory() + "\\" + name)) missingLibraries_.push_back(name);
     }
     RemoveInstalled();
-    fs::create_directories(kBase);
+    fs::create_directories(Place(""));
     choices.programDir = Place("Glimmerix");
     choices.picturesDir = Place("Pictures");
     choices.helpDir = Place("Manual");
@@ -65,7 +65,11 @@ class WizardTest : public testing::Test {
     CoUninitialize();
   }
 
-  static std::string Place(const char* name) { return std::string(kBase) + "\\" + name; }
+  /// Each test has a folder of its own: what an ending program still holds cannot be removed.
+  static std::string Place(const char* name) {
+    const char* const test = testing::UnitTest::GetInstance()->current_test_info()->name();
+    return std::string(kBase) + "\\" + test + "\\" + name;
+  }
   static std::string GroupFolder() { return ProgramsFolder() + "\\" + kGroup; }
 
   void RemoveInstalled() {
@@ -83,7 +87,7 @@ class WizardTest : public testing::Test {
 
   /// What is on the disk in the places that an installation writes to, links excepted.
   static Tree ReadInstalled(const Expectation& expectation) {
-    Tree tree = ReadTree(kBase);
+    Tree tree = ReadTree(Place(""));
     for (const auto& [path, entry] : expectation.tree) {
       if (!tree.contains(path) && FileExists(path)) tree[path] = {false, ReadFile(path)};
     }
@@ -146,7 +150,7 @@ TEST_F(WizardTest, InstallsEverythingOverAnEarlierInstallation) {
   EXPECT_EQ(Shortcuts(), (std::vector{GlintLink(), ManualLink(), TwistelLink()}));
   for (const std::string name : {"Glint", "Twistel"}) {  // which find their pictures
     DrivenProgram program;
-    ASSERT_TRUE(StartProgram(choices.programDir + "\\" + name + ".exe", kBase, &program));
+    ASSERT_TRUE(StartProgram(choices.programDir + "\\" + name + ".exe", Place(""), &program));
     const HWND window = WaitForWindowOfClass(program, "Glimmerix sample", kAnswerMilliseconds);
     EXPECT_EQ(WindowText(window), name + " - " + choices.picturesDir);
     PostMessageA(window, WM_CLOSE, 0, 0);
@@ -166,7 +170,7 @@ TEST_F(WizardTest, HaltsOnADirectoryThatCannotBeMade) {
                      "You may have used a file's name, or you may not have write permission in "
                      "one or more locations.");
   run.ExpectEnd();
-  EXPECT_EQ(Names(ReadTree(kBase)), choices.dataDir + "\n");
+  EXPECT_EQ(Names(ReadTree(Place(""))), choices.dataDir + "\n");
   EXPECT_FALSE(fs::exists(GroupFolder()));
   for (const char* const name : kSettingsFiles) {
     EXPECT_FALSE(FileExists(WindowsDirectory() + "\\" + name)) << name;
