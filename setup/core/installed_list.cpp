@@ -117,10 +117,4 @@ bool describeFile(const Platform& platform, const char* path, InstalledFile& fil
   return true;
 }
 
-bool isUnchanged(const Platform& platform, const char* path, const InstalledFile& file) {
-  InstalledFile found;
-  return describeFile(platform, path, found) && found.size == file.size &&
-         found.sha256 == file.sha256;
-}
-
 }  // namespace imx

@@ -45,9 +45,6 @@ bool saveInstalledList(const Platform& platform, const InstallSettings& settings
 /// platform.failureReason, when the list stays.
 bool removeInstalledList(const Platform& platform, const InstallSettings& settings);
 
-/// Whether the file at `path` is there as `file` says. False, too, when it cannot be read.
-bool isUnchanged(const Platform& platform, const char* path, const InstalledFile& file);
-
 /// Digest and size of a file, for the list. False, with platform.failureReason, when it cannot be
 /// read.
 bool describeFile(const Platform& platform, const char* path, InstalledFile& file);
