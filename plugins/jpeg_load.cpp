@@ -208,30 +208,5 @@ PluginRecord* Load(const char* path, const PluginHost& host, bool headerOnly) {
 }  // namespace
 }  // namespace imx
 
-IMX_PLUGIN_EXPORT imx::PluginRecord* IMX_PLUGIN_CALL ImageLoad(
-    const char* path, void*, void*, imx::PluginProgressBegin begin, imx::PluginProgressBegin,
-    imx::PluginProgressUpdate update, imx::PluginProgressEnd end, imx::PluginMakeImage makeImage,
-    imx::PluginAllocate allocate, imx::PluginFree free, imx::PluginNothing) {
-  return imx::Load(path,
-                   {.begin = begin,
-                    .update = update,
-                    .end = end,
-                    .makeImage = makeImage,
-                    .allocate = allocate,
-                    .free = free},
-                   false);
-}
-
-IMX_PLUGIN_EXPORT imx::PluginRecord* IMX_PLUGIN_CALL ImageHeader(
-    const char* path, void*, void*, imx::PluginProgressBegin begin, imx::PluginProgressBegin,
-    imx::PluginProgressUpdate update, imx::PluginProgressEnd end, imx::PluginMakeImage makeImage,
-    imx::PluginAllocate allocate, imx::PluginFree free, imx::PluginNothing) {
-  return imx::Load(path,
-                   {.begin = begin,
-                    .update = update,
-                    .end = end,
-                    .makeImage = makeImage,
-                    .allocate = allocate,
-                    .free = free},
-                   true);
-}
+IMX_EXPORT_LOADER(ImageLoad, imx::Load, false)
+IMX_EXPORT_LOADER(ImageHeader, imx::Load, true)

@@ -14,6 +14,24 @@
 #define IMX_PLUGIN_EXPORT extern "C" __attribute__((visibility("default")))
 #endif
 
+/// Defines the exported function `name`, a PluginLoad that gives what
+/// `load(path, host, what)` gives.
+#define IMX_EXPORT_LOADER(name, load, what)                                                     \
+  IMX_PLUGIN_EXPORT imx::PluginRecord* IMX_PLUGIN_CALL name(                                    \
+      const char* path, void*, void*, imx::PluginProgressBegin begin, imx::PluginProgressBegin, \
+      imx::PluginProgressUpdate update, imx::PluginProgressEnd end,                             \
+      imx::PluginMakeImage makeImage, imx::PluginAllocate allocate, imx::PluginFree free,       \
+      imx::PluginNothing) {                                                                     \
+    return load(path,                                                                           \
+                {.begin = begin,                                                                \
+                 .update = update,                                                              \
+                 .end = end,                                                                    \
+                 .makeImage = makeImage,                                                        \
+                 .allocate = allocate,                                                          \
+                 .free = free},                                                                 \
+                what);                                                                          \
+  }
+
 namespace imx {
 
 /// The host's services, those that a plug-in has a use for.

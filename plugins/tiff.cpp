@@ -89,33 +89,8 @@ std::int32_t Save(const char* path, const PluginRecord& record, bool compress,
 }  // namespace
 }  // namespace imx
 
-IMX_PLUGIN_EXPORT imx::PluginRecord* IMX_PLUGIN_CALL ImageLoad(
-    const char* path, void*, void*, imx::PluginProgressBegin begin, imx::PluginProgressBegin,
-    imx::PluginProgressUpdate update, imx::PluginProgressEnd end, imx::PluginMakeImage makeImage,
-    imx::PluginAllocate allocate, imx::PluginFree free, imx::PluginNothing) {
-  return imx::LoadTiffPicture(path,
-                              {.begin = begin,
-                               .update = update,
-                               .end = end,
-                               .makeImage = makeImage,
-                               .allocate = allocate,
-                               .free = free},
-                              false);
-}
-
-IMX_PLUGIN_EXPORT imx::PluginRecord* IMX_PLUGIN_CALL ImageHeader(
-    const char* path, void*, void*, imx::PluginProgressBegin begin, imx::PluginProgressBegin,
-    imx::PluginProgressUpdate update, imx::PluginProgressEnd end, imx::PluginMakeImage makeImage,
-    imx::PluginAllocate allocate, imx::PluginFree free, imx::PluginNothing) {
-  return imx::LoadTiffPicture(path,
-                              {.begin = begin,
-                               .update = update,
-                               .end = end,
-                               .makeImage = makeImage,
-                               .allocate = allocate,
-                               .free = free},
-                              true);
-}
+IMX_EXPORT_LOADER(ImageLoad, imx::LoadTiffPicture, false)
+IMX_EXPORT_LOADER(ImageHeader, imx::LoadTiffPicture, true)
 
 IMX_PLUGIN_EXPORT std::int32_t IMX_PLUGIN_CALL
 ImageSave(const char* path, imx::PluginRecord* record, void*, void*, std::int32_t compress,
