@@ -10,6 +10,7 @@
 #include <string>
 
 #include "bench/photo.h"
+#include "bench/register.h"
 #include "dispatch/load.h"
 #include "dispatch/save.h"
 #include "formats/codec_state.h"
@@ -79,6 +80,8 @@ bool NeedsPlugin(std::int32_t row) {
   return Registry(row).type == kTypeJpeg || Registry(row).type == kTypeTiff;
 }
 
+}  // namespace
+
 void RegisterAll() {
   for (std::int32_t row = 0; TypeRowOutOfRange(row) == 0; ++row) {
     if (!TypeCanSave(row) || NeedsPlugin(row)) continue;
@@ -94,11 +97,4 @@ void RegisterAll() {
   }
 }
 
-}  // namespace
 }  // namespace imx::bench
-
-int main(int argc, char** argv) {
-  imx::bench::RegisterAll();
-  benchmark::Initialize(&argc, argv);
-  benchmark::RunSpecifiedBenchmarks();
-}

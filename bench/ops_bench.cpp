@@ -10,6 +10,7 @@
 
 #include "bench/cpu_time.h"
 #include "bench/photo.h"
+#include "bench/register.h"
 #include "ops/operations.h"
 #include "tests/support/files.h"
 #include "tests/support/run_program.h"
@@ -140,6 +141,8 @@ void Peer(benchmark::State& state, const Operation& operation) {
   }
 }
 
+}  // namespace
+
 void RegisterAll() {
   const auto least = [](const std::vector<double>& times) {
     return *std::min_element(times.begin(), times.end());
@@ -155,11 +158,4 @@ void RegisterAll() {
   }
 }
 
-}  // namespace
 }  // namespace imx::bench
-
-int main(int argc, char** argv) {
-  imx::bench::RegisterAll();
-  benchmark::Initialize(&argc, argv);
-  benchmark::RunSpecifiedBenchmarks();
-}

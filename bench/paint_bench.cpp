@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "bench/photo.h"
+#include "bench/register.h"
 #include "shell/model/display_row.h"
 #include "viewer/model/scaled_rows.h"
 
@@ -74,6 +75,8 @@ void MakeQuarter(benchmark::State& state) {
   }
 }
 
+}  // namespace
+
 void RegisterAll() {
   for (const Zoom zoom : kZooms) {
     for (const bool checkerboard : {false, true}) {
@@ -88,11 +91,4 @@ void RegisterAll() {
   benchmark::RegisterBenchmark("quarter copy", MakeQuarter)->Unit(benchmark::kMillisecond);
 }
 
-}  // namespace
 }  // namespace imx::bench
-
-int main(int argc, char** argv) {
-  imx::bench::RegisterAll();
-  benchmark::Initialize(&argc, argv);
-  benchmark::RunSpecifiedBenchmarks();
-}
