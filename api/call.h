@@ -46,6 +46,15 @@ imx_status Run(imx_report* report, const Listener& listener, Work&& work) noexce
       report, listener, [](void* context) { return (*static_cast<Work*>(context))(); }, &work);
 }
 
+/// The same for a call with options, whose progress goes to their function. Unless it `isUsable`
+/// nothing is done: `otherwise` says what of it can be wrong, and `taken` is not looked at.
+template <typename Options, typename Work>
+imx_status RunUsable(bool isUsable, const Options& taken, const char* otherwise, imx_report* report,
+                     Work&& work) noexcept {
+  return Run(report, isUsable ? Listener{taken.progress, taken.progress_user} : Listener{},
+             [&] { return isUsable ? work() : BadArgument(otherwise); });
+}
+
 /// Whether the call's listener asked to stop.
 bool IsStopped();
 
@@ -74,9 +83,6 @@ void GiveStructure(Structure filled, Structure* given) {
   filled.struct_size = size;
   std::memcpy(given, &filled, size < sizeof filled ? size : sizeof filled);
 }
-
-/// The same pixels, rows in order, and all else of an image; empty when it cannot be had.
-ImageGuard Copied(const ImageRecord& from);
 
 /// Makes what AllocImage gave the caller's, its rows in order; or tells why it gave nothing.
 Outcome GiveImage(ImageGuard record, std::int32_t frames, imx_image** image);

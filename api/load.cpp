@@ -148,9 +148,8 @@ imx_status RunLoad(const char* path, const imx_load_options* options, Taker take
                    imx_report* report) {
   imx_load_options taken;
   const bool isUsable = path && to && TakeOptions(options, imx_load_options_init, &taken);
-  return Run(report, isUsable ? Listener{taken.progress, taken.progress_user} : Listener{}, [&] {
-    return isUsable ? LoadPath(path, {taken, take, to})
-                    : BadArgument("path, what is to be filled or struct_size");
+  return RunUsable(isUsable, taken, "path, what is to be filled or struct_size", report, [&] {
+    return LoadPath(path, {taken, take, to});
   });
 }
 
@@ -159,9 +158,8 @@ imx_status RunLoad(const void* bytes, std::size_t size, const imx_load_options* 
   imx_load_options taken;
   const bool isUsable =
       (bytes || size == 0) && to && TakeOptions(options, imx_load_options_init, &taken);
-  return Run(report, isUsable ? Listener{taken.progress, taken.progress_user} : Listener{}, [&] {
-    return isUsable ? LoadBytes(bytes, size, {taken, take, to})
-                    : BadArgument("bytes, what is to be filled or struct_size");
+  return RunUsable(isUsable, taken, "bytes, what is to be filled or struct_size", report, [&] {
+    return LoadBytes(bytes, size, {taken, take, to});
   });
 }
 

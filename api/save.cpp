@@ -58,11 +58,8 @@ Outcome Choose(const imx_save_options& options, const char* path, ImageRecord& i
   Output().compression = options.compress;
   Output().interlace = options.interlace;
   Output().quality = options.quality;
-  const std::int32_t bits = DepthBits(DepthChoiceBit(row, depth));
-  // A file of fewer bits must not get more colours than it can name.
-  const std::int32_t paletteBits = bits < 8 ? bits : 8;
-  Rendering() = {options.palette_bits ? options.palette_bits : paletteBits, options.palette_source,
-                 options.ordered, options.strength};
+  Rendering() = {options.palette_bits ? options.palette_bits : PaletteBits(row, depth),
+                 options.palette_source, options.ordered, options.strength};
   return {};
 }
 
@@ -120,9 +117,7 @@ Outcome SaveBytes(const imx_save_options& options, ImageRecord& image, void** by
 }  // namespace
 }  // namespace imx::api
 
-using imx::api::BadArgument;
-using imx::api::Listener;
-using imx::api::Run;
+using imx::api::RunUsable;
 using imx::api::SaveBytes;
 using imx::api::SaveChosen;
 using imx::api::TakeOptions;
@@ -141,8 +136,7 @@ imx_status imx_save_file(imx_image* image, const char* path, const imx_save_opti
                          imx_report* report) {
   imx_save_options taken;
   const bool isUsable = image && path && TakeOptions(options, imx_save_options_init, &taken);
-  return Run(report, isUsable ? Listener{taken.progress, taken.progress_user} : Listener{}, [&] {
-    if (!isUsable) return BadArgument("image, path or struct_size");
+  return RunUsable(isUsable, taken, "image, path or struct_size", report, [&] {
     imx::ImageRecord& record = *image->record;
     return SaveChosen(taken, path, record, [&] {
       return imx::SaveImageSafely(path, &record, {taken.durable != 0, true});
@@ -157,10 +151,8 @@ imx_status imx_save_memory(imx_image* image, const imx_save_options* options, vo
       image && bytes && size && TakeOptions(options, imx_save_options_init, &taken) && taken.type;
   if (bytes) *bytes = nullptr;
   if (size) *size = 0;
-  return Run(report, isUsable ? Listener{taken.progress, taken.progress_user} : Listener{}, [&] {
-    return isUsable ? SaveBytes(taken, *image->record, bytes, size)
-                    : BadArgument("image, bytes, size, struct_size or type");
-  });
+  return RunUsable(isUsable, taken, "image, bytes, size, struct_size or type", report,
+                   [&] { return SaveBytes(taken, *image->record, bytes, size); });
 }
 
 void imx_bytes_free(void* bytes) {

@@ -15,6 +15,7 @@
 #include "render/render.h"
 
 namespace imx {
+
 std::int32_t OutputRow(const Request& request, const std::string& output, std::string* fault) {
   std::string extension = request.type;
   if (extension.empty()) {
@@ -49,13 +50,11 @@ void SetOutputOptions(const Request& request, std::int32_t row, ImageRecord& ima
   Output().compression = request.compress ? 1 : 0;
   Output().interlace = request.interlace ? 1 : 0;
   Output().quality = request.quality;
-  const std::int32_t bits = DepthBits(DepthChoiceBit(row, image.saveDepth));
   RenderSettings& rendering = Rendering();
   rendering.renderMode = request.renderMode;
   rendering.renderOrdered = request.ordered ? 1 : 0;
   rendering.renderStrength = request.strength;
-  // A file of fewer bits must not get more colours than it can name.
-  rendering.renderBits = request.renderBits.value_or(bits < 8 ? bits : 8);
+  rendering.renderBits = request.renderBits.value_or(PaletteBits(row, image.saveDepth));
 }
 
 bool SaveOutput(const std::string& output, const Request& request, ImageRecord& image) {

@@ -1,5 +1,6 @@
 #include "dispatch/save_choices.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
@@ -37,6 +38,10 @@ std::int32_t DefaultDepthChoice(std::int32_t row, const ImageRecord& image) {
   const std::int32_t trueColour = DepthChoice(row, 24);
   if (withAlpha != kNoDepthChoice) return withAlpha;
   return trueColour != kNoDepthChoice ? trueColour : 0;
+}
+
+std::int32_t PaletteBits(std::int32_t row, std::int32_t choice) {
+  return std::min(DepthBits(DepthChoiceBit(row, choice)), 8);
 }
 
 void TellLostTexts(const ImageRecord& image) {

@@ -16,6 +16,9 @@ std::int32_t DepthChoice(std::int32_t row, std::int32_t bits);
 /// the first.
 std::int32_t DefaultDepthChoice(std::int32_t row, const ImageRecord& image);
 
+/// Bits of the palette of files in that depth, which must not get more colours than they can name.
+std::int32_t PaletteBits(std::int32_t row, std::int32_t choice);
+
 /// A LibMessage for each of the image's texts that its saveType cannot keep whole.
 void TellLostTexts(const ImageRecord& image);
 

@@ -8,10 +8,6 @@
 namespace imx {
 namespace {
 
-bool IsSame(const std::string& a, const std::string& b) {
-  return a.size() == b.size() && EndsWithNoCase(a, b);
-}
-
 // A mark of a menu text that is to be shown is written twice.
 std::string Escaped(const std::string& text) {
   std::string escaped;
@@ -25,7 +21,8 @@ void AddRecent(std::vector<std::string>& recent, const std::string& path) {
   std::vector<std::string> others = std::exchange(recent, {});
   recent.push_back(path);
   for (std::string& other : others) {
-    if (recent.size() < kMostRecent && !IsSame(other, path)) recent.push_back(std::move(other));
+    if (recent.size() < kMostRecent && !EqualNoCase(other, path))
+      recent.push_back(std::move(other));
   }
 }
 

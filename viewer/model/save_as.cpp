@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "dispatch/save_choices.h"
 #include "imagelib/image.h"
 #include "imagelib/registry.h"
 #include "shell/model/output_choices.h"
@@ -19,19 +20,6 @@ std::string Ending(std::string_view path) {
 std::int32_t SourceRow(const ImageRecord& image) {
   const std::int32_t row = TypeRowByExtension(Ending(image.extension).c_str());
   return row != -1 ? row : TypeRowByExtension(Ending(image.path).c_str());
-}
-
-// 32 bits only where there is alpha to keep.
-std::int32_t BestDepth(const ImageRecord& image, std::int32_t row) {
-  const std::int32_t wanted = (image.flags & kFlagAlpha) != 0 ? 32 : 24;
-  std::int32_t best = 0, bestBits = 0;
-  for (std::int32_t choice = 0; choice < DepthChoiceCount(row); ++choice) {
-    const std::int32_t bits = DepthBits(DepthChoiceBit(row, choice));
-    if (bits > wanted || bits <= bestBits) continue;
-    best = choice;
-    bestBits = bits;
-  }
-  return best;
 }
 
 }  // namespace
@@ -66,7 +54,7 @@ void ChooseSaver(ImageRecord& image, std::int32_t position) {
   const bool again = row == image.saveType && image.saveDepth >= 0;
   if (!again) {
     SelectType(choices, position);
-    SelectDepth(choices, BestDepth(image, row));
+    SelectDepth(choices, DefaultDepthChoice(row, image));
   }
   AcceptOutputChoices(choices, image);
 }

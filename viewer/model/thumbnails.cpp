@@ -69,10 +69,8 @@ std::int32_t FindByStart(const std::vector<std::string>& names, const std::strin
   const auto count = static_cast<std::int32_t>(names.size());
   for (std::int32_t i = 0; i < count; ++i) {
     const std::int32_t at = (std::max(start, 0) + i) % count;
-    const std::string& name = names[static_cast<std::size_t>(at)];
-    if (name.size() >= typed.size() && EndsWithNoCase(name.substr(0, typed.size()), typed)) {
-      return at;
-    }
+    const std::string_view name = names[static_cast<std::size_t>(at)];
+    if (EqualNoCase(name.substr(0, typed.size()), typed)) return at;
   }
   return -1;
 }
