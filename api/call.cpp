@@ -8,6 +8,7 @@
 
 #include "dispatch/load.h"
 #include "dispatch/operation_text.h"
+#include "imagelib/copy_image.h"
 #include "imagelib/host.h"
 #include "imagelib/memory_edge.h"
 
@@ -167,24 +168,9 @@ void AddNote(const std::string& text) {
   call.notes.Add(text);
 }
 
-ImageGuard Copied(const ImageRecord& from) {
-  ImageGuard to(AllocImage(from.width, from.height, from.name, from.path));
-  if (!to) return to;
-  std::uint8_t* const pixels = to->pixels;
-  std::int32_t* const rowOffsets = to->rowOffsets;
-  *to = from;
-  to->pixels = pixels;
-  to->rowOffsets = rowOffsets;
-  const std::size_t rowBytes = std::size_t{4} * static_cast<std::size_t>(from.width);
-  for (std::int32_t y = 0; y < from.height; ++y) {
-    std::memcpy(PixelRow(*to, y), PixelRow(from, y), rowBytes);
-  }
-  return to;
-}
-
 Outcome GiveImage(ImageGuard record, std::int32_t frames, imx_image** image) {
   if (!record) return RefusedImage();
-  if (!RowsAreInOrder(*record)) return GiveImage(Copied(*record), frames, image);
+  if (!RowsAreInOrder(*record)) return GiveImage(CopyImage(*record), frames, image);
   *image = new imx_image{std::move(record), frames};
   return {};
 }

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "api/call.h"
+#include "imagelib/copy_image.h"
 #include "imagelib/text.h"
 
 namespace imx::api {
@@ -53,7 +54,6 @@ Outcome SetText(imx_image& image, imx_text which, const char* text) {
 }  // namespace imx::api
 
 using imx::api::BadArgument;
-using imx::api::Copied;
 using imx::api::Field;
 using imx::api::GiveImage;
 using imx::api::NewImage;
@@ -77,7 +77,7 @@ imx_status imx_image_new(int32_t width, int32_t height, const uint8_t* rgba, int
 imx_status imx_image_copy(const imx_image* image, imx_image** copy, imx_report* report) {
   if (copy) *copy = nullptr;
   return Run(report, {}, [&] {
-    return image && copy ? GiveImage(Copied(*image->record), image->frames, copy)
+    return image && copy ? GiveImage(imx::CopyImage(*image->record), image->frames, copy)
                          : BadArgument("image or copy");
   });
 }

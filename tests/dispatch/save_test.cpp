@@ -9,6 +9,7 @@
 #include "dispatch/load.h"
 #include "dispatch/safe_save.h"
 #include "formats/codec_state.h"
+#include "imagelib/copy_image.h"
 #include "imagelib/guards.h"
 #include "imagelib/registry.h"
 #include "imagelib/temporary_file.h"
@@ -167,7 +168,7 @@ TEST_F(SafeSaveTest, AlphaIsWhatTheImageAndTheDepthMean) {
                 {"pic", 0, *ramp, true, PixelAt(*ramp, 0, 0), true}};
   for (const auto& c : kCases) {
     SCOPED_TRACE(std::string(c.extension) + std::to_string(c.choice));
-    image = Copy(c.image);
+    image = CopyImage(c.image);
     const std::uint32_t flags = c.alphaMeant ? kFlagAlpha : 0u;
     image->flags = flags;
     Choose(c.extension, c.choice);

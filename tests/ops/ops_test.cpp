@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "imagelib/copy_image.h"
 #include "imagelib/text.h"
 #include "ops/commands.h"
 #include "ops/operations.h"
@@ -263,7 +264,7 @@ TEST_F(OpsTest, CommandsClampTheRegionAndShowWhatTheyMake) {
                        *Shown(ResampleRegion, image.get(), kGiven)),
             "");
   EXPECT_EQ(CurrentClipRegion(), kSampled);
-  const ImageGuard wanted = Copy(*image);
+  const ImageGuard wanted = CopyImage(*image);
   CorrectGamma(*wanted, 2);
   MergeInto(*wanted, kClamped, *source);
   ApplyGamma(image.get());
@@ -321,7 +322,7 @@ TEST_F(OpsTest, MergesFillOnePixelLessThanTheRegion) {
   };
   for (const auto& c : kCases) {
     const ImageGuard target = PhotoLike(30, 20);
-    const ImageGuard wanted = Copy(*target);
+    const ImageGuard wanted = CopyImage(*target);
     EXPECT_FALSE(MergeInto(*target, c.region, *c.source));
     EXPECT_NE(target->flags & kFlagPixelsChanged, 0U);
     const auto [left, top, right, bottom] = c.clamped;
@@ -349,7 +350,7 @@ TEST_F(OpsTest, GammaDarkensByPowersAndLeavesAlpha) {
     }
     const ImageGuard image = PhotoLike(256, 3);
     for (std::uint32_t i = 0; i < 4 * 256; ++i) image->pixels[i] = static_cast<std::uint8_t>(i / 4);
-    const ImageGuard before = Copy(*image);
+    const ImageGuard before = CopyImage(*image);
     CorrectGamma(*image, gamma);
     EXPECT_EQ(image->flags, gamma == 1 ? 0u : kFlagChanged | kFlagPixelsChanged);
     for (std::uint32_t i = 0; i < 4 * image->pixelCount; ++i) {
@@ -374,7 +375,7 @@ TEST_F(OpsTest, ColoursAreCountedOnce) {
 TEST_F(OpsTest, TurnsAndMirrorsMoveEveryPixel) {
   for (const auto& [width, height] : {std::pair{70, 41}, {1, 5}, {6, 1}}) {
     const ImageGuard image = PhotoLike(width, height);
-    const ImageGuard flipped = Copy(*image), flopped = Copy(*image);
+    const ImageGuard flipped = CopyImage(*image), flopped = CopyImage(*image);
     FlipUpsideDown(*flipped);
     FlopLeftToRight(*flopped);
     EXPECT_EQ(flipped->flags & flopped->flags, kFlagChanged | kFlagPixelsChanged);

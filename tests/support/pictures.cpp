@@ -99,16 +99,6 @@ ImageGuard Solid(std::int32_t width, std::int32_t height, Rgba colour) {
   return image;
 }
 
-ImageGuard Copy(const ImageRecord& image) {
-  ImageGuard copy = Blank(image.width, image.height);
-  ImageRecord owned = *copy;
-  *copy = image;
-  copy->pixels = owned.pixels;
-  copy->rowOffsets = owned.rowOffsets;
-  std::memcpy(copy->pixels, image.pixels, std::size_t{4} * image.pixelCount);
-  return copy;
-}
-
 std::string Difference(const ImageRecord& wanted, const ImageRecord& got, Channels channels) {
   std::ostringstream words;
   if (wanted.width != got.width || wanted.height != got.height) {

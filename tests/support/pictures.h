@@ -29,8 +29,6 @@ ImageGuard Drawing(std::int32_t width, std::int32_t height);
 ImageGuard AlphaGradient(std::int32_t width, std::int32_t height);
 /// One colour; the alpha flag set when its alpha is below 255.
 ImageGuard Solid(std::int32_t width, std::int32_t height, Rgba colour);
-/// The same record again, texts and flags included.
-ImageGuard Copy(const ImageRecord& image);
 
 /// What of the pixels a format keeps.
 enum class Channels { rgba, rgb };

@@ -4,6 +4,7 @@
 #include <random>
 
 #include "dispatch/load.h"
+#include "imagelib/copy_image.h"
 #include "imagelib/registry.h"
 #include "tests/support/bytes.h"
 #include "tests/support/files.h"
@@ -93,7 +94,7 @@ TEST_F(HistoryTest, DropsTheOldestOfAllWindows) {
 TEST_F(HistoryTest, CopiesAreWhole) {
   CopyText(present->comment, "kept");
   present->flags = kFlagAlpha | kFlagChanged;
-  const ImageGuard copy = CopyOf(*present);
+  const ImageGuard copy = CopyImage(*present);
   EXPECT_EQ(Difference(*present, *copy), "");
   EXPECT_STREQ(copy->comment, "kept");
   EXPECT_EQ(copy->flags, present->flags);

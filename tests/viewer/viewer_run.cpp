@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "dispatch/save.h"
+#include "imagelib/copy_image.h"
 #include "imagelib/registry.h"
 #include "resources/resource_ids.h"
 #include "tests/support/pictures.h"
@@ -36,7 +37,7 @@ std::string ProgramOfBuild(const char* name) {
 
 std::string StorePicture(TempDir& temp, const char* name, const ImageRecord& image,
                          std::int32_t depth) {
-  const ImageGuard copy = Copy(image);
+  const ImageGuard copy = CopyImage(image);
   copy->saveType = TypeRowByExtension(PathExtension(name).data() + 1);
   copy->saveDepth = depth;
   const std::string path = temp.file(name);

@@ -8,6 +8,7 @@
 #include "dispatch/load.h"
 #include "dispatch/save.h"
 #include "formats/codec_state.h"
+#include "imagelib/copy_image.h"
 #include "imagelib/registry.h"
 #include "ops/operations.h"
 #include "resources/resource_ids.h"
@@ -46,7 +47,7 @@ class ViewerTest : public LibraryTest {
 
 /// The image over a checkerboard of 4 x 4 cells.
 ImageGuard OverCheckerboard(const ImageRecord& image) {
-  ImageGuard shown = Copy(image);
+  ImageGuard shown = CopyImage(image);
   for (int y = 0; y < image.height; ++y) {
     for (int x = 0; x < image.width; ++x) {
       const Rgba pixel = PixelAt(image, x, y);
@@ -97,7 +98,7 @@ TEST_F(ViewerTest, ReadsAsOtherProgramsDo) {
   const std::string pix = Stored("photo.pix", *photo, 0);
   Bytes gif = ReadFile(Stored("photo.gif", *photo, 0));
   gif.at(12) = 49;  // pixels that are not square
-  const ImageGuard swapped = Copy(*photo);
+  const ImageGuard swapped = CopyImage(*photo);
   for (std::uint32_t i = 0; i < swapped->pixelCount; ++i) {
     std::swap(swapped->pixels[4 * i], swapped->pixels[4 * i + 2]);
   }

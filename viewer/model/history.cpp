@@ -1,6 +1,5 @@
 #include "viewer/model/history.h"
 
-#include <cstring>
 #include <utility>
 
 namespace imx {
@@ -37,19 +36,6 @@ std::vector<HistoryStep>* OldestOf(std::span<History* const> histories) {
 
 std::uint64_t BytesOf(const ImageRecord& image) {
   return std::uint64_t{4} * image.pixelCount;
-}
-
-ImageGuard CopyOf(const ImageRecord& image) {
-  ImageGuard copy(AllocImage(image.width, image.height, image.name, image.path));
-  if (!copy) return copy;
-  std::uint8_t* const pixels = copy->pixels;
-  std::int32_t* const rowOffsets = copy->rowOffsets;
-  *copy = image;
-  copy->pixels = pixels;
-  copy->rowOffsets = rowOffsets;
-  copy->display = nullptr;
-  std::memcpy(pixels, image.pixels, static_cast<std::size_t>(BytesOf(image)));
-  return copy;
 }
 
 void Remember(History& history, ImageGuard before, bool edited) {

@@ -27,9 +27,6 @@ struct History {
 
 std::uint64_t BytesOf(const ImageRecord& image);
 
-/// A record of its own that is equal to the image, but has no window. Null when memory runs out.
-ImageGuard CopyOf(const ImageRecord& image);
-
 /// The image was `before` until a change: what was undone before cannot be done again.
 void Remember(History& history, ImageGuard before, bool edited);
 

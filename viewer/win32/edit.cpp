@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "imagelib/copy_image.h"
 #include "imagelib/text.h"
 #include "shell/win32/host_callbacks.h"
 #include "shell/win32/image_window.h"
@@ -88,7 +89,7 @@ void Go(ImageView& view, HistoryWay way, HistoryWay back) {
 ImageGuard BeforeChange(ImageView& view) {
   view.notice.clear();
   ImageGuard before;
-  if (BytesOf(view.image()) <= kHistoryBytes) before = CopyOf(view.image());
+  if (BytesOf(view.image()) <= kHistoryBytes) before = CopyImage(view.image());
   if (!before) TellNoUndo(view);
   return before;
 }
