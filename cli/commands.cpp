@@ -22,7 +22,7 @@ constexpr Command kCommands[] = {
     {kCompare, "compare", "A B",
      "tell how two pictures differ; the exit status is 0 when they are equal within the tolerance, "
      "1 when not, 2 when one cannot be read",
-     2, 2, RunCompare},
+     2, 2, RunCompare, kCompareFailed},
     {kGallery, "gallery", "-o DIR INPUT...", "make a web page of pictures, with what failed", 1,
      SIZE_MAX, RunGallery},
     {kQuirks, "quirks", "", "list the places where the library and other programs differ", 0, 0,
@@ -36,7 +36,7 @@ std::span<const Command> Commands() {
   return kCommands;
 }
 
-const Command* FindCommand(const std::string& name) {
+const Command* FindCommand(std::string_view name) {
   const auto found = std::find_if(std::begin(kCommands), std::end(kCommands),
                                   [&name](const Command& command) { return name == command.name; });
   return found == std::end(kCommands) ? nullptr : found;

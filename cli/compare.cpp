@@ -16,8 +16,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-// Exit statuses of its own, as scripts know them of other comparisons.
-constexpr int kEqual = 0, kDifferent = 1, kTrouble = 2;
+constexpr int kEqual = 0, kDifferent = 1;
 
 constexpr const char* kChannelNames[] = {"red", "green", "blue", "alpha"};
 
@@ -116,7 +115,7 @@ int ComparePair(const Pair& pair) {
   if (!request.diff.empty() && !pair.SameSize()) {
     ReportFailure(request.diff, "not saved: the sizes differ");
   } else if (!request.diff.empty() && !SaveDifference(pair)) {
-    return kTrouble;
+    return kCompareFailed;
   }
   return equal ? kEqual : kDifferent;
 }
@@ -128,7 +127,7 @@ int RunCompare(const Request& request) {
   if (!fault.empty()) return UsageError("compare", fault);
   const Input a = LoadInput(request.operands[0], request);
   const Input b = LoadInput(request.operands[1], request);
-  if (a.Status() != kDone || b.Status() != kDone) return kTrouble;
+  if (a.Status() != kDone || b.Status() != kDone) return kCompareFailed;
   return ComparePair({request, *a.image, *b.image});
 }
 

@@ -1,8 +1,10 @@
 #include "cli/host.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <string_view>
 
 #include "cli/console.h"
@@ -203,6 +205,13 @@ void ReportFailure(std::string_view file, std::string_view what) {
   if (!file.empty()) line.Add(": ");
   line.Add(what);
   line.End();
+}
+
+bool FlushOutput() {
+  const bool failed = std::ferror(stdout) != 0;
+  if (std::fflush(stdout) == 0 && !failed) return true;
+  ReportFailure("standard output", std::strerror(errno));
+  return false;
 }
 
 FileScope::FileScope(const std::string& file) : file_(file), outer_(innermost) {

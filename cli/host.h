@@ -26,6 +26,10 @@ void EraseStatus();
 /// '?'. Takes no memory.
 void ReportFailure(std::string_view file, std::string_view what);
 
+/// What is still buffered may be what the disk has no room for. False when standard output did not
+/// take all that was printed, which has been reported.
+bool FlushOutput();
+
 /// While it lives, what the library says belongs to `file`, and its errors are kept back; those
 /// that nobody took are shown at the end. Scopes nest.
 class FileScope {

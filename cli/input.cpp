@@ -136,9 +136,12 @@ Input LoadHeader(const std::string& name, const Request& request) {
 Input PeekHeader(const std::string& name, const Request& request) {
   if (name == "-" || KindOfPath(name) != PathKind::regular) return Input();
   FileScope scope(name);
-  LoadResult result = Load(name.c_str(), ChoicesOf(name, request, Extent::header));
-  scope.TakeErrors();
-  return {std::move(result.image), false, result.alphaTold};
+  const auto peek = [&]() -> Input {
+    LoadResult result = Load(name.c_str(), ChoicesOf(name, request, Extent::header));
+    scope.TakeErrors();
+    return {std::move(result.image), false, result.alphaTold};
+  };
+  return WithinMemory(peek, Input());
 }
 
 std::int32_t CountFrames(const std::string& path, const Request& request) {

@@ -1,6 +1,5 @@
 /// imx: the image library from the command line.
 
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -39,9 +38,11 @@ std::string ReadEnvironment(Request* request) {
 
 int RunCommand(const Command& command, const Request& request) {
   InstallHost(request.quiet, request.partOfBatch);
-  const int status = ReportingOutOfMemory({}, [&] { return command.run(request); });
+  int status = command.failed;
+  ReportingOutOfMemory({}, [&] { return status = command.run(request); });
   LibraryShutdown();
-  return status == kDone && GetMemoryCounters().faults > 0 ? kFailed : status;
+  if (status == command.failed) return status;  // which has been told
+  return GetMemoryCounters().faults == 0 && FlushOutput() ? status : command.failed;
 }
 
 int Run(const std::vector<std::string>& arguments) {
@@ -73,22 +74,19 @@ int Run(const std::vector<std::string>& arguments) {
   return RunCommand(*command, request);
 }
 
-/// What is still buffered may be what the disk has no room for. A command that failed has said why.
-int CloseOutput(int status) {
-  const bool failed = std::ferror(stdout) != 0;
-  if ((std::fflush(stdout) == 0 && !failed) || status != kDone) return status;
-  ReportFailure("standard output", std::strerror(errno));
-  return kFailed;
-}
-
 }  // namespace
 }  // namespace imx
 
 int main(int argc, char** argv) {
   imx::MakeStandardStreamsBinary();
   imx::HandleInterrupts();
-  return imx::ReportingOutOfMemory({}, [&] {
-    const std::vector<std::string> arguments(argv + (argc > 0), argv + argc);
-    return imx::CloseOutput(imx::Run(arguments));
+  // Found before there is anything to run out of.
+  const imx::Command* const command = argc > 1 ? imx::FindCommand(argv[1]) : nullptr;
+  int status = command ? command->failed : imx::kFailed;
+  imx::ReportingOutOfMemory({}, [&] {
+    status = imx::Run(std::vector<std::string>(argv + (argc > 0), argv + argc));
+    if (status == imx::kDone && !imx::FlushOutput()) status = imx::kFailed;
+    return status;
   });
+  return status;
 }

@@ -6,6 +6,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "imagelib/quirks.h"
@@ -114,6 +115,7 @@ struct Command {
   std::size_t mostOperands;
   /// Does what is asked; an exit status.
   int (*run)(const Request& request);
+  int failed = kFailed;  ///< the status that says that it could not be done
 };
 
 struct Option {
@@ -138,7 +140,7 @@ std::span<const Command> Commands();
 std::span<const Option> Options();
 
 /// The command of that name, or null.
-const Command* FindCommand(const std::string& name);
+const Command* FindCommand(std::string_view name);
 
 /// Reads the arguments behind the command's name. Empty, or what is wrong with them.
 std::string ParseArguments(const Command& command, std::span<const std::string> arguments,

@@ -41,6 +41,8 @@ TEST_F(CompareTest, TheStatusTellsEqualDifferentAndUnreadable) {
       {"a.ppm short.ppm --lenient --tolerance 1", 0, "0 of 2 pixels",
        "imx: short.ppm: the file ends early"},
       {"a.raw a.raw --raw 2x1 --raw-as rgb", 0, "a.raw: 2 x 1\n", ""},
+      {"a.ppm a.ppm >/dev/full", 2, "", "imx: standard output: No space left on device\n"},
+      {"a.ppm b.ppm >/dev/full", 2, "", "imx: standard output: No space left on device\n"},
   };
   for (const auto& c : kCases) {
     const ProgramResult result = Bash(std::string("imx compare ") + c.arguments);

@@ -50,5 +50,22 @@ TEST_F(MemoryTest, EveryFailedAllocationIsToldAndLeavesNothingBehind) {
   }
 }
 
+// Its status 1 would be an answer.
+TEST_F(MemoryTest, AComparisonThatCannotBeMadeIsNoDifference) {
+  temp.Write("a.ppm", Pixmap(40, 30));
+  const ProgramResult result = Bash(R"bash(
+export LD_PRELOAD=)bash" FAILING_ALLOCATIONS R"bash(
+COUNT_ALLOCATIONS=count imx compare a.ppm a.ppm >wanted
+for ((n = 2; n <= $(<count); n++)); do
+  FAIL_ALLOCATION=$n imx compare a.ppm a.ppm >out 2>messages; status=$?
+  if ((status == 0)); then
+    cmp out wanted
+  elif ((status != 2)) || ! grep -q '^imx: ' messages; then
+    echo "allocation $n: status $status, $(<messages)"
+  fi
+done)bash");
+  EXPECT_EQ(result.out + result.err, "");
+}
+
 }  // namespace
 }  // namespace imx::test
