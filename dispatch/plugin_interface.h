@@ -1,7 +1,8 @@
 /// What plug-in libraries and the library exchange. A plug-in exports "ImageLoad" or "IMAGELOAD"
 /// (a PluginLoad), "ImageSave" or "IMAGESAVE" (a PluginSave), or both; and with them, if it can
-/// tell, "ImageFault" or "IMAGEFAULT" (a PluginFaultOf), and "ImageHeader" or "IMAGEHEADER": a
-/// PluginLoad that fills in a record without its pixels, which makeImage leaves out of it then.
+/// tell, "ImageFault" or "IMAGEFAULT" (a PluginFaultOf), and two more of PluginLoad: "ImageHeader"
+/// or "IMAGEHEADER" fills in a record without its pixels, which makeImage leaves out of it then;
+/// "ImageSalvage" or "IMAGESALVAGE" passes over damaged parts that ImageLoad stops at.
 #pragma once
 
 #include <cstddef>

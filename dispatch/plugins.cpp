@@ -249,11 +249,12 @@ std::string Because(const char* library, const std::string& why) {
 
 /// Asks the plug-in, if it tells, what went wrong, and notes it. `unsaid`: what is said of a fault
 /// that it has no words for.
-void TakeFault(const PluginLibrary& library, const char* name, bool failed, const char* unsaid) {
+PluginFault TakeFault(const PluginLibrary& library, const char* name, bool failed,
+                      const char* unsaid) {
   if (failed) failure = Because(name, unsaid);
   const auto faultOf = library.Find<PluginFaultOf>({"ImageFault", "IMAGEFAULT"});
   const char* text = nullptr;
-  const std::int32_t fault = faultOf ? faultOf(&text) : kPluginNoFault;
+  const auto fault = static_cast<PluginFault>(faultOf ? faultOf(&text) : kPluginNoFault);
   if (fault == kPluginFileEnded) NoteFileEndedEarly();
   if (fault == kPluginNoMemory) {
     NoteRefusedMemory();
@@ -261,6 +262,23 @@ void TakeFault(const PluginLibrary& library, const char* name, bool failed, cons
   } else if (fault != kPluginNoFault && text) {
     failure = Because(name, text);
   }
+  return fault;
+}
+
+struct LoaderResult {
+  ImageGuard image;
+  PluginFault fault;
+};
+
+LoaderResult CallLoader(PluginLoad load, const char* path, const PluginLibrary& library,
+                        const char* name) {
+  const PluginRecord* returned = load(
+      path, Services().mainWindow, Services().instance, ServiceBegin, ServiceBegin, ServiceUpdate,
+      ServiceEnd, ServiceMakeImage, ServiceAllocate, ServiceFree, ServiceNothing);
+  ImageGuard image(TakeImage(returned));
+  CleanUpCall();
+  const PluginFault fault = TakeFault(library, name, !image, "it could not load the image");
+  return {std::move(image), fault};
 }
 
 std::int32_t CallSaver(const ImageRecord& image, const char* path, const char* name,
@@ -310,13 +328,14 @@ ImageRecord* LoadWithPlugin(const char* path, const char* name) {
     return nullptr;
   }
   found = true;
-  const PluginRecord* returned = load(
-      path, Services().mainWindow, Services().instance, ServiceBegin, ServiceBegin, ServiceUpdate,
-      ServiceEnd, ServiceMakeImage, ServiceAllocate, ServiceFree, ServiceNothing);
-  ImageRecord* image = TakeImage(returned);
-  CleanUpCall();
-  TakeFault(library, name, !image, "it could not load the image");
-  return image;
+  LoaderResult result = CallLoader(load, path, library, name);
+  const bool damaged = result.fault == kPluginFileEnded || result.fault == kPluginOtherFault;
+  const auto salvage = library.Find<PluginLoad>({"ImageSalvage", "IMAGESALVAGE"});
+  if (!HeaderOnly() && damaged && salvage && Quirk(kTiffDamage)) {
+    result.image = ImageGuard();
+    result = CallLoader(salvage, path, library, name);
+  }
+  return result.image.release();
 }
 
 std::int32_t SaveWithPlugin(const ImageRecord* image, const char* path, const char* library,

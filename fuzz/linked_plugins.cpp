@@ -12,7 +12,7 @@
 // Their exported functions, renamed in the build.
 extern "C" {
 std::remove_pointer_t<imx::PluginLoad> JpegImageLoad, JpegImageHeader, TiffImageLoad,
-    TiffImageHeader;
+    TiffImageHeader, ImageSalvage;
 std::remove_pointer_t<imx::PluginSave> JpegImageSave, TiffImageSave;
 std::remove_pointer_t<imx::PluginFaultOf> ImageFault;
 }
@@ -26,13 +26,13 @@ constexpr char kTiff[] = "KZLDTIFF.DLL";
 
 struct LinkedLibrary {
   const char* name;
-  PluginLoad load, header;
+  PluginLoad load, header, salvage;
   PluginSave save;
 };
 
-LinkedLibrary libraries[] = {{kJpegLoader, JpegImageLoad, JpegImageHeader, nullptr},
-                             {kJpegSaver, nullptr, nullptr, JpegImageSave},
-                             {kTiff, TiffImageLoad, TiffImageHeader, TiffImageSave}};
+LinkedLibrary libraries[] = {{kJpegLoader, JpegImageLoad, JpegImageHeader, nullptr, nullptr},
+                             {kJpegSaver, nullptr, nullptr, nullptr, JpegImageSave},
+                             {kTiff, TiffImageLoad, TiffImageHeader, ImageSalvage, TiffImageSave}};
 
 }  // namespace
 
@@ -48,6 +48,7 @@ void* PluginLibrary::Symbol(const char* name) const {
   const auto& library = *static_cast<const LinkedLibrary*>(handle_);
   if (EqualNoCase(name, "ImageLoad")) return reinterpret_cast<void*>(library.load);
   if (EqualNoCase(name, "ImageHeader")) return reinterpret_cast<void*>(library.header);
+  if (EqualNoCase(name, "ImageSalvage")) return reinterpret_cast<void*>(library.salvage);
   if (EqualNoCase(name, "ImageSave")) return reinterpret_cast<void*>(library.save);
   return EqualNoCase(name, "ImageFault") ? reinterpret_cast<void*>(ImageFault) : nullptr;
 }

@@ -117,6 +117,8 @@ constexpr QuirkRow kRows[] = {
      "skips "
      "alone",
      "every load begins with black, and colours count on behind a packet", kReads, !kWrites},
+    {kTiffDamage, "tiff-damage", "tif", "pixels are read up to the first damaged strip or tile",
+     "damaged strips and tiles are passed over", kReads, !kWrites},
     {kTiffTexts, "tiff-texts", "tif", "author and notice are not written", "they are", !kReads,
      kWrites},
 };

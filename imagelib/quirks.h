@@ -53,6 +53,7 @@ enum QuirkId : std::size_t {
   kAviTopDown,
   kAviDeepPixels,
   kFlicColours,
+  kTiffDamage,
   kTiffTexts,
   kQuirkCount
 };

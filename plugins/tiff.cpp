@@ -89,8 +89,9 @@ std::int32_t Save(const char* path, const PluginRecord& record, bool compress,
 }  // namespace
 }  // namespace imx
 
-IMX_EXPORT_LOADER(ImageLoad, imx::LoadTiffPicture, false)
-IMX_EXPORT_LOADER(ImageHeader, imx::LoadTiffPicture, true)
+IMX_EXPORT_LOADER(ImageLoad, imx::LoadTiffPicture, imx::TiffReading::picture)
+IMX_EXPORT_LOADER(ImageHeader, imx::LoadTiffPicture, imx::TiffReading::header)
+IMX_EXPORT_LOADER(ImageSalvage, imx::LoadTiffPicture, imx::TiffReading::salvage)
 
 IMX_PLUGIN_EXPORT std::int32_t IMX_PLUGIN_CALL
 ImageSave(const char* path, imx::PluginRecord* record, void*, void*, std::int32_t compress,

@@ -13,6 +13,7 @@ namespace {
 /// No coding makes more pixels of a byte: a blank fax page at high resolution comes near it.
 constexpr std::uint64_t kMostPixelsForByte = 65536;
 constexpr unsigned kMostSamples = 64;
+constexpr std::uint64_t kMostReadingsOfByte = 64;
 
 char firstComplaint[256];  // libtiff's
 
@@ -50,10 +51,19 @@ bool EndsBeforeDirectory(const char* path) {
          ftello(file.get()) < static_cast<off_t>(offset) + 2 + 12 * entries;
 }
 
+std::uint64_t FileSize(TIFF* tiff) {
+  return TIFFGetSizeProc(tiff)(TIFFClientdata(tiff));
+}
+
+/// Its strips or tiles.
+std::uint32_t PartCount(TIFF* tiff) {
+  return TIFFIsTiled(tiff) ? TIFFNumberOfTiles(tiff) : TIFFNumberOfStrips(tiff);
+}
+
 /// Whether the file has less of the pixels than its directory promises.
-bool EndsBeforePixels(TIFF* tiff, std::uint64_t fileSize) {
-  const std::uint32_t count =
-      TIFFIsTiled(tiff) ? TIFFNumberOfTiles(tiff) : TIFFNumberOfStrips(tiff);
+bool EndsBeforePixels(TIFF* tiff) {
+  const std::uint64_t fileSize = FileSize(tiff);
+  const std::uint32_t count = PartCount(tiff);
   for (std::uint32_t i = 0; i < count; ++i) {
     const std::uint64_t offset = TIFFGetStrileOffset(tiff, i);
     if (offset > fileSize || TIFFGetStrileByteCount(tiff, i) > fileSize - offset) return true;
@@ -61,9 +71,20 @@ bool EndsBeforePixels(TIFF* tiff, std::uint64_t fileSize) {
   return false;
 }
 
+/// Parts may lie over each other, as equal ones do in files of some programs, but are read one by
+/// one.
+bool PartsAreBounded(TIFF* tiff) {
+  const std::uint64_t fileSize = FileSize(tiff), most = kMostReadingsOfByte * fileSize;
+  const std::uint32_t count = PartCount(tiff);
+  std::uint64_t sum = 0;
+  for (std::uint32_t i = 0; i < count && sum <= most; ++i) {
+    sum += std::min(TIFFGetStrileByteCount(tiff, i), fileSize);
+  }
+  return sum <= most || Refuse("its strips or tiles lie over each other");
+}
+
 void NoteUnread(TIFF* tiff) {
-  const std::uint64_t fileSize = TIFFGetSizeProc(tiff)(TIFFClientdata(tiff));
-  NoteFault(EndsBeforePixels(tiff, fileSize) ? kPluginFileEnded : kPluginOtherFault,
+  NoteFault(EndsBeforePixels(tiff) ? kPluginFileEnded : kPluginOtherFault,
             "not all of its pixels could be read");
 }
 
@@ -136,18 +157,18 @@ Picture Describe(TIFF* tiff) {
 
 /// Whether the work stays in proportion to the file.
 bool IsBounded(TIFF* tiff, const Picture& picture) {
-  const std::uint64_t fileSize = TIFFGetSizeProc(tiff)(TIFFClientdata(tiff));
-  const std::uint64_t most = (fileSize + 1) * kMostPixelsForByte;
+  const std::uint64_t most = (FileSize(tiff) + 1) * kMostPixelsForByte;
   const auto fits = [&](std::uint64_t width, std::uint64_t height) {
     return width > 0 && height > 0 && width <= INT32_MAX && height <= INT32_MAX &&
            width * height < most;
   };
   if (picture.samples > kMostSamples) return Refuse("%d samples to a pixel", picture.samples);
   if (!fits(picture.width, picture.height)) return Refuse("the file is too short for its picture");
-  if (!TIFFIsTiled(tiff)) return true;
-  return fits(Tag<std::uint32_t>(tiff, TIFFTAG_TILEWIDTH),
-              Tag<std::uint32_t>(tiff, TIFFTAG_TILELENGTH)) ||
-         Refuse("the file is too short for its tiles");
+  if (TIFFIsTiled(tiff) && !fits(Tag<std::uint32_t>(tiff, TIFFTAG_TILEWIDTH),
+                                 Tag<std::uint32_t>(tiff, TIFFTAG_TILELENGTH))) {
+    return Refuse("the file is too short for its tiles");
+  }
+  return PartsAreBounded(tiff);
 }
 
 /// Whether the samples are plain numbers whose meaning is known here. The rest (differences of
@@ -241,10 +262,11 @@ struct SampleReader {
   TIFF* tiff;
   const Picture& picture;
   const PluginHost& host;
+  bool goesOn;  // behind a strip or a tile that cannot be read
   Canvas canvas;
-  HostBlock block;         // a row of the file, or a tile
-  HostBlock bytes;         // one row of it, a byte a sample
-  std::uint32_t rows = 0;  // that have been read, at least in part
+  HostBlock block;   // a row of the file, or a tile
+  HostBlock bytes;   // one row of it, a byte a sample
+  HostBlock isRead;  // of every row, at least in part
 
   bool Open() {
     const bool tiled = TIFFIsTiled(tiff) != 0;
@@ -253,7 +275,8 @@ struct SampleReader {
     block = TakeBlock(
         host, static_cast<std::uint64_t>(tiled ? TIFFTileSize(tiff) : TIFFScanlineSize(tiff)));
     bytes = TakeBlock(host, pixels * picture.SamplesTogether());
-    return block && bytes;
+    isRead = TakeBlock(host, picture.height);
+    return block && bytes && isRead;
   }
 
   /// Byte of the pixel that a sample goes to; 4 for those that do not count.
@@ -271,7 +294,7 @@ struct SampleReader {
     } else {
       SamplesToBytes(row, samples, picture.bits, picture.Samples(), bytes.get());
     }
-    rows = std::max(rows, y + 1);
+    isRead.get()[y] = 1;
     if (together >= 3 && together == picture.colours + (picture.alpha != Alpha::none ? 1u : 0u)) {
       together == 3 ? StorePixels<3>(x, y, count) : StorePixels<4>(x, y, count);
       return;
@@ -296,23 +319,37 @@ struct SampleReader {
   }
 
   bool ReadRows(std::uint16_t plane) {
-    for (std::uint32_t y = 0; y < picture.height; ++y) {
-      if (TIFFReadScanline(tiff, block.get(), y, plane) != 1) return false;
-      StoreRow(block.get(), plane, 0, y, picture.width);
-      if (plane == 0) host.update(static_cast<std::int32_t>(y));
+    const auto stripRows = std::max(Tag<std::uint32_t>(tiff, TIFFTAG_ROWSPERSTRIP), 1u);
+    bool whole = true;
+    for (std::uint64_t y = 0; y < picture.height;) {
+      const auto row = static_cast<std::uint32_t>(y);
+      if (TIFFReadScanline(tiff, block.get(), row, plane) == 1) {
+        StoreRow(block.get(), plane, 0, row, picture.width);
+        if (plane == 0) host.update(static_cast<std::int32_t>(row));
+        ++y;
+        continue;
+      }
+      whole = false;
+      if (!goesOn) break;
+      y += stripRows - y % stripRows;
     }
-    return true;
+    return whole;
   }
 
   bool ReadTiles(std::uint16_t plane) {
     const auto width = Tag<std::uint32_t>(tiff, TIFFTAG_TILEWIDTH);
     const auto height = Tag<std::uint32_t>(tiff, TIFFTAG_TILELENGTH);
     const auto rowBytes = static_cast<std::size_t>(TIFFTileRowSize(tiff));
+    bool whole = true;
     for (std::uint64_t top = 0; top < picture.height; top += height) {
       for (std::uint64_t left = 0; left < picture.width; left += width) {
         const auto x = static_cast<std::uint32_t>(left), y = static_cast<std::uint32_t>(top);
         const std::uint32_t tile = TIFFComputeTile(tiff, x, y, 0, plane);
-        if (TIFFReadEncodedTile(tiff, tile, block.get(), TIFFTileSize(tiff)) < 0) return false;
+        if (TIFFReadEncodedTile(tiff, tile, block.get(), TIFFTileSize(tiff)) < 0) {
+          if (!goesOn) return false;
+          whole = false;
+          continue;
+        }
         const std::uint32_t count = std::min(width, picture.width - x);
         for (std::uint32_t r = 0; r < std::min(height, picture.height - y); ++r) {
           StoreRow(block.get() + r * rowBytes, plane, x, y + r, count);
@@ -320,17 +357,18 @@ struct SampleReader {
       }
       if (plane == 0) host.update(static_cast<std::int32_t>(top));
     }
-    return true;
+    return whole;
   }
 
   /// Whether all could be read.
   bool ReadAll() {
     const unsigned planes =
         picture.IsSeparate() ? picture.colours + (picture.alpha != Alpha::none ? 1u : 0u) : 1u;
-    for (std::uint16_t plane = 0; plane < planes; ++plane) {
-      if (!(TIFFIsTiled(tiff) ? ReadTiles(plane) : ReadRows(plane))) return false;
+    bool whole = true;
+    for (std::uint16_t plane = 0; plane < planes && (whole || goesOn); ++plane) {
+      whole &= TIFFIsTiled(tiff) ? ReadTiles(plane) : ReadRows(plane);
     }
-    return true;
+    return whole;
   }
 };
 
@@ -404,27 +442,34 @@ void FinishRow(const Picture& picture, const ColourMap& map, const Canvas& canva
   }
 }
 
-/// Whether any row could be read. A fault leaves the rest of the picture as it was made.
+/// Whether any row could be read. What could not stays as it was made.
 bool ReadPlainSamples(TIFF* tiff, const Picture& picture, const PluginRecord& record,
-                      const PluginHost& host) {
+                      const PluginHost& host, bool goesOn) {
   ColourMap map;
   if (picture.photometric == PHOTOMETRIC_PALETTE && !map.Read(tiff, picture.bits)) return false;
   SampleReader reader = {.tiff = tiff,
                          .picture = picture,
                          .host = host,
+                         .goesOn = goesOn,
                          .canvas = MakeCanvas(picture, record),
                          .block = {nullptr, HostBlockFreer{host.free}},
-                         .bytes = {nullptr, HostBlockFreer{host.free}}};
+                         .bytes = {nullptr, HostBlockFreer{host.free}},
+                         .isRead = {nullptr, HostBlockFreer{host.free}}};
   if (!reader.Open()) return false;
   if (!reader.ReadAll()) NoteUnread(tiff);
-  for (std::uint32_t y = 0; y < reader.rows; ++y) FinishRow(picture, map, reader.canvas, y);
-  return reader.rows > 0;
+  bool any = false;
+  for (std::uint32_t y = 0; y < picture.height; ++y) {
+    if (!reader.isRead.get()[y]) continue;
+    FinishRow(picture, map, reader.canvas, y);
+    any = true;
+  }
+  return any;
 }
 
 /// libtiff's own conversion; its words are R, G, B, A in memory. Its buffers are asked of the host
 /// first, so that they count there.
 bool ReadConverted(TIFF* tiff, const Picture& picture, const PluginRecord& record,
-                   const PluginHost& host) {
+                   const PluginHost& host, bool goesOn) {
   char reason[1024] = "";
   if (TIFFRGBAImageOK(tiff, reason) != 1) return Refuse("%s", reason);
   const std::uint64_t pixels = std::uint64_t{picture.width} * picture.height;
@@ -440,10 +485,11 @@ bool ReadConverted(TIFF* tiff, const Picture& picture, const PluginRecord& recor
     if (!turned) return false;
   }
   std::uint8_t* const raster = turned ? turned.get() : record.pixels;
+  firstComplaint[0] = 0;
   // Asked for in its own orientation, the picture comes in the order of the file.
-  const int read =
-      TIFFReadRGBAImageOriented(tiff, picture.width, picture.height,
-                                reinterpret_cast<std::uint32_t*>(raster), picture.orientation, 1);
+  const int read = TIFFReadRGBAImageOriented(tiff, picture.width, picture.height,
+                                             reinterpret_cast<std::uint32_t*>(raster),
+                                             picture.orientation, goesOn ? 0 : 1);
   const bool any = std::any_of(raster, raster + 4 * pixels, [](std::uint8_t b) { return b != 0; });
   const Canvas canvas = MakeCanvas(picture, record);
   const std::uint8_t* from = raster;
@@ -452,7 +498,7 @@ bool ReadConverted(TIFF* tiff, const Picture& picture, const PluginRecord& recor
       std::copy_n(from, 4, canvas.At(x, y));
     }
   }
-  if (read != 1) NoteUnread(tiff);
+  if (read != 1 || (goesOn && firstComplaint[0])) NoteUnread(tiff);
   return read == 1 || any;
 }
 
@@ -476,12 +522,13 @@ OpenTiff OpenTiffFile(const char* path, const char* mode) {
   return OpenTiff(TIFFOpen(path, mode));
 }
 
-PluginRecord* LoadTiffPicture(const char* path, const PluginHost& host, bool headerOnly) {
+PluginRecord* LoadTiffPicture(const char* path, const PluginHost& host, TiffReading reading) {
   const OpenTiff tiff = OpenTiffFile(path, "rm");  // read, not mapped: a file can shrink meanwhile
   if (!tiff) {
     NoteFault(EndsBeforeDirectory(path) ? kPluginFileEnded : kPluginOtherFault, firstComplaint);
     return nullptr;
   }
+  const bool headerOnly = reading == TiffReading::header;
   const Picture picture = Describe(tiff.get());
   const bool plain = HoldsPlainSamples(picture);
   const bool bounded = headerOnly || IsBounded(tiff.get(), picture);
@@ -494,7 +541,9 @@ PluginRecord* LoadTiffPicture(const char* path, const PluginHost& host, bool hea
   TakeTexts(tiff.get(), *record);
   if (headerOnly) return record;
   host.begin("Reading TIFF", static_cast<std::int32_t>(picture.height), 5);
-  const bool read = (plain ? ReadPlainSamples : ReadConverted)(tiff.get(), picture, *record, host);
+  const bool goesOn = reading == TiffReading::salvage;
+  const bool read =
+      (plain ? ReadPlainSamples : ReadConverted)(tiff.get(), picture, *record, host, goesOn);
   host.end();
   return read ? record : nullptr;
 }

@@ -8,6 +8,7 @@
 
 #include "dispatch/plugins.h"
 #include "imagelib/load_outcome.h"
+#include "imagelib/quirks.h"
 #include "tests/formats/format_test.h"
 #include "tests/support/fault_injection.h"
 #include "tests/support/library_test.h"
@@ -105,14 +106,24 @@ struct TiffFields {
   std::uint32_t orientation = 1, planes = 1, format = 1;
   int extra = -1;  // what the sample behind the colours is; -1 = not said
   std::uint32_t tile = 0;
+  std::uint32_t strip = 0;      // rows; 0 = all
+  std::uint32_t missing = ~0u;  // the strip or tile that the file ends before
+  bool isHeap = false;          // every strip is all of the data
 };
 
-/// A file, low byte first, with its data in one strip, or in one for each plane or tile.
+/// A file, low byte first, with its data in one strip, or in as many strips or tiles as there are
+/// pieces.
 Bytes TiffFile(const TiffFields& f, const Bytes& data, std::uint32_t pieces = 1) {
   using Words = std::vector<std::uint32_t>;
   const auto size = static_cast<std::uint32_t>(data.size());
   Words offsets, sizes(pieces, size / pieces);
-  for (std::uint32_t i = 0; i < pieces; ++i) offsets.push_back(8 + i * (size / pieces));
+  if (f.isHeap) {
+    offsets.assign(pieces, 8);
+    sizes.assign(pieces, size);
+  }
+  for (auto i = static_cast<std::uint32_t>(offsets.size()); i < pieces; ++i) {
+    offsets.push_back(i == f.missing ? 1u << 20 : 8 + i * (size / pieces));
+  }
   std::map<std::uint32_t, Words> tags = {{256, {f.width}},
                                          {257, {f.height}},
                                          {258, Words(f.samples, f.bits)},
@@ -121,7 +132,7 @@ Bytes TiffFile(const TiffFields& f, const Bytes& data, std::uint32_t pieces = 1)
                                          {273, offsets},
                                          {274, {f.orientation}},
                                          {277, {f.samples}},
-                                         {278, {f.height}},
+                                         {278, {f.strip > 0 ? f.strip : f.height}},
                                          {279, sizes},
                                          {284, {f.planes}},
                                          {339, Words(f.samples, f.format)}};
@@ -251,6 +262,9 @@ TEST_F(PluginCodecTest, TiffsThatAreNotReadHaveAReason) {
     EXPECT_FALSE(LoadBytes(kTiff, TiffFile(fields, Bytes(400, 1)))) << reason;
     EXPECT_THAT(PluginFailure(), testing::HasSubstr(reason));
   }
+  const TiffFields heap = {.height = 400, .strip = 1, .isHeap = true};
+  EXPECT_FALSE(LoadBytes(kTiff, TiffFile(heap, Bytes(1000, 1), 400)));
+  EXPECT_THAT(PluginFailure(), testing::HasSubstr("lie over each other"));
 }
 
 TEST_F(PluginCodecTest, DamagedFilesDoNoHarm) {
@@ -292,6 +306,37 @@ TEST_F(PluginCodecTest, RowsBeforeAFaultAreKept) {
   EXPECT_EQ(PixelAt(*fromTiff, 20, 159), (Rgba{0, 0, 0, 0}));
   EXPECT_THAT(PluginFailure(), testing::HasSubstr("not all of its pixels"));
   EXPECT_FALSE(FileEndedEarly(true)) << "damaged, not cut";
+}
+
+TEST_F(PluginCodecTest, WhatLiesBehindADamagedPartOfATiffIsReadAsOthersDo) {
+  const TiffFields files[] = {
+      {.width = 4, .height = 6, .strip = 2, .missing = 1},
+      {.width = 4, .height = 6, .samples = 3, .photometric = 6, .strip = 2, .missing = 1},
+      {.width = 16, .height = 48, .tile = 16, .missing = 1}};
+  for (const TiffFields& fields : files) {
+    SCOPED_TRACE(fields.tile + fields.samples);
+    TiffFields wholeFields = fields;
+    wholeFields.missing = ~0u;
+    const Bytes data(std::size_t{fields.width} * fields.height * fields.samples, 100);
+    const auto last = static_cast<std::int32_t>(fields.height) - 1;
+    const auto load = [&](const TiffFields& f) { return LoadBytes(kTiff, TiffFile(f, data, 3)); };
+
+    const ImageGuard exact = load(fields);
+    ASSERT_TRUE(exact) << PluginFailure();
+    EXPECT_EQ(PixelAt(*exact, 0, last), (Rgba{0, 0, 0, 0}));
+    const QuirkScope scope(AllQuirks());
+    const ImageGuard whole = load(wholeFields);
+    EXPECT_FALSE(scope.applied().any());
+    BeginLoadOutcome();
+    const ImageGuard salvaged = load(fields);
+    EXPECT_TRUE(FileEndedEarly(true));
+    EXPECT_TRUE(scope.applied()[kTiffDamage]);
+    ASSERT_TRUE(whole && salvaged);
+    EXPECT_EQ(PixelAt(*salvaged, 0, 0), PixelAt(*whole, 0, 0));
+    EXPECT_EQ(PixelAt(*salvaged, 0, last), PixelAt(*whole, 0, last));
+    if (fields.samples > 1) continue;  // libtiff gives the strip before again
+    EXPECT_EQ(PixelAt(*salvaged, 0, last / 2), (Rgba{0, 0, 0, 0}));
+  }
 }
 
 // Sizes that nothing in the file stands behind take no memory.
