@@ -8,6 +8,7 @@
 
 #include "formats/bitplanes.h"
 #include "formats/byterun.h"
+#include "formats/chunky_pixels.h"
 #include "formats/line_palettes.h"
 #include "formats/pixel_rows.h"
 #include "formats/trim.h"
@@ -41,6 +42,7 @@ constexpr std::uint32_t kCat = Id("CAT ");
 constexpr std::uint32_t kProperties = Id("PROP");
 constexpr std::uint32_t kIlbm = Id("ILBM");
 constexpr std::uint32_t kPbm = Id("PBM ");
+constexpr std::uint32_t kDeep = Id("DEEP");
 constexpr std::uint32_t kTrim = Id("TRIM");
 constexpr std::uint32_t kThumbnail = Id("THUM");
 constexpr std::uint32_t kHeader = Id("BMHD");
@@ -52,6 +54,10 @@ constexpr std::uint32_t kChanges = Id("PCHG");
 constexpr std::uint32_t kTrimRgb = Id("RGBT");
 constexpr std::uint32_t kTrimGrey = Id("MONO");
 constexpr std::uint32_t kTrimRgba = Id("RGBA");
+constexpr std::uint32_t kDeepHeader = Id("DGBL");
+constexpr std::uint32_t kDeepElements = Id("DPEL");
+constexpr std::uint32_t kDeepDifferences = Id("TVDC");
+constexpr std::uint32_t kDeepBody = Id("DBOD");
 constexpr std::uint32_t kAuthor = Id("AUTH");
 constexpr std::uint32_t kNotice = Id("(c) ");
 constexpr std::uint32_t kComment = Id("ANNO");
@@ -115,6 +121,8 @@ struct IffFile {
   BodyPlace body;
   BodyPlace lines;  ///< palette changes by line
   bool isPbm;       ///< pixels are bytes
+  bool isChunky;    ///< pixels are stored whole
+  ChunkyLayout chunky;
 };
 
 bool IsPicture(std::uint32_t type) {
@@ -130,7 +138,8 @@ bool ReadForm(FileReader& in, std::uint64_t* end, IffFile* file) {
   *end = kChunkStart + std::uint64_t{in.U32()};
   const std::uint32_t type = in.U32();
   file->isPbm = type == kPbm && Quirk(kIlbmContainers);
-  return IsPicture(type) || file->isPbm;
+  file->isChunky = type == kDeep && tag == kForm && Quirk(kIlbmChunky);
+  return IsPicture(type) || file->isPbm || file->isChunky;
 }
 
 void ReadHeader(FileReader& in, std::size_t size, BitmapHeader* header) {
@@ -148,6 +157,35 @@ void ReadText(FileReader& in, std::size_t size, std::size_t most, TextField& tex
   char characters[kTextSize];
   const std::size_t count = in.Read(characters, std::min(size, sizeof characters));
   CopyTextCut(text, {characters, count}, most);
+}
+
+/// Takes over one chunk of a chunky picture.
+void ReadChunkyChunk(FileReader& in, std::uint32_t id, std::uint32_t size, std::uint32_t length,
+                     IffFile* file) {
+  std::uint8_t bytes[256] = {};
+  switch (id) {
+    case kDeepHeader:
+      in.Read(bytes, std::min<std::size_t>(size, sizeof bytes));
+      file->header.width = LoadU16(bytes, ByteOrder::big);
+      file->header.height = LoadU16(bytes + 2, ByteOrder::big);
+      file->chunky.compression = LoadU16(bytes + 4, ByteOrder::big);
+      file->hasHeader = true;
+      break;
+    case kDeepElements:
+      ReadChunkyElements({bytes, in.Read(bytes, std::min<std::size_t>(size, sizeof bytes))},
+                         &file->chunky);
+      break;
+    case kDeepDifferences:
+      for (std::int16_t& difference : file->chunky.difference) {
+        difference = static_cast<std::int16_t>(in.U16());
+      }
+      break;
+    case kDeepBody:
+      if (file->body.id == 0) file->body = {id, in.position(), size, size < length};
+      break;
+    default:
+      break;
+  }
 }
 
 /// Takes over one chunk, of which `size` of `length` bytes stand in the file.
@@ -205,6 +243,7 @@ void ReadChunks(FileReader& in, std::uint64_t formEnd, IffFile* file) {
     const std::uint32_t length = in.U32();
     const std::uint64_t next = in.position() + length;
     const auto size = static_cast<std::uint32_t>(std::min<std::uint64_t>(length, in.remaining()));
+    if (file->isChunky) ReadChunkyChunk(in, id, size, length, file);
     ReadChunk(in, id, size, length, file);
     in.Seek(next);
     if (length % 2 != 0 && PadByteFollows(in)) in.Skip(1);
@@ -256,6 +295,7 @@ bool ReadContents(FileReader& in, IffFile* file) {
   }
   if (!ReadForm(in, &end, file)) return false;
   ReadChunks(in, end, file);
+  if (file->isChunky && !CanReadChunky(file->chunky)) return false;
   return file->hasHeader;
 }
 
@@ -537,6 +577,15 @@ bool ReadPlanes(FileReader& in, const IffFile& file, ImageRecord& image) {
   return true;
 }
 
+/// False when memory runs out.
+bool ReadChunky(FileReader& in, const IffFile& file, ImageRecord& image) {
+  if (file.chunky.has[kAlpha]) image.flags |= kFlagAlpha;
+  bool whole = true;
+  if (!ReadChunkyPixels(in, file.body.size, file.chunky, image, &whole)) return false;
+  if (!whole) NoteFileEndedEarly();
+  return true;
+}
+
 std::int32_t TrimChannels(const BodyPlace& body) {
   return body.id == kTrimRgba ? 4 : body.id == kTrimRgb ? 3 : 1;
 }
@@ -553,7 +602,9 @@ bool ReadTrim(FileReader& in, const BodyPlace& body, ImageRecord* image) {
 
 /// What ReadBody sets beside the pixels.
 void TellBody(const IffFile& file, ImageRecord* image) {
-  if (file.body.id == kBody) {
+  if (file.isChunky) {
+    if (file.chunky.has[kAlpha]) image->flags |= kFlagAlpha;
+  } else if (file.body.id == kBody) {
     const bool alpha = file.header.planes > 0 && LayoutOf(file).alpha != AlphaFrom::nothing;
     if (alpha) image->flags |= kFlagAlpha;
   } else if (file.body.id != 0) {
@@ -565,6 +616,7 @@ void TellBody(const IffFile& file, ImageRecord* image) {
 bool ReadBody(FileReader& in, const IffFile& file, ImageRecord* image) {
   if (file.body.id == 0) return true;
   in.Seek(file.body.offset);
+  if (file.body.id == kDeepBody) return ReadChunky(in, file, *image);
   return file.body.id == kBody ? ReadPlanes(in, file, *image) : ReadTrim(in, file.body, image);
 }
 
@@ -692,7 +744,8 @@ ImageRecord* LoadIff(std::FILE* file, const char* path) {
   ImageGuard image(AllocImage(header.width, header.height, "IFF", path));
   if (!image) return nullptr;
   image->fileType = kTypeIff;
-  image->depth = header.planes;
+  image->depth = contents.isChunky ? static_cast<std::uint32_t>(8 * contents.chunky.pixelBytes)
+                                   : header.planes;
   CopyText(image->formatLabel, "IFF/ILBM");
   TakeColours(contents, *image);
   TakeTexts(contents, *image);

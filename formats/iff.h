@@ -1,7 +1,8 @@
 /// IFF: ILBM bit-plane images, and the container of TRIM bodies (trim.h).
 ///
-/// The layout of the container and of ILBM is that of "EA IFF 85" and its ILBM supplement; what
-/// TRIM puts inside is described in docs/trim.md.
+/// The layout of the container and of ILBM is that of "EA IFF 85" and its ILBM supplement; that of
+/// "DEEP", which other programs read besides, stands in chunky_pixels.h; what TRIM puts inside is
+/// described in docs/trim.md.
 #pragma once
 
 #include <cstdint>

@@ -86,6 +86,8 @@ constexpr QuirkRow kRows[] = {
      "they are alpha; written with a mask plane where the image has alpha", kReads, kWrites},
     {kIlbmLinePalettes, "ilbm-line-palettes", "iff", "one palette for the whole picture",
      "palette changes by line (PCHG, SHAM) are obeyed", kReads, !kWrites},
+    {kIlbmChunky, "ilbm-chunky", "iff", "a DEEP form is refused", "its chunky pixels are read",
+     kReads, !kWrites},
     {kSoftimagePackets, "softimage-packets", "pic",
      "a single packet is colour whatever its mask; colour needs its three channels together",
      "packets are read in their order, by their type, channels and size, in any number", kReads,

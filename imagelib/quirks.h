@@ -42,6 +42,7 @@ enum QuirkId : std::size_t {
   kIlbmVertical,
   kIlbmMask,
   kIlbmLinePalettes,
+  kIlbmChunky,
   kSoftimagePackets,
   kSoftimageRuns,
   kAliasBlueFirst,

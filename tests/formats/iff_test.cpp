@@ -212,6 +212,14 @@ TEST_F(IffTest, OtherProgramsWays) {
   const Bytes narrow = BigEndian().Words({0, 1, 1, 1, 1, 1, 1, 1}).Longs({1}).bytes();
   const Bytes broad = BigEndian().Words({0, 2, 0, 1, 1, 3, 3, 1}).Longs({1}).bytes();
   const Row plain = Colours({1, 2, 3}), none;
+  const auto deep = [](const Bytes& size, std::initializer_list<std::int64_t> kinds,
+                       const Bytes& body) {
+    const auto count = static_cast<std::uint32_t>(kinds.size() / 2);
+    return IffForm("DEEP", IffChunk("DGBL", size + Bytes{1, 1}),
+                   IffChunk("DPEL", BigEndian().Longs({count}).Words(kinds).bytes()),
+                   IffChunk("TVDC", BigEndian().Words({0, 1, -1, 5}).bytes() + Bytes(24, 0)),
+                   IffChunk("DBOD", body));
+  };
   struct Case {
     QuirkId quirk;
     Bytes file;
@@ -260,7 +268,20 @@ TEST_F(IffTest, OtherProgramsWays) {
                IffChunk("PCHG", broad + Bytes{0x80, 0, 0, 0, 0, 1, 0, 3, 0, 9, 8, 7}),
                Body(PlaneRows(2, {3}))),
        Colours({3}),
-       {{9, 7, 8, 0}}}};
+       {{9, 7, 8, 0}}},
+      {kIlbmChunky,
+       deep({0, 1, 0, 2, 0, 0}, {3, 16, 2, 8, 1, 8}, {30, 0, 20, 10, 31, 0, 21, 11}),
+       none,
+       {{10, 20, 30, 0}, {11, 21, 31, 0}}},
+      {kIlbmChunky,
+       deep({0, 2, 0, 2, 0, 1}, {1, 8, 2, 8, 3, 8, 4, 8},
+            {0, 1, 2, 3, 9, 0xFF, 4, 5, 6, 8, 0, 1, 2, 3, 7}),
+       none,
+       {{1, 2, 3, 9}, {4, 5, 6, 8}, {4, 5, 6, 8}, {1, 2, 3, 7}}},
+      {kIlbmChunky,
+       deep({0, 3, 0, 1, 0, 5}, {1, 8, 2, 8, 3, 8}, {0x30, 0x10, 0x12, 0x30, 0x01, 0x10}),
+       none,
+       {{5, 1, 0, 0}, {5, 0, 0, 0}, {5, 5, 1, 0}}}};
   for (const Case& c : cases) {
     EXPECT_EQ(Pixels(Load(c.file)), c.ours) << Quirks()[c.quirk].name;
     const QuirkScope scope(QuirkSet().set(c.quirk));
