@@ -59,7 +59,11 @@ bool ReadImage(FileReader& in, LzwStrings& strings, PixelTable* colours, ImageRe
   }
   LaidFrame laid{image, *colours, static_cast<std::size_t>(frame.width)};
   GifSink sink{StoreLaid, &laid, RowsWithin(*image, frame.width), true};
-  return DecodeGifFrame(in, strings, frame, sink);
+  const bool done = DecodeGifFrame(in, strings, frame, sink);
+  const auto wanted =
+      static_cast<std::uint64_t>(frame.width) * static_cast<std::uint64_t>(frame.height);
+  if (done && sink.pixels < wanted && !in.ended()) NoteDamagedPixels();
+  return done;
 }
 
 /// Walks the blocks up to the trailer, a stop, or anything unknown.

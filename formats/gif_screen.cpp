@@ -232,7 +232,7 @@ bool DrawFrames(FileReader& in, LzwStrings& strings, const GifScreen& screen, st
       if (!made || !canvas.Draw(in, strings)) return false;
       if (number == chosen) {
         KeepColours(*image, colours.pixels, colours.count);
-        if (in.ended() && !canvas.IsWhole()) NoteFileEndedEarly();
+        if (!canvas.IsWhole()) in.ended() ? NoteFileEndedEarly() : NoteDamagedPixels();
         return false;
       }
       canvas.Dispose();

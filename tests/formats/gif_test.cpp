@@ -1,5 +1,6 @@
 #include "formats/gif.h"
 
+#include "imagelib/load_outcome.h"
 #include "imagelib/quirks.h"
 #include "tests/formats/common_builder.h"
 #include "tests/formats/format_test.h"
@@ -232,6 +233,13 @@ TEST_F(GifTest, DamagedCodesEndTheImage) {
   EXPECT_THAT(Entries(start + Bytes{2} + GifBlocks({0x3C, 0})), ElementsAre(-1, -1));
   for (const std::uint8_t codeSize : Bytes{0, 12, 255}) {
     EXPECT_THAT(Entries(start + Bytes{codeSize} + GifBlocks({0x44, 0x01})), ElementsAre(-1, -1));
+  }
+  for (const QuirkSet& way : {QuirkSet(), AllQuirks()}) {
+    const QuirkScope scope(way);
+    BeginLoadOutcome();
+    Load(start + Bytes{2} + GifBlocks({0x3C, 0}) + Bytes{0x3B});
+    EXPECT_TRUE(PixelsAreDamaged());
+    EXPECT_FALSE(FileEndedEarly(true));
   }
   // One block of a single byte each.
   const Bytes pixels = GifPixels(2, {1, 2, 3, 0});
