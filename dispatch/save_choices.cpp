@@ -5,14 +5,15 @@
 #include <cstdio>
 #include <cstring>
 
-#include "imagelib/host.h"
 #include "imagelib/image.h"
 #include "imagelib/registry.h"
 
 namespace imx {
 namespace {
 
-void TellLostText(const char* name, const char* text, std::size_t kept) {
+using Tell = std::function<void(const char* line)>;
+
+void TellLostText(const char* name, const char* text, std::size_t kept, const Tell& tell) {
   const std::size_t length = std::strlen(text);
   if (length <= kept) return;
   char line[80];
@@ -21,7 +22,7 @@ void TellLostText(const char* name, const char* text, std::size_t kept) {
   } else {
     std::snprintf(line, sizeof line, "the %s is cut to %zu bytes", name, kept);
   }
-  LibMessage(line);
+  tell(line);
 }
 
 }  // namespace
@@ -44,11 +45,11 @@ std::int32_t PaletteBits(std::int32_t row, std::int32_t choice) {
   return std::min(DepthBits(DepthChoiceBit(row, choice)), 8);
 }
 
-void TellLostTexts(const ImageRecord& image) {
+void TellLostTexts(const ImageRecord& image, const Tell& tell) {
   const TextLimits limits = TypeTextLimits(image.saveType);
-  TellLostText("author", image.author, limits.author);
-  TellLostText("comment", image.comment, limits.comment);
-  TellLostText("rights notice", image.notice, limits.notice);
+  TellLostText("author", image.author, limits.author, tell);
+  TellLostText("comment", image.comment, limits.comment, tell);
+  TellLostText("rights notice", image.notice, limits.notice, tell);
 }
 
 }  // namespace imx

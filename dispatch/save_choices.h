@@ -2,6 +2,9 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+
+#include "imagelib/host.h"
 
 namespace imx {
 
@@ -19,7 +22,8 @@ std::int32_t DefaultDepthChoice(std::int32_t row, const ImageRecord& image);
 /// Bits of the palette of files in that depth, which must not get more colours than they can name.
 std::int32_t PaletteBits(std::int32_t row, std::int32_t choice);
 
-/// A LibMessage for each of the image's texts that its saveType cannot keep whole.
-void TellLostTexts(const ImageRecord& image);
+/// Tells of each of the image's texts that its saveType cannot keep whole, a line each.
+void TellLostTexts(const ImageRecord& image,
+                   const std::function<void(const char* line)>& tell = LibMessage);
 
 }  // namespace imx

@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "dispatch/safe_save.h"
+#include "dispatch/save_choices.h"
 #include "imagelib/registry.h"
 #include "shell/model/save_texts.h"
 #include "shell/model/window_list.h"
@@ -39,6 +40,12 @@ SaveResult SaveByChoices(const std::string& path, ImageRecord& image) {
   return SaveImageSafely(path, &image);
 }
 
+void TellLosses(const std::string& path, const ImageRecord& image) {
+  std::string lines;
+  TellLostTexts(image, [&lines](const char* line) { (lines += '\n') += line; });
+  if (!lines.empty()) Inform((path + ":" + lines).c_str());
+}
+
 }  // namespace
 
 void RunSaveImage() {
@@ -64,7 +71,9 @@ bool SaveCurrentChoice(const std::string& path, ImageRecord& image) {
   const SaveResult result = SaveByChoices(path, image);
   record.edited = changed && !result.saved ? 1 : 0;
   if (result.saved && Shell().imageHooks.saved) Shell().imageHooks.saved(record, path);
-  if (!result.saved) {
+  if (result.saved) {
+    TellLosses(path, image);
+  } else {
     ShowBox(SaveFailureText(path, result.reason).c_str(), "Failure", MB_ICONSTOP);
   }
   return result.saved;

@@ -10,6 +10,7 @@
 #include "formats/codec_state.h"
 #include "imagelib/copy_image.h"
 #include "imagelib/registry.h"
+#include "imagelib/text.h"
 #include "ops/operations.h"
 #include "resources/resource_ids.h"
 #include "tests/formats/station_builder.h"
@@ -175,11 +176,15 @@ TEST_F(ViewerTest, ToolsChangeTheImage) {
 }
 
 TEST_F(ViewerTest, SavesAsItsTypesAndThoseOfPlugIns) {
+  CopyText(photo->comment, "at noon");
+  Stored("photo.png", *photo, 1);
   ViewerRun run({photoPath, photoPath});
   run.ExpectShown(run.Image(2, "photo.png"), *photo);
   run.TypeControlKey('s');
   run.PickImage("Select File to Save", 2);
   run.Save("GIF", "8-bit", IDC_INTERLACE, temp.file("photo.gif"));
+  run.ExpectAndClose("Info",
+                     temp.file("photo.gif") + ":\nthe comment is lost: this type keeps none");
   for (const auto& [type, name] : {std::pair{"TIFF", "photo.tif"}, {"JPEG", "photo.jpg"}}) {
     run.Choose("fs");
     run.PickImage("Select File to Save", 1);
