@@ -5,6 +5,7 @@
 #include "shell/win32/entry.h"
 #include "shell/win32/open_image.h"
 #include "shell/win32/procedure_edge.h"
+#include "viewer/win32/browser.h"
 #include "viewer/win32/image_view.h"
 #include "viewer/win32/view_window.h"
 #include "viewer/win32/viewer_commands.h"
@@ -58,5 +59,6 @@ int WINAPI WinMain(HINSTANCE instance, HINSTANCE, char*, int) {
                                   .imageHooks = {.paintsPixels = true,
                                                  .opened = imx::OpenView,
                                                  .place = PlaceInWindow,
-                                                 .saved = imx::NoteSaved}});
+                                                 .saved = imx::NoteSaved,
+                                                 .folder = imx::BrowseFolder}});
 }

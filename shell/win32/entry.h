@@ -20,6 +20,8 @@ struct ImageWindowHooks {
   ClipRegion (*place)(const DisplayRecord& record, const ClipRegion& region) = nullptr;
   /// The image was saved to `path`.
   void (*saved)(DisplayRecord& record, const std::string& path) = nullptr;
+  /// Takes a folder that stands where a file is to be opened.
+  void (*folder)(const std::string& path) = nullptr;
 };
 
 /// What tells one program on the shell from another.

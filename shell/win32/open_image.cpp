@@ -4,6 +4,7 @@
 #include "dispatch/load.h"
 #include "formats/codec_state.h"
 #include "imagelib/guards.h"
+#include "imagelib/system_files.h"
 #include "imagelib/text.h"
 #include "ops/commands.h"
 #include "resources/resource_ids.h"
@@ -118,6 +119,10 @@ OpenOutcome OpenImageFile(const std::string& path, const std::string& fileTitle,
 
 void OpenNamedFile(const std::string& path) {
   const std::string full = FullPath(path);
+  if (Shell().imageHooks.folder && KindOfPath(full) == PathKind::directory) {
+    Shell().imageHooks.folder(full);
+    return;
+  }
   std::string reason;
   const OpenOutcome outcome = OpenImageFile(full, std::string(PathFileName(full)), -1, &reason);
   if (outcome == OpenOutcome::noImage) ReportNoImage(full, reason);

@@ -135,6 +135,13 @@ TEST_F(ViewTest, GoesThroughTheFolder) {
   EXPECT_EQ(run.Image(1, "photo9.pcx"), window);
   EXPECT_TRUE(DropFiles(run.program(), window, {photoPath, photoPath}));
   run.Image(3, "photo.png");
+  const std::string folder = photoPath.substr(0, photoPath.size() - std::strlen("photo.png"));
+  EXPECT_TRUE(DropFiles(run.program(), window, {folder}));
+  const HWND browser = WaitForWindowOfClass(run.program(), "QMK Browser", kAnswerMilliseconds,
+                                            folder + " - 4 pictures");
+  ASSERT_TRUE(browser);
+  TypeKey(GetWindow(browser, GW_CHILD), VK_RETURN);
+  run.Image(4, "photo.png");
   EXPECT_EQ(SendMessageA(run.window(), WM_QUERYENDSESSION, 0, 0), TRUE);
   PostMessageA(run.window(), WM_SYSCOMMAND, SC_CLOSE, 0);
   run.ExpectEnd();

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cwchar>
 #include <deque>
+#include <initializer_list>
 #include <memory>
 #include <optional>
 
@@ -52,6 +53,10 @@ LRESULT List(UINT message, WPARAM wParam = 0, LPARAM lParam = 0) {
   return SendMessageA(browser->list, message, wParam, lParam);
 }
 
+int Scaled(int length) {
+  return ScaledForDpi(browser->window, length);
+}
+
 void Want(std::size_t item) {
   std::deque<std::size_t>& wanted = browser->wanted;
   if (std::find(wanted.begin(), wanted.end(), item) != wanted.end()) return;
@@ -88,7 +93,7 @@ Thumbnail ThumbnailOf(const std::string& path) {
     result = LoadQuietly(path, choices, false, LetMessagesIn);
   }
   if (!result.image) return {{}, {}, result.reason};
-  return MakeThumbnail(*result.image, {kPictureWidth, kPictureHeight});
+  return MakeThumbnail(*result.image, {Scaled(kPictureWidth), Scaled(kPictureHeight)});
 }
 
 bool IsSeen(std::size_t item) {
@@ -132,11 +137,19 @@ void DrawPicture(HDC context, const Thumbnail& thumbnail, const RECT& cell) {
   info.bmiHeader.biPlanes = 1;
   info.bmiHeader.biBitCount = 32;
   const int x = (cell.left + cell.right - thumbnail.size.width) / 2;
-  const int y = cell.top + 4 + (kPictureHeight - thumbnail.size.height) / 2;
+  const int y = cell.top + 4 + (Scaled(kPictureHeight) - thumbnail.size.height) / 2;
   SetDIBitsToDevice(context, x, y, static_cast<DWORD>(thumbnail.size.width),
                     static_cast<DWORD>(thumbnail.size.height), 0, 0, 0,
                     static_cast<UINT>(thumbnail.size.height), thumbnail.bgrx.data(), &info,
                     DIB_RGB_COLORS);
+}
+
+// Lines one below the other, each cut by itself.
+void DrawLines(HDC context, std::initializer_list<std::string> lines, RECT place) {
+  for (const std::string& line : lines) {
+    place.top += DrawTextA(context, line.c_str(), -1, &place,
+                           DT_CENTER | DT_NOPREFIX | DT_SINGLELINE | DT_END_ELLIPSIS);
+  }
 }
 
 void DrawItem(HDC context, std::size_t item) {
@@ -149,14 +162,15 @@ void DrawItem(HDC context, std::size_t item) {
   if (!thumbnail) Want(item);
   if (thumbnail && !thumbnail->bgrx.empty()) DrawPicture(context, *thumbnail, cell);
   const FolderFile& file = browser->files[item];
-  std::string text = file.name + "\n" + file.format + ", " + FileSizeText(file.bytes);
-  if (thumbnail) text += "\n" + thumbnail->facts;
-  RECT lines = {cell.left + 2, cell.top + kPictureHeight + 6, cell.right - 2, cell.bottom};
+  const RECT lines = {cell.left + 2, cell.top + Scaled(kPictureHeight) + 6, cell.right - 2,
+                      cell.bottom};
   HGDIOBJ before = SelectObject(context, browser->font.get());
   SetBkMode(context, TRANSPARENT);
   SetTextColor(context, GetSysColor(selected ? COLOR_HIGHLIGHTTEXT : COLOR_WINDOWTEXT));
-  DrawTextA(context, text.c_str(), -1, &lines,
-            DT_CENTER | DT_NOPREFIX | DT_END_ELLIPSIS | DT_EDITCONTROL);
+  DrawLines(context,
+            {file.name, file.format + ", " + FileSizeText(file.bytes),
+             thumbnail ? thumbnail->facts : std::string()},
+            lines);
   SelectObject(context, before);
 }
 
@@ -219,19 +233,33 @@ LRESULT OnNotify(const NMHDR& header) {
   }
 }
 
+// Gives the items the size of the window's monitor.
+void SizeItems() {
+  const HIMAGELIST before = browser->blank;
+  browser->blank =
+      ImageList_Create(Scaled(kPictureWidth), Scaled(kPictureHeight), ILC_COLOR24, 1, 1);
+  ImageList_SetImageCount(browser->blank, 1);
+  List(LVM_SETIMAGELIST, LVSIL_NORMAL, reinterpret_cast<LPARAM>(browser->blank));
+  if (before) ImageList_Destroy(before);
+  List(LVM_SETICONSPACING, 0, MAKELPARAM(Scaled(kCellWidth), Scaled(kCellHeight)));
+  browser->font = StatusFont(browser->window);
+  browser->thumbnails.Clear();
+}
+
 void MakeList(HWND window) {
-  const int width = ScaledForDpi(window, kPictureWidth), height = kPictureHeight;
   browser->list = CreateWindowExA(0, WC_LISTVIEWA, "",
                                   WS_CHILD | WS_VISIBLE | LVS_ICON | LVS_OWNERDATA | LVS_SINGLESEL |
                                       LVS_SHOWSELALWAYS | LVS_AUTOARRANGE,
                                   0, 0, 0, 0, window, nullptr, Shell().instance, nullptr);
-  // It gives the items their size.
-  browser->blank = ImageList_Create(width, height, ILC_COLOR24, 1, 1);
-  ImageList_SetImageCount(browser->blank, 1);
-  List(LVM_SETIMAGELIST, LVSIL_NORMAL, reinterpret_cast<LPARAM>(browser->blank));
-  List(LVM_SETICONSPACING, 0, MAKELPARAM(kCellWidth, kCellHeight));
+  SizeItems();
   List(LVM_SETEXTENDEDLISTVIEWSTYLE, LVS_EX_DOUBLEBUFFER, LVS_EX_DOUBLEBUFFER);
-  browser->font = StatusFont(window);
+}
+
+void OnDpiChanged(const RECT& suggested) {
+  SizeItems();
+  SetWindowPos(browser->window, nullptr, suggested.left, suggested.top,
+               suggested.right - suggested.left, suggested.bottom - suggested.top,
+               SWP_NOZORDER | SWP_NOACTIVATE);
 }
 
 void Open(std::size_t item) {
@@ -255,6 +283,9 @@ LRESULT CALLBACK BrowserProc(HWND window, UINT message, WPARAM wParam, LPARAM lP
       List(LVM_ARRANGE, LVA_DEFAULT);
       // The scroll bars follow.
       List(LVM_SETITEMCOUNT, browser->names.size(), LVSICF_NOSCROLL);
+      return 0;
+    case kDpiChanged:
+      OnDpiChanged(*reinterpret_cast<const RECT*>(lParam));
       return 0;
     case WM_SETFOCUS:
       SetFocus(browser->list);
@@ -347,9 +378,7 @@ std::string AskForFolder(const std::string& start) {
   char path[MAX_PATH] = "";
   SHGetPathFromIDListA(chosen, path);
   CoTaskMemFree(chosen);
-  std::string folder = path;
-  if (!folder.empty() && folder.back() != '\\') folder += '\\';
-  return folder;
+  return path;
 }
 
 }  // namespace
@@ -358,7 +387,11 @@ void RunBrowseFolder() {
   std::string start = browser ? browser->folder : std::string();
   if (const ImageView* const view = ActiveView()) start = FolderOfPath(view->image().path);
   const std::string folder = AskForFolder(start);
-  if (!folder.empty()) ShowFolder(folder);
+  if (!folder.empty()) BrowseFolder(folder);
+}
+
+void BrowseFolder(const std::string& path) {
+  ShowFolder(path.ends_with('\\') ? path : path + '\\');
 }
 
 HWND BrowserWindow() {
