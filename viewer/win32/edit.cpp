@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "dispatch/operation_text.h"
 #include "imagelib/copy_image.h"
 #include "imagelib/text.h"
 #include "shell/win32/host_callbacks.h"
@@ -13,19 +14,6 @@
 
 namespace imx {
 namespace {
-
-std::string Reason(const OperationError& error) {
-  switch (error.fault) {
-    case OperationFault::outside:
-      return "nothing of the selection lies within the image.";
-    case OperationFault::tooLarge:
-      return "the image would be too large.";
-    case OperationFault::noMemory:
-      return "there is not enough memory.";
-    default:
-      return "it has too few pixels.";
-  }
-}
 
 void TrimHistories() {
   const std::vector<History*> histories = AllHistories();
@@ -39,7 +27,8 @@ void TellNoUndo(ImageView& view) {
 // The new image takes the place of the old one, whose name and ways of saving it keeps.
 void ReplaceBy(ImageView& view, NewImage made) {
   if (!made) {
-    ShowBox(("The image cannot be changed: " + Reason(made.error)).c_str(), "Failure", MB_ICONSTOP);
+    ShowBox(("The image cannot be changed: " + OperationText(made.error) + ".").c_str(), "Failure",
+            MB_ICONSTOP);
     return;
   }
   ImageRecord& image = *made.image;
