@@ -127,8 +127,11 @@ void takeInstalledChoices(const Platform& platform, const InstallSettings& setti
                           SetupArguments& arguments) {
   InstalledList list;
   if (!hasInstalledList(platform)) return;
-  const std::string problem = loadInstalledList(platform, settings, list);
-  if (!problem.empty() || takeChoices(arguments, list.choices) != 0) {
+  std::string problem = loadInstalledList(platform, settings, list);
+  if (problem.empty() && takeChoices(arguments, list.choices) != 0) {
+    problem = "a choice in it is not known";
+  }
+  if (!problem.empty()) {
     announce(platform, settings, {"The list of what is installed is not used: ", problem});
   }
 }
