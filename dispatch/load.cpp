@@ -344,7 +344,6 @@ LoadResult LoadWith(const char* path, const LoadChoices& choices, const QuirkSet
 /// Whether a file that the library's own way gives nothing of, or not all, may be one of another
 /// way.
 bool OthersMayReadIt(const LoadResult& result) {
-  if (result.image) return result.failure == LoadFailure::endedEarly;
   switch (result.failure) {
     case LoadFailure::notKnown:
     case LoadFailure::choiceMissing:

@@ -58,7 +58,9 @@ enum class LoadFailure {
   pluginMissing,  ///< the library is not there, or not a plug-in
   pluginFailed,
   endedEarly,  ///< the file; the image, if there is one, lacks what is missing of it
-  damaged,     ///< the loader refused it; it may have said more through LibError
+  /// The loader refused it, and may have said more through LibError; or the image, if there is one,
+  /// lacks what could not be decoded.
+  damaged,
 };
 
 struct LoadResult {

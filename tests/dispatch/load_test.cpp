@@ -243,7 +243,7 @@ TEST_F(LoadTest, TellsWhyThereIsNoImage) {
   EXPECT_EQ(result.frames, 7);
 }
 
-TEST_F(LoadTest, WhatEndsEarlyIsReadAsOthersDoWhereThatGivesAll) {
+TEST_F(LoadTest, WhatIsNotWholeIsReadAsOthersDoWhereThatGivesAll) {
   Bytes greyRuns = BigEndian().List({0, 0, 11}).Repeat(0, 9).List({3, 0, 1, 0, 8, 0}).bytes();
   const LoadChoices atNeed{.way = ReadingWay::atNeed};
   const auto load = [&](const Bytes& end) {
@@ -256,6 +256,15 @@ TEST_F(LoadTest, WhatEndsEarlyIsReadAsOthersDoWhereThatGivesAll) {
   const LoadResult cut = load({0x81, 7});
   EXPECT_EQ(cut.failure, LoadFailure::endedEarly);
   EXPECT_EQ(PixelAt(*cut.image, 0, 0).r, 0x81) << "the library's own";
+
+  // Others show the first frame, the library the damaged one over it.
+  const Bytes screen = LittleEndian().Text("GIF89a").Words({2, 1}).List({0x80, 0, 0}).bytes();
+  const Bytes frame = {0x2C, 0, 0, 0, 0, 2, 0, 1, 0, 0, 2};
+  const Bytes gif = screen + Bytes{0, 0, 0, 255, 255, 255} + frame + Bytes{2, 0x44, 0x0A, 0} +
+                    frame + Bytes{1, 0x2C, 0, 0x3B};
+  const LoadResult damaged = Load(temp.Write("a.gif", gif).c_str(), atNeed);
+  EXPECT_EQ(damaged.failure, LoadFailure::none);
+  EXPECT_EQ(damaged.note, "read as other programs do (gif-screen); --exact refuses it");
 }
 
 TEST_F(LoadTest, WithoutMemoryThereIsNoImage) {
