@@ -328,6 +328,7 @@ LoadResult LoadWith(const char* path, const LoadChoices& choices, const QuirkSet
       WithinMemory([&] { return LoadAsTold(path, choices.extension); }, OutOfMemory());
   if (result.failure == LoadFailure::empty) result.image = ImageGuard();
   CheckFrame(result, choices);
+  result.asked = scope.asked();
   if (!result.image) return result;
   result.applied = scope.applied();
   result.shown = scope.shown();
@@ -378,7 +379,7 @@ LoadResult Load(const char* path, const LoadChoices& choices) {
   }
   HeldErrors errors;
   LoadResult own = LoadWith(path, choices, QuirkSet());
-  if (!OthersMayReadIt(own)) return own;
+  if (!OthersMayReadIt(own) || (own.asked & choices.quirks).none()) return own;
   errors.Hold(false);
   LoadResult others = LoadWith(path, choices, choices.quirks);
   const bool better = !own.image || others.failure == LoadFailure::none;

@@ -72,6 +72,7 @@ struct LoadResult {
   LoadFailure failure = LoadFailure::none;
   /// The failure in words that follow the file's name; empty when there is none.
   std::string reason;
+  QuirkSet asked;    ///< that could have made a difference
   QuirkSet applied;  ///< that were on and made a difference
   QuirkSet shown;    ///< that were off although the file shows that it was made the other way
   /// In such words: that the file was read as other programs do although the host did not ask for

@@ -135,7 +135,8 @@ constexpr bool RowsStandAtTheirIds() {
 static_assert(RowsStandAtTheirIds());
 
 QuirkSet turnedOn;
-QuirkSet met;
+QuirkSet askedFor;  // on or off
+QuirkSet met;       // asked while on, or shown by the file
 
 }  // namespace
 
@@ -179,23 +180,31 @@ std::optional<QuirkSet> QuirksNamed(std::string_view names) {
 }
 
 bool Quirk(QuirkId id) {
+  askedFor.set(id);
   if (turnedOn[id]) met.set(id);
   return turnedOn[id];
 }
 
 bool QuirkShown(QuirkId id) {
+  askedFor.set(id);
   met.set(id);
   return turnedOn[id];
 }
 
 QuirkScope::QuirkScope(const QuirkSet& on) : before_(turnedOn) {
   turnedOn = on;
+  askedFor.reset();
   met.reset();
 }
 
 QuirkScope::~QuirkScope() {
   turnedOn = before_;
+  askedFor.reset();
   met.reset();
+}
+
+QuirkSet QuirkScope::asked() const {
+  return askedFor;
 }
 
 QuirkSet QuirkScope::applied() const {

@@ -106,6 +106,8 @@ class QuirkScope {
   QuirkScope(const QuirkScope&) = delete;
   QuirkScope& operator=(const QuirkScope&) = delete;
 
+  /// Quirks that could have made a difference: with others on or off nothing would be different.
+  QuirkSet asked() const;
   /// Quirks that were on and made a difference.
   QuirkSet applied() const;
   /// Quirks that were off although the file shows that it was made the other way.
