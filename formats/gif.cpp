@@ -60,9 +60,7 @@ bool ReadImage(FileReader& in, LzwStrings& strings, PixelTable* colours, ImageRe
   LaidFrame laid{image, *colours, static_cast<std::size_t>(frame.width)};
   GifSink sink{StoreLaid, &laid, RowsWithin(*image, frame.width), true};
   const bool done = DecodeGifFrame(in, strings, frame, sink);
-  const auto wanted =
-      static_cast<std::uint64_t>(frame.width) * static_cast<std::uint64_t>(frame.height);
-  if (done && sink.pixels < wanted && !in.ended()) NoteDamagedPixels();
+  if (done && !sink.whole && !in.ended()) NoteDamagedPixels();
   return done;
 }
 

@@ -213,7 +213,7 @@ bool DecodeImage(FileReader& in, LzwStrings& strings, RowWriter& frame, GifSink&
   const std::uint64_t start = in.position();
   std::uint64_t total = 0;
   const bool done = PutStrings(in, strings, codeSize, 0, frame, &total);
-  sink.pixels = total;
+  sink.whole = total >= frame.Size();
   if (!done || total <= frame.Size() || !sink.startsOver) return done;
   // What follows a full frame starts over at its first row: of all the pixels only the last count.
   in.Seek(start);
@@ -260,8 +260,8 @@ void SkipGifData(FileReader& in) {
 }
 
 bool DecodeGifFrame(FileReader& in, LzwStrings& strings, const GifFrame& frame, GifSink& sink) {
-  sink.pixels = 0;
-  if (frame.width == 0 || frame.height == 0) {
+  sink.whole = frame.width == 0 || frame.height == 0;
+  if (sink.whole) {
     in.U8();
     SkipGifBlocks(in);
     return true;

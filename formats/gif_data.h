@@ -53,9 +53,9 @@ using GifStore = void (*)(void* context, std::int32_t row, std::size_t x,
 struct GifSink {
   GifStore store;
   void* context;
-  std::int32_t rows;         ///< of the frame; those behind are not wanted
-  bool startsOver;           ///< more data than pixels begin again at the first row
-  std::uint64_t pixels = 0;  ///< set by the decoder: how many the data gave
+  std::int32_t rows;   ///< of the frame; those behind are not wanted
+  bool startsOver;     ///< more data than pixels begin again at the first row
+  bool whole = false;  ///< set by the decoder: the data gave all pixels of the frame
 };
 
 /// Decodes the data of a frame up to their end; the indices of one that has no pixels are passed

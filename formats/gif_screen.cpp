@@ -126,8 +126,7 @@ class Canvas {
   bool Draw(FileReader& in, LzwStrings& strings) {
     GifSink sink{Store, this, std::max(image_.height - frame_.top, 0), false};
     const bool done = DecodeGifFrame(in, strings, frame_, sink);
-    whole_ = sink.pixels >=
-             static_cast<std::uint64_t>(frame_.width) * static_cast<std::uint64_t>(frame_.height);
+    whole_ = sink.whole;
     return done;
   }
 
