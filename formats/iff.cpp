@@ -582,7 +582,7 @@ bool ReadChunky(FileReader& in, const IffFile& file, ImageRecord& image) {
   if (file.chunky.has[kAlpha]) image.flags |= kFlagAlpha;
   bool whole = true;
   if (!ReadChunkyPixels(in, file.body.size, file.chunky, image, &whole)) return false;
-  if (!whole) NoteFileEndedEarly();
+  if (!whole) file.body.cut ? NoteFileEndedEarly() : NoteDamagedPixels();
   return true;
 }
 

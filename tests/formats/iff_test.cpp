@@ -4,6 +4,7 @@
 
 #include "formats/byterun.h"
 #include "imagelib/file_reader.h"
+#include "imagelib/load_outcome.h"
 #include "imagelib/quirks.h"
 #include "imagelib/registry.h"
 #include "imagelib/save_outcome.h"
@@ -289,6 +290,11 @@ TEST_F(IffTest, OtherProgramsWays) {
     EXPECT_TRUE(scope.applied()[c.quirk]);
     for (std::size_t size = 0; size < c.file.size(); ++size) Load(Part(c.file, 0, size));
   }
+  const QuirkScope scope(AllQuirks());
+  BeginLoadOutcome();
+  Load(deep({0, 1, 0, 2, 0, 0}, {1, 8, 2, 8, 3, 8}, {1, 2, 3, 0}));
+  EXPECT_TRUE(PixelsAreDamaged()) << "the file does not end early";
+  EXPECT_FALSE(FileEndedEarly(true));
 }
 
 TEST_F(IffTest, HuffmanCodedPaletteChanges) {
