@@ -323,15 +323,15 @@ struct SampleReader {
     bool whole = true;
     for (std::uint64_t y = 0; y < picture.height;) {
       const auto row = static_cast<std::uint32_t>(y);
-      if (TIFFReadScanline(tiff, block.get(), row, plane) == 1) {
-        StoreRow(block.get(), plane, 0, row, picture.width);
-        if (plane == 0) host.update(static_cast<std::int32_t>(row));
-        ++y;
+      if (TIFFReadScanline(tiff, block.get(), row, plane) != 1) {
+        if (!goesOn) return false;
+        whole = false;
+        y += stripRows - y % stripRows;
         continue;
       }
-      whole = false;
-      if (!goesOn) break;
-      y += stripRows - y % stripRows;
+      StoreRow(block.get(), plane, 0, row, picture.width);
+      if (plane == 0) host.update(static_cast<std::int32_t>(row));
+      ++y;
     }
     return whole;
   }
